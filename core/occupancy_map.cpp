@@ -1,0 +1,140 @@
+#include "korrin/core/occupancy_map.hpp"
+
+#include <opencv2/core/core_c.h>
+
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+#include "core/image_ptr.hpp"
+
+namespace Brin {
+namespace {
+
+constexpr float kUnknown = 0.5f;
+
+// The nearest column or row, limited to +-2^28; not-a-number goes to -2^28.
+std::int32_t toCellIndex(float offset, float resolution) {
+  constexpr std::int32_t kLimit = 1 << 28;
+  const float index = std::floor(offset / resolution + 0.5f);
+  if (!(index >= static_cast<float>(-kLimit))) return -kLimit;
+  if (index > static_cast<float>(kLimit)) return kLimit;
+  return static_cast<std::int32_t>(index);
+}
+
+void fill(IplImage& image, float value) {
+  for (int y = 0; y < image.height; ++y) {
+    std::fill_n(imageRow<float>(image, y), image.width, value);
+  }
+}
+
+ImagePtr makeUnknownLayer(const OccupancyMapParams& params) {
+  ImagePtr layer = makeImage(cvSize(params.width, params.height), IPL_DEPTH_32F, 1);
+  fill(*layer, kUnknown);
+  return layer;
+}
+
+ImagePtr cloneImage(const IplImage* image) {
+  return ImagePtr(image != nullptr ? cvCloneImage(image) : nullptr);
+}
+
+std::uint8_t toByte(float probability) {
+  const float level = 256.0f * probability;
+  if (!(level > 0.0f)) return 0;
+  return level < 255.0f ? static_cast<std::uint8_t>(level) : std::uint8_t{255};
+}
+
+}  // namespace
+
+OccupancyMapParams::OccupancyMapParams(int width_, int height_, float resolution_, OriginMode mode)
+    : width(width_), height(height_), resolution(resolution_) {
+  if (mode == Center) {
+    origin.x = -static_cast<float>(width / 2) * resolution;
+    origin.y = -static_cast<float>(height / 2) * resolution;
+  }
+}
+
+Pose2Di OccupancyMapParams::getPixelFromPose(const Pose2D& pose) const {
+  const Pose2D relative = origin.relProject(pose);
+  return {toCellIndex(relative.x, resolution), toCellIndex(relative.y, resolution), relative.theta};
+}
+
+Pose2D OccupancyMapParams::getPoseFromPixel(const Pose2Di& cell) const {
+  return origin.absProject({static_cast<float>(cell.x) * resolution,
+                            static_cast<float>(cell.y) * resolution, cell.theta});
+}
+
+OccupancyMap::OccupancyMap(int width, int height, float resolution, bool withSecondImage)
+    : OccupancyMap(OccupancyMapParams(width, height, resolution), withSecondImage) {}
+
+OccupancyMap::OccupancyMap(const OccupancyMapParams& params_, bool withSecondImage)
+    : params(params_), image(nullptr), secondImage(nullptr) {
+  ImagePtr first = makeUnknownLayer(params);
+  if (withSecondImage) secondImage = makeUnknownLayer(params).release();
+  image = first.release();
+}
+
+OccupancyMap::OccupancyMap(const OccupancyMap& other)
+    : params(other.params), image(nullptr), secondImage(nullptr) {
+  ImagePtr first = cloneImage(other.image);
+  secondImage = cloneImage(other.secondImage).release();
+  image = first.release();
+}
+
+OccupancyMap::OccupancyMap(OccupancyMap&& other) noexcept
+    : params(other.params),
+      image(std::exchange(other.image, nullptr)),
+      secondImage(std::exchange(other.secondImage, nullptr)) {
+  other.params.width = other.params.height = 0;
+}
+
+OccupancyMap& OccupancyMap::operator=(const OccupancyMap& other) {
+  return *this = OccupancyMap(other);
+}
+
+OccupancyMap& OccupancyMap::operator=(OccupancyMap&& other) noexcept {
+  std::swap(params, other.params);
+  std::swap(image, other.image);
+  std::swap(secondImage, other.secondImage);
+  return *this;
+}
+
+OccupancyMap::~OccupancyMap() {
+  cvReleaseImage(&image);
+  cvReleaseImage(&secondImage);
+}
+
+void OccupancyMap::clip() {
+  if (image == nullptr) return;
+  for (int y = 0; y < image->height; ++y) {
+    float* row = imageRow<float>(*image, y);
+    for (int x = 0; x < image->width; ++x) {
+      // The first comparison also catches not-a-number.
+      if (!(row[x] > 0.0f)) row[x] = 0.0f;
+      if (row[x] > 1.0f) row[x] = 1.0f;
+    }
+  }
+}
+
+void OccupancyMap::reset(float value) {
+  if (image != nullptr) fill(*image, value);
+}
+
+void OccupancyMap::toCharIplImage(IplImage** out) const {
+  constexpr const char* kFunction = "OccupancyMap::toCharIplImage";
+  requireKind(image, IPL_DEPTH_32F, 1, kFunction);
+  if (out == nullptr) cvError(CV_StsNullPtr, kFunction, "null image slot", __FILE__, __LINE__);
+  const bool fits = *out != nullptr && hasKind(**out, IPL_DEPTH_8U, 1) &&
+                    (*out)->width == image->width && (*out)->height == image->height;
+  if (!fits) {
+    ImagePtr fresh = makeImage(cvGetSize(image), IPL_DEPTH_8U, 1);
+    cvReleaseImage(out);
+    *out = fresh.release();
+  }
+  for (int y = 0; y < image->height; ++y) {
+    std::transform(imageRow<float>(*image, y), imageRow<float>(*image, y) + image->width,
+                   imageRow<std::uint8_t>(**out, y), toByte);
+  }
+}
+
+}  // namespace Brin

@@ -1,0 +1,9 @@
+// All of libkorrin.
+#pragma once
+
+#include "korrin/core/geometry.hpp"
+#include "korrin/core/image.hpp"
+#include "korrin/core/log.hpp"
+#include "korrin/core/occupancy_map.hpp"
+#include "korrin/core/path_simplifier.hpp"
+#include "korrin/core/scan.hpp"
