@@ -7,3 +7,4 @@
 #include "korrin/core/occupancy_map.hpp"
 #include "korrin/core/path_simplifier.hpp"
 #include "korrin/core/scan.hpp"
+#include "korrin/map_image_utils.hpp"
