@@ -8,3 +8,4 @@
 #include "korrin/core/path_simplifier.hpp"
 #include "korrin/core/scan.hpp"
 #include "korrin/map_image_utils.hpp"
+#include "korrin/occupancy_mapper.hpp"
