@@ -1,0 +1,12 @@
+// The commands of the program. Each function adds one command, with its options, its help and an
+// example, to the program; the command's work happens in its callback, which throws UsageError or
+// NegativeAnswer when it cannot be done.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace korrin_tool {
+
+void addPlanCommand(CLI::App& app);
+
+}  // namespace korrin_tool
