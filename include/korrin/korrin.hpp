@@ -9,3 +9,4 @@
 #include "korrin/core/scan.hpp"
 #include "korrin/map_image_utils.hpp"
 #include "korrin/occupancy_mapper.hpp"
+#include "korrin/path_upsample.hpp"
