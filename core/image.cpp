@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 
 #include "core/image_ptr.hpp"
 #include "core/scan_pixel.hpp"
@@ -13,6 +12,7 @@ namespace Brin {
 namespace {
 
 constexpr int kLargestSide = 8192;
+constexpr const char* kDrawLaser = "drawLaser";
 
 bool isDrawable(const RangeReading& reading) {
   return reading.status == 0 && std::isfinite(reading.range) && std::isfinite(reading.angle);
@@ -27,30 +27,21 @@ void forEachHit(const Scan& scan, float theta, float resolution, Visit visit) {
   }
 }
 
-// The smallest side, a multiple of 4, that shows every hit around the centre pixel.
+// The smallest side, a multiple of 4, that shows every hit around the centre pixel (side / 2,
+// side / 2), which has one pixel less after it than before it.
 int neededSide(const Scan& scan, float theta, float resolution) {
-  int reach = 0;
+  int half = 1;
   forEachHit(scan, theta, resolution, [&](PixelOffset p) {
-    const int farther = std::max(std::abs(p.col), std::abs(p.row));
-    reach = std::max(reach, std::min(farther, kLargestSide));
+    half = std::max({half, -p.col, p.col + 1, -p.row, p.row + 1});
   });
-  const int side = 2 * (reach + 1);
-  return std::min((side + 3) / 4 * 4, kLargestSide);
+  return half < kLargestSide / 2 ? (2 * half + 3) / 4 * 4 : kLargestSide;
 }
 
+// Row by row, since an image may be a window of a larger one.
 void setEveryPixel(IplImage& image, int value) {
-  std::fill_n(image.imageData, image.imageSize, static_cast<char>(value));
-}
-
-void makeBlankPicture(IplImage** image, int side) {
-  const bool fits = *image != nullptr && hasKind(**image, IPL_DEPTH_8U, 1) &&
-                    (*image)->width == side && (*image)->height == side;
-  if (!fits) {
-    ImagePtr fresh = makeImage(cvSize(side, side), IPL_DEPTH_8U, 1);
-    cvReleaseImage(image);
-    *image = fresh.release();
+  for (int y = 0; y < image.height; ++y) {
+    std::fill_n(imageRow<char>(image, y), image.width, static_cast<char>(value));
   }
-  setEveryPixel(**image, 255);
 }
 
 }  // namespace
@@ -64,12 +55,14 @@ IplImage* createFlippedImage(CvSize size, int depth, int channels) {
 void drawLaser(const Scan& scan, const Pose2D& pose, IplImage** image, float resolution, bool flag,
                char value) {
   if (image == nullptr) {
-    cvError(CV_StsNullPtr, "drawLaser", "null image slot", __FILE__, __LINE__);
+    cvError(CV_StsNullPtr, kDrawLaser, "null image slot", __FILE__, __LINE__);
   }
   if (flag || *image == nullptr) {
-    makeBlankPicture(image, neededSide(scan, pose.theta, resolution));
+    const int side = neededSide(scan, pose.theta, resolution);
+    fitImage(image, cvSize(side, side), IPL_DEPTH_8U, 1, kDrawLaser);
+    setEveryPixel(**image, 255);
   }
-  requireKind(*image, IPL_DEPTH_8U, 1, "drawLaser");
+  requireKind(*image, IPL_DEPTH_8U, 1, kDrawLaser);
   const int half = (*image)->height / 2;
   forEachHit(scan, pose.theta, resolution, [&](PixelOffset p) {
     const int col = p.col + half;

@@ -3,6 +3,7 @@
 
 #include <opencv2/core/core_c.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -15,17 +16,34 @@ struct ImageRelease {
 
 using ImagePtr = std::unique_ptr<IplImage, ImageRelease>;
 
-// A new image with undefined pixels. A negative size, or one whose bytes an int cannot count
-// (OpenCV's own check overflows on wide images), raises OpenCV's error before any allocation.
-inline ImagePtr makeImage(CvSize size, int depth, int channels) {
+// Raises OpenCV's error for an image that OpenCV cannot address. Its own check comes after a row's
+// bits have wrapped at 32, so a row of 2^27 floats would pass as one of no bytes.
+inline void requireCountable(CvSize size, int depth, int channels) {
+  constexpr std::int64_t kMost = std::numeric_limits<int>::max();
+  if (size.width < 0 || size.height < 0) {
+    cvError(CV_BadROISize, "makeImage", "negative image size", __FILE__, __LINE__);
+  }
+  if (channels < 1 || channels > CV_CN_MAX) {
+    cvError(CV_BadNumChannels, "makeImage", "channel count out of range", __FILE__, __LINE__);
+  }
   const std::int64_t rowBits = std::int64_t{size.width} * (depth & 255) * channels;
   const std::int64_t rowBytes = (rowBits + 31) / 32 * 4;
-  if (rowBytes > std::numeric_limits<int>::max() ||
-      rowBytes * size.height > std::numeric_limits<int>::max()) {
-    cvError(CV_StsNoMem, "makeImage", "the image's bytes exceed what OpenCV can count", __FILE__,
+  if (rowBits > kMost || rowBytes * size.height > kMost) {
+    cvError(CV_StsNoMem, "makeImage", "the image is larger than OpenCV can address", __FILE__,
             __LINE__);
   }
-  return ImagePtr(cvCreateImage(size, depth, channels));
+}
+
+// A new image with undefined pixels. A negative or too large size, or a depth or channel count that
+// OpenCV does not know, raises OpenCV's error before anything is allocated.
+inline ImagePtr makeImage(CvSize size, int depth, int channels) {
+  requireCountable(size, depth, channels);
+  IplImage trial;
+  cvInitImageHeader(&trial, size, depth, channels);
+  // What cvCreateImage does, in two steps: it loses the header when the pixels find no memory.
+  ImagePtr image(cvCreateImageHeader(size, depth, channels));
+  cvCreateData(image.get());
+  return image;
 }
 
 inline bool hasKind(const IplImage& image, int depth, int channels) {
@@ -41,6 +59,20 @@ inline void requireKind(const IplImage* image, int depth, int channels, const ch
     cvError(CV_StsUnmatchedFormats, function, "image of another depth or channel count", __FILE__,
             __LINE__);
   }
+}
+
+// Gives `*slot` an image of that size and kind. What it holds is kept when it fits; otherwise, or
+// when it has no pixels, it is replaced. The pixels of a new image are undefined.
+inline void fitImage(IplImage** slot, CvSize size, int depth, int channels, const char* function) {
+  if (slot == nullptr) cvError(CV_StsNullPtr, function, "null image slot", __FILE__, __LINE__);
+  const IplImage* held = *slot;
+  if (held != nullptr && held->imageData != nullptr && hasKind(*held, depth, channels) &&
+      held->width == size.width && held->height == size.height) {
+    return;
+  }
+  ImagePtr fresh = makeImage(size, depth, channels);
+  cvReleaseImage(slot);
+  *slot = fresh.release();
 }
 
 // Row y of an image whose pixels are of type T.

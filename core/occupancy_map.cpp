@@ -34,8 +34,15 @@ ImagePtr makeUnknownLayer(const OccupancyMapParams& params) {
   return layer;
 }
 
-ImagePtr cloneImage(const IplImage* image) {
-  return ImagePtr(image != nullptr ? cvCloneImage(image) : nullptr);
+// All cells of a layer, also of one with a region of interest or with bytes between its rows.
+ImagePtr copyLayer(const IplImage* layer) {
+  if (layer == nullptr) return nullptr;
+  requireKind(layer, IPL_DEPTH_32F, 1, "OccupancyMap");
+  ImagePtr copy = makeImage(cvSize(layer->width, layer->height), IPL_DEPTH_32F, 1);
+  for (int y = 0; y < layer->height; ++y) {
+    std::copy_n(imageRow<float>(*layer, y), layer->width, imageRow<float>(*copy, y));
+  }
+  return copy;
 }
 
 std::uint8_t toByte(float probability) {
@@ -76,8 +83,8 @@ OccupancyMap::OccupancyMap(const OccupancyMapParams& params_, bool withSecondIma
 
 OccupancyMap::OccupancyMap(const OccupancyMap& other)
     : params(other.params), image(nullptr), secondImage(nullptr) {
-  ImagePtr first = cloneImage(other.image);
-  secondImage = cloneImage(other.secondImage).release();
+  ImagePtr first = copyLayer(other.image);
+  secondImage = copyLayer(other.secondImage).release();
   image = first.release();
 }
 
@@ -93,9 +100,10 @@ OccupancyMap& OccupancyMap::operator=(const OccupancyMap& other) {
 }
 
 OccupancyMap& OccupancyMap::operator=(OccupancyMap&& other) noexcept {
-  std::swap(params, other.params);
-  std::swap(image, other.image);
-  std::swap(secondImage, other.secondImage);
+  OccupancyMap taken(std::move(other));  // empties `other`, even when it is this very map
+  std::swap(params, taken.params);
+  std::swap(image, taken.image);
+  std::swap(secondImage, taken.secondImage);
   return *this;
 }
 
@@ -106,6 +114,7 @@ OccupancyMap::~OccupancyMap() {
 
 void OccupancyMap::clip() {
   if (image == nullptr) return;
+  requireKind(image, IPL_DEPTH_32F, 1, "OccupancyMap::clip");
   for (int y = 0; y < image->height; ++y) {
     float* row = imageRow<float>(*image, y);
     for (int x = 0; x < image->width; ++x) {
@@ -117,20 +126,16 @@ void OccupancyMap::clip() {
 }
 
 void OccupancyMap::reset(float value) {
-  if (image != nullptr) fill(*image, value);
+  if (image == nullptr) return;
+  requireKind(image, IPL_DEPTH_32F, 1, "OccupancyMap::reset");
+  fill(*image, value);
 }
 
 void OccupancyMap::toCharIplImage(IplImage** out) const {
   constexpr const char* kFunction = "OccupancyMap::toCharIplImage";
   requireKind(image, IPL_DEPTH_32F, 1, kFunction);
-  if (out == nullptr) cvError(CV_StsNullPtr, kFunction, "null image slot", __FILE__, __LINE__);
-  const bool fits = *out != nullptr && hasKind(**out, IPL_DEPTH_8U, 1) &&
-                    (*out)->width == image->width && (*out)->height == image->height;
-  if (!fits) {
-    ImagePtr fresh = makeImage(cvGetSize(image), IPL_DEPTH_8U, 1);
-    cvReleaseImage(out);
-    *out = fresh.release();
-  }
+  // Not cvGetSize, which gives the size of a region of interest where there is one.
+  fitImage(out, cvSize(image->width, image->height), IPL_DEPTH_8U, 1, kFunction);
   for (int y = 0; y < image->height; ++y) {
     std::transform(imageRow<float>(*image, y), imageRow<float>(*image, y) + image->width,
                    imageRow<std::uint8_t>(**out, y), toByte);

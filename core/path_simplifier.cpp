@@ -37,6 +37,7 @@ Farthest findFarthest(const std::vector<Pose2D>& path, std::size_t first, std::s
   for (std::size_t i = first + 1; i < last; ++i) {
     const float distance = distanceToSegment(path[i], path[first], path[last]);
     if (distance > farthest.distance) farthest = {i, distance};
+    if (std::isinf(distance)) break;  // none is farther, and among equals the earliest counts
   }
   return farthest;
 }
@@ -66,7 +67,7 @@ std::vector<Pose2D> PathSimplifier::sample(const std::vector<Pose2D>& path) cons
                 "core/path_simplifier", "sample", __LINE__);
     return path;
   }
-  if (path.size() < 3) return path;
+  if (path.size() < 3 || samplingAccuracy < 0.0f) return path;
   const std::vector<bool> kept = choosePoses(path, samplingAccuracy / 1000.0f);
   std::vector<Pose2D> simplified;
   for (std::size_t i = 0; i < path.size(); ++i) {

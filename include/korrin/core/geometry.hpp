@@ -76,14 +76,14 @@ constexpr float kPi = 3.14159274f;
 KORRIN_EXPORT float canonicalAngle(float angle);
 
 // Euclidean length of the cell offset (x, y), in cells. The nearest float to the true length
-// while |x| and |y| are below 2^26; no overflow for any offset.
+// while |x| and |y| are below 2^25; no overflow for any offset.
 KORRIN_EXPORT float computeNorm(int x, int y);
 
 // Euclidean length of `point` seen as a vector, in metres: sqrt(x * x + y * y) in float.
 KORRIN_EXPORT float computeNorm(const Point2D& point);
 
 // Density at `x` of the Gaussian of mean 0 and standard deviation `sigma` (same unit as x).
-// With sigma 0: not-a-number at 0, and 0 or not-a-number elsewhere, as IEEE division gives it.
+// With sigma 0: not-a-number everywhere, as IEEE division gives it.
 KORRIN_EXPORT float gaussianValueAt(float sigma, float x);
 
 // The mean pose: arithmetic mean of x and y, circular mean (the direction of the summed unit

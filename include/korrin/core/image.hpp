@@ -26,12 +26,12 @@ KORRIN_EXPORT IplImage* createFlippedImage(CvSize size, int depth, int channels)
 // looks for it at the pose (0, 0, pose.theta), so that a scan fits its own picture with score 1.
 //
 //   flag true: the image gets the side that this scan needs (a multiple of 4, at most 8192; an
-//     image of another size or kind is replaced) and is cleared to 255 first.
+//     image of another size or kind, or without pixels, is replaced) and is cleared to 255 first.
 //   flag false: drawn over as it is; a missing image is made as above.
 //
 // The caller owns `*image`. Hits outside the image are skipped; a resolution that is not positive
-// draws nothing. A null `image`, or with flag false an image of another kind, is OpenCV's error.
-// Linear in readings and pixels.
+// draws nothing. A null `image`, or with flag false one of another kind or without pixels, is
+// OpenCV's error. Linear in readings and pixels.
 KORRIN_EXPORT void drawLaser(const Scan& scan, const Pose2D& pose, IplImage** image,
                              float resolution, bool flag, char value);
 

@@ -52,9 +52,11 @@ struct KORRIN_EXPORT OccupancyMapParams {
 // image of the same size and kind. The map owns both images. It serves wherever its geometry is
 // asked for.
 //
-// Creating or copying a map throws cv::Exception for a negative size or when memory runs out, or
-// when an image's bytes exceed what an int counts; nothing leaks and the target of an assignment
-// stays as it was. Reading is safe from several threads while nobody writes.
+// Creating or copying a map throws cv::Exception for a negative size, when memory runs out, or when
+// an image's bytes or the bits of one of its rows exceed what an int counts (2^26 columns and 2^29
+// cells are too many); nothing leaks and the target of an assignment stays as it was. The images
+// may be replaced by others of the same kind; copying, `clip`, `reset` and `toCharIplImage` raise
+// OpenCV's error for one of another kind. Reading is safe from several threads while nobody writes.
 class KORRIN_EXPORT OccupancyMap {
  public:
   OccupancyMapParams params;
@@ -98,8 +100,8 @@ class KORRIN_EXPORT OccupancyMap {
 
   // Renders the probabilities into `*image`, one byte a cell at 256 levels per unit: v becomes
   // trunc(256 * v) saturated to [0, 255], not-a-number becomes 0. `*image` is created when null
-  // and replaced when its size or kind differs; the caller owns it. A null `image` raises
-  // OpenCV's error.
+  // and replaced when its size or kind differs or it has no pixels; the caller owns it. A null
+  // `image` raises OpenCV's error.
   void toCharIplImage(IplImage** image) const;
 
  private:

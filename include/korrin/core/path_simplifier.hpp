@@ -20,9 +20,9 @@ class KORRIN_EXPORT PathSimplifier {
 
   // A subsequence of `path` (world poses, metres) that keeps its first and last pose and leaves no
   // pose farther than samplingAccuracy / 1000 metres from the segment between the kept poses
-  // around it. Among equally far poses the earliest is kept. A pose that is not a number is always
-  // kept. With a negative accuracy every pose is kept; fewer than three poses come back as they
-  // are. An accuracy that is not finite gives the path back as it is, with one log record
+  // around it. Among equally far poses the earliest is kept. A pose whose position is not finite is
+  // always kept. With a negative accuracy every pose is kept; fewer than three poses come back as
+  // they are. An accuracy that is not finite gives the path back as it is, with one log record
   // (Warning).
   //
   // The Ramer-Douglas-Peucker algorithm (Ramer 1972; Douglas and Peucker 1973) with distances to
