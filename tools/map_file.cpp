@@ -1,5 +1,7 @@
 #include "tools/map_file.hpp"
 
+#include <fcntl.h>
+#include <unistd.h>
 #include <yaml-cpp/yaml.h>
 
 #include <cmath>
@@ -89,14 +91,44 @@ class KeyReader {
   YAML::Node root_;
 };
 
+std::string decimalText(double value, int digits, std::ios::fmtflags notation) {
+  std::ostringstream stream;
+  stream.imbue(std::locale::classic());
+  stream.setf(notation, std::ios::floatfield);
+  stream.precision(digits);
+  stream << value;
+  return stream.str();
+}
+
+// The fewest digits with which `value` still gives `same`, without an exponent where that will do.
+template <typename Same>
+std::string shortest(double value, const Same& same) {
+  for (int decimals = 0; decimals <= 12; ++decimals) {
+    const std::string text = decimalText(value, decimals, std::ios::fixed);
+    if (same(std::stod(text))) return text;
+  }
+  for (int digits = 1; digits < std::numeric_limits<double>::max_digits10; ++digits) {
+    const std::string text = decimalText(value, digits, {});
+    if (same(std::stod(text))) return text;
+  }
+  return decimalText(value, std::numeric_limits<double>::max_digits10, {});
+}
+
+std::string shortestFloat(float value) {
+  return shortest(value, [value](double read) { return static_cast<float>(read) == value; });
+}
+
+std::string shortestDouble(double value) {
+  return shortest(value, [value](double read) { return read == value; });
+}
+
 float readResolution(const KeyReader& keys) {
   const double value = keys.number("resolution");
-  const auto resolution =
-      static_cast<float>(std::min(value, static_cast<double>(std::numeric_limits<float>::max())));
-  if (!(resolution >= std::numeric_limits<float>::min())) {
+  if (value < double{std::numeric_limits<float>::min()}) {
     keys.fail("resolution", "must be positive, found " + keys.text("resolution"));
   }
-  return resolution;
+  if (value > 1e9) keys.fail("resolution", "is too large, found " + keys.text("resolution"));
+  return static_cast<float>(value);
 }
 
 // World pose of a point half a cell from `from`, along both axes of the grid, forwards or
@@ -125,7 +157,9 @@ Brin::Pose2D readOrigin(const KeyReader& keys, float resolution) {
                             (origin.size() == 1 ? " number" : " numbers"));
   }
   for (const double value : origin) {
-    if (std::abs(value) > 1e9) keys.fail("origin", "must lie within 1e9 of 0");
+    if (std::abs(value) > 1e9) {
+      keys.fail("origin", "must lie within 1e9 of 0, found " + shortestDouble(value));
+    }
   }
   return centreFromCorner({origin[0], origin[1]}, static_cast<float>(origin[2]), resolution);
 }
@@ -165,6 +199,27 @@ std::filesystem::path besideYaml(const std::string& yamlPath, const std::string&
   return std::filesystem::path(yamlPath).parent_path() / image;
 }
 
+// While it lives, nothing reaches standard error: the picture libraries tell there, in lines of
+// their own, why they cannot decode.
+class QuietErrors {
+ public:
+  QuietErrors() : standardError_(dup(STDERR_FILENO)), nowhere_(open("/dev/null", O_WRONLY)) {
+    if (standardError_ >= 0 && nowhere_ >= 0) dup2(nowhere_, STDERR_FILENO);
+  }
+  ~QuietErrors() {
+    if (standardError_ >= 0) dup2(standardError_, STDERR_FILENO);
+    for (const int file : {standardError_, nowhere_}) {
+      if (file >= 0) close(file);
+    }
+  }
+  QuietErrors(const QuietErrors&) = delete;
+  QuietErrors& operator=(const QuietErrors&) = delete;
+
+ private:
+  int standardError_;
+  int nowhere_;
+};
+
 cv::Mat readPicture(const KeyReader& keys, const std::filesystem::path& path) {
   std::error_code ignored;
   if (!std::filesystem::is_regular_file(path, ignored) || !std::ifstream(path)) {
@@ -172,6 +227,7 @@ cv::Mat readPicture(const KeyReader& keys, const std::filesystem::path& path) {
   }
   cv::Mat picture;
   try {
+    const QuietErrors quiet;
     picture = cv::imread(path.string(), cv::IMREAD_UNCHANGED);
   } catch (const cv::Exception& error) {
     keys.fail("image", "cannot read '" + path.string() + "': " + error.err);
@@ -185,29 +241,6 @@ cv::Mat readPicture(const KeyReader& keys, const std::filesystem::path& path) {
     keys.fail("image", "has too many pixels: '" + path.string() + "'");
   }
   return picture;
-}
-
-// The fewest digits with which `value` still gives `same`.
-template <typename Same>
-std::string shortest(double value, const Same& same) {
-  std::string text;
-  for (int digits = 1; digits <= std::numeric_limits<double>::max_digits10; ++digits) {
-    std::ostringstream stream;
-    stream.imbue(std::locale::classic());
-    stream.precision(digits);
-    stream << value;
-    text = stream.str();
-    if (same(std::stod(text))) break;
-  }
-  return text;
-}
-
-std::string shortestFloat(float value) {
-  return shortest(value, [value](double read) { return static_cast<float>(read) == value; });
-}
-
-std::string shortestDouble(double value) {
-  return shortest(value, [value](double read) { return read == value; });
 }
 
 // The corner in as few digits as give the very centre when read.
@@ -276,6 +309,9 @@ Brin::OccupancyMap readMapFile(const std::string& yamlPath, MapFileFormat* forma
 
 void writeMapFile(const Brin::OccupancyMap& map, const std::string& yamlPath,
                   const MapFileFormat& format) {
+  if (map.params.width < 1 || map.params.height < 1) {
+    throw UsageError(yamlPath + ": cannot be written: the map has no cells");
+  }
   MapFileFormat stored = format;
   if (stored.image.empty()) {
     stored.image = std::filesystem::path(yamlPath).stem().string() +
