@@ -9,4 +9,5 @@
 #include "korrin/core/scan.hpp"
 #include "korrin/map_image_utils.hpp"
 #include "korrin/occupancy_mapper.hpp"
+#include "korrin/occupancymap_utils.hpp"
 #include "korrin/path_upsample.hpp"
