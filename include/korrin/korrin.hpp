@@ -8,6 +8,7 @@
 #include "korrin/core/path_simplifier.hpp"
 #include "korrin/core/scan.hpp"
 #include "korrin/map_image_utils.hpp"
+#include "korrin/obstacle_dilater.hpp"
 #include "korrin/occupancy_mapper.hpp"
 #include "korrin/occupancymap_utils.hpp"
 #include "korrin/path_upsample.hpp"
