@@ -12,3 +12,4 @@
 #include "korrin/occupancy_mapper.hpp"
 #include "korrin/occupancymap_utils.hpp"
 #include "korrin/path_upsample.hpp"
+#include "korrin/pathcoststats.hpp"

@@ -1,0 +1,206 @@
+#include "korrin/pathcoststats.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+
+#include "korrin/core/log.hpp"
+#include "src/cell_line.hpp"
+
+namespace Brin {
+namespace {
+
+constexpr float kLengthMargin = 0.000001f;
+constexpr float kOutside = -1.0f;
+
+CellRect rectOf(const OccupancyMap& map) {
+  return map.image != nullptr ? CellRect{map.image->width, map.image->height} : CellRect{0, 0};
+}
+
+// How often 1 can be subtracted from `value` with every difference exact: as long as it stays in
+// the floats spaced like `value` or closer. 0 when already the first difference may be rounded.
+std::int64_t exactDecrements(float value) {
+  constexpr float kSpacedByOne = 16777216.0f;
+  if (!(std::fabs(value) < kSpacedByOne)) return 0;
+  if (value >= 0.0f) return static_cast<std::int64_t>(value);
+  // From -2^e down to -2^(e + 1) the spacing of floats does not change.
+  int exponent = 0;
+  std::frexp(value, &exponent);
+  return static_cast<std::int64_t>(std::ldexp(1.0f, exponent) + value);
+}
+
+// `sum` after `count` additions of -1, each rounded to float as if made one by one. Takes as many
+// steps as there are powers of two on the way, not as there are additions.
+float addOutsideCells(float sum, std::int64_t count) {
+  while (count > 0) {
+    const std::int64_t exact = std::min(count, exactDecrements(sum));
+    sum -= static_cast<float>(exact);
+    count -= exact;
+    if (count == 0) break;
+    const float next = sum + kOutside;
+    // From -2^24 down, and far enough above 0, the sum no longer moves.
+    if (next == sum || std::isnan(next)) return next;
+    sum = next;
+    --count;
+  }
+  return sum;
+}
+
+// The values met on one segment.
+class SegmentSum {
+ public:
+  void addValue(float value) {
+    if (value < stats_.minCost) stats_.minCost = value;
+    if (value > stats_.maxCost) stats_.maxCost = value;
+    sum_ += value;
+    ++count_;
+  }
+
+  void addOutside(std::int64_t count) {
+    if (count <= 0) return;
+    if (kOutside < stats_.minCost) stats_.minCost = kOutside;
+    sum_ = addOutsideCells(sum_, count);
+    count_ += count;
+  }
+
+  PathCostStats stats(float length) const {
+    PathCostStats result = stats_;
+    result.length = length;
+    if (count_ > 0) result.avgCost = sum_ / static_cast<float>(count_);
+    return result;
+  }
+
+ private:
+  PathCostStats stats_;
+  float sum_ = 0.0f;
+  std::int64_t count_ = 0;
+};
+
+// One pair of consecutive poses: the cells of the line from p on, step 0 being p itself. Cells lie
+// within +-2^28, so differences fit an int, and products of two of them 64 bits.
+class Segment {
+ public:
+  Segment(const OccupancyMap& map, const Pose2D& from, const Pose2D& to, bool isLast)
+      : map_(map), p_(map.getPixelFromPose(from)), q_(map.getPixelFromPose(to)), isLast_(isLast) {
+    const std::int64_t dx = std::abs(q_.x - p_.x);
+    const std::int64_t dy = std::abs(q_.y - p_.y);
+    majorLength_ = std::max(dx, dy);
+    minorLength_ = std::min(dx, dy);
+  }
+
+  // How many cells belong to the segment.
+  std::int64_t cellCount() const { return majorLength_ + (isLast_ ? 1 : 0); }
+
+  // The segment's length when the cell after `step` steps is its last one.
+  float lengthAt(std::int64_t step) const {
+    const std::int64_t minor =
+        majorLength_ == 0 ? 0 : (2 * step * minorLength_ + majorLength_) / (2 * majorLength_);
+    const float cells = computeNorm(static_cast<int>(step), static_cast<int>(minor));
+    return (cells + 1.0f) * map_.params.resolution;
+  }
+
+  // How many cells come before the first one at which the segment is longer than `limit`. Along
+  // the walk the length only grows (with a negative resolution it only falls, and then the first
+  // cell decides), so the place is found by halving.
+  std::int64_t cellsWithin(float limit) const {
+    const std::int64_t count = cellCount();
+    if (count == 0 || lengthAt(0) > limit) return 0;
+    if (!(lengthAt(count - 1) > limit)) return count;
+    std::int64_t within = 1;
+    std::int64_t beyond = count - 1;
+    while (within < beyond) {
+      const std::int64_t middle = within + (beyond - within) / 2;
+      if (lengthAt(middle) > limit) {
+        beyond = middle;
+      } else {
+        within = middle + 1;
+      }
+    }
+    return within;
+  }
+
+  // The summary of the first `count` cells.
+  PathCostStats summarise(std::int64_t count) const {
+    if (count == 0) return {};
+    SegmentSum sum;
+    CellLine line(p_.x, p_.y, q_.x, q_.y, rectOf(map_));
+    const std::int64_t walked = std::min(count, majorLength_);
+    const std::int64_t before = line.done() ? walked : std::min(walked, stepsTo(line));
+    const std::int64_t inside =
+        std::min(walked - before, static_cast<std::int64_t>(line.remaining()));
+    sum.addOutside(before);
+    for (std::int64_t i = 0; i < inside; ++i, line.next()) {
+      sum.addValue(map_.getCell(line.x(), line.y()));
+    }
+    sum.addOutside(walked - before - inside);
+    if (count > majorLength_) sum.addValue(map_.getCell(q_.x, q_.y));
+    return sum.stats(lengthAt(count - 1));
+  }
+
+ private:
+  // How many steps from p the line's current cell is.
+  std::int64_t stepsTo(const CellLine& line) const {
+    return std::max(std::abs(line.x() - p_.x), std::abs(line.y() - p_.y));
+  }
+
+  const OccupancyMap& map_;
+  Pose2Di p_;
+  Pose2Di q_;
+  bool isLast_;
+  std::int64_t majorLength_;
+  std::int64_t minorLength_;
+};
+
+PathCostStats statsOfOnePose(const OccupancyMap& map, const Pose2D& pose) {
+  const Pose2Di cell = map.getPixelFromPose(pose);
+  PathCostStats stats;
+  stats.minCost = stats.maxCost = stats.avgCost = map.getCell(cell.x, cell.y);
+  return stats;
+}
+
+void logInfo(const char* message, int line) {
+  completeLog(NavLogLevel::Info, message, "src/pathcoststats", "computePathCostStat", line);
+}
+
+}  // namespace
+
+PathCostStats mergePathCostStats(const PathCostStats& a, const PathCostStats& b) {
+  PathCostStats merged;
+  merged.minCost = a.minCost > b.minCost ? b.minCost : a.minCost;
+  merged.maxCost = b.maxCost > a.maxCost ? b.maxCost : a.maxCost;
+  merged.length = a.length + b.length;
+  if (merged.length > kLengthMargin) {
+    merged.avgCost = (a.avgCost * a.length + b.avgCost * b.length) / merged.length;
+  }
+  return merged;
+}
+
+PathCostStats computePathCostStat(const OccupancyMap& map, const std::vector<Pose2D>& path,
+                                  const float* maxLength) {
+  if (path.empty()) {
+    logInfo("Empty path, no stats.", 117);
+    return {};
+  }
+  if (path.size() == 1) {
+    logInfo("Path with one cell, stats won't be reliable.", 122);
+    return statsOfOnePose(map, path.front());
+  }
+  PathCostStats total;
+  float travelled = 0.0f;
+  for (std::size_t i = 0; i + 1 < path.size(); ++i) {
+    const Segment segment(map, path[i], path[i + 1], i + 2 == path.size());
+    std::int64_t count = segment.cellCount();
+    if (maxLength != nullptr) {
+      const float remaining = *maxLength - travelled;
+      count = segment.cellsWithin(remaining + kLengthMargin);
+    }
+    const PathCostStats stats = segment.summarise(count);
+    total = mergePathCostStats(stats, total);
+    if (count < segment.cellCount()) return total;
+    travelled += stats.length;
+  }
+  return total;
+}
+
+}  // namespace Brin
