@@ -34,15 +34,13 @@ std::int64_t exactDecrements(float value) {
 // steps as there are powers of two on the way, not as there are additions.
 float addOutsideCells(float sum, std::int64_t count) {
   while (count > 0) {
-    const std::int64_t exact = std::min(count, exactDecrements(sum));
-    sum -= static_cast<float>(exact);
-    count -= exact;
-    if (count == 0) break;
-    const float next = sum + kOutside;
+    // Of these only the last one can be rounded, so one subtraction stands for all.
+    const std::int64_t steps = std::min(count, exactDecrements(sum) + 1);
+    const float next = sum - static_cast<float>(steps);
     // From -2^24 down, and far enough above 0, the sum no longer moves.
     if (next == sum || std::isnan(next)) return next;
     sum = next;
-    --count;
+    count -= steps;
   }
   return sum;
 }

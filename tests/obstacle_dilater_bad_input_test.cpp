@@ -29,7 +29,8 @@ constexpr ObstacleDilater::DilateType kAllTypes[] = {
     ObstacleDilater::DILATE_ERODE_SMOOTH, static_cast<ObstacleDilater::DilateType>(3)};
 
 TEST(ObstacleDilaterBadInput, mapOfAnotherSizeIsRefusedUntouched) {
-  const std::pair<int, int> sizes[] = {{3, 2}, {4, 4}, {1, 12}, {12, 1}, {4, 0}, {0, 0}, {40, 30}};
+  const std::pair<int, int> sizes[] = {{3, 3},  {5, 3},  {4, 2}, {4, 4}, {3, 4},
+                                       {1, 12}, {12, 1}, {4, 0}, {0, 0}, {40, 30}};
   for (const auto& [width, height] : sizes) {
     for (const auto type : kAllTypes) {
       OccupancyMap map(width, height, 0.1f, true);
@@ -55,6 +56,21 @@ TEST(ObstacleDilaterBadInput, theImageCountsNotTheSizeInTheParams) {
   map.params.width = 3;
   EXPECT_THROW(ObstacleDilater(3, 3).dilate(map, {}), cv::Exception);
   EXPECT_NO_THROW(ObstacleDilater(4, 3).dilate(map, {}));
+}
+
+TEST(ObstacleDilaterBadInput, workImageReplacedByOneThatDoesNotFitIsRefused) {
+  OccupancyMap map(4, 3, 0.1f, false);
+  ObstacleDilater smallDistances(4, 3);
+  cvReleaseImage(&smallDistances.distImage);
+  smallDistances.distImage = cvCreateImage(cvSize(3, 3), IPL_DEPTH_32F, 1);
+  EXPECT_THROW(smallDistances.dilate(map, {}), cv::Exception);
+  ObstacleDilater floatBytes(4, 3);
+  cvReleaseImage(&floatBytes.charImage);
+  floatBytes.charImage = cvCreateImage(cvSize(4, 3), IPL_DEPTH_32F, 1);
+  EXPECT_THROW(floatBytes.dilate(map, {}), cv::Exception);
+  ObstacleDilater noBytes(4, 3);
+  cvReleaseImage(&noBytes.charImage);
+  EXPECT_THROW(noBytes.dilate(map, {}), cv::Exception);
 }
 
 TEST(ObstacleDilaterBadInput, mapWithoutImageIsRefused) {

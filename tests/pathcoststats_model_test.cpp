@@ -71,7 +71,7 @@ TEST(PathCostStatsModel, agreesOnAnyMapPathAndLimit) {
 TEST(PathCostStatsModel, agreesOnLongWaysOutside) {
   RandomInputs random(52);
   const std::vector<float> reaches = {100.0f, 3000.0f, 70000.0f, 1100000.0f};
-  for (int i = 0; i < 400; ++i) {
+  for (int i = 0; i < 120; ++i) {
     MapBounds bounds;
     bounds.minSide = 1;
     bounds.wildShare = random.chance(0.5) ? 0.2 : 0.0;
