@@ -13,3 +13,4 @@
 #include "korrin/occupancymap_utils.hpp"
 #include "korrin/path_upsample.hpp"
 #include "korrin/pathcoststats.hpp"
+#include "korrin/range_simulation.hpp"
