@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
+#include <cmath>
 #include <limits>
 #include <vector>
 
@@ -106,6 +107,32 @@ TEST(OccupancyMapperLaw, updatesChangeTheCellsThatTheModelsChange) {
   }
   EXPECT_GT(changed, 1500);
   EXPECT_GT(lowered, 300);
+}
+
+// Range times cosine first, then times the inverse resolution: on readings for which another order
+// would end in another cell.
+TEST(OccupancyMapperLaw, beamsEndInTheCellsOfTheModelsWhereRoundingDecides) {
+  RandomInputs random(17);
+  OccupancyMap map(60, 60, 0.3f, false);
+  const float inv = 1.0f / 0.3f;
+  int decided = 0;
+  for (int i = 0; decided < 6 && i < 10000000; ++i) {
+    const RangeReading reading(random.between(0.0f, 15.0f), random.between(0.0f, 1.5f));
+    float sine = 0.0f;
+    float cosine = 0.0f;
+    ::sincosf(reading.angle, &sine, &cosine);
+    const auto differs = [&](float factor) {
+      return std::trunc(reading.range * factor * inv) != std::trunc(reading.range * (factor * inv));
+    };
+    if (!differs(sine) && !differs(cosine)) continue;
+    ++decided;
+    map.reset(0.5f);
+    OccupancyMap expected(map);
+    OccupancyMapper(&map).updateMap2({reading}, {0.0f, 0.0f, 0.0f}, 0.0f, 0.1f);
+    korrin_model::updateMap2(expected, {reading}, {0.0f, 0.0f, 0.0f}, 0.1f);
+    ASSERT_TRUE(sameMap(map, expected));
+  }
+  EXPECT_EQ(decided, 6);
 }
 
 TEST(OccupancyMapperLaw, plainFloatClampsOfTheModelGiveTheSameMaps) {

@@ -252,6 +252,14 @@ TEST(OccupancyMapperScan, anInfiniteRangeKeepsItsDirection) {
   }
 }
 
+TEST(OccupancyMapperScan, wildRangesEndAfterTwoToThe27Cells) {
+  OccupancyMap map = drawMap({"#.."});
+  const auto scan = scanOf(map, {-134217728.0f, 0.0f, 0.0f}, 0.0f, 0.0f, kInf, 0.0f, 2);
+  EXPECT_EQ(scan.at(0).status, 0);
+  const auto shifted = scanOf(map, {-134217744.0f, 0.0f, 0.0f}, 0.0f, 0.0f, kInf, 0.0f, 2);
+  EXPECT_EQ(shifted.at(0).status, 1);
+}
+
 TEST(OccupancyMapperScan, aWildPoseSeesNothing) {
   OccupancyMap map = drawMap({"###", "###"});
   for (const Pose2D& pose : {Pose2D{kNan, 0.0f, 0.0f}, Pose2D{1e30f, 0.0f, 0.0f},

@@ -237,6 +237,17 @@ TEST(OccupancyMapperUpdate, wildRangesKeepTheirDirection) {
   }
 }
 
+TEST(OccupancyMapperUpdate, wildRangesEndAfterTwoToThe27Cells) {
+  OccupancyMap map(3, 1, 1.0f, false);
+  OccupancyMapper mapper(&map);
+  mapper.updateMap({hit(kInf, 0.0f)}, {-134217744.0f, 0.0f, 0.0f}, 1.0f, 1.0f);
+  EXPECT_EQ(drawingOf(map), Picture{"???"});
+  mapper.updateMap({hit(kInf, 0.0f)}, {-134217728.0f, 0.0f, 0.0f}, 0.0f, 1.0f);
+  EXPECT_EQ(drawingOf(map), Picture{"#??"});
+  mapper.updateMap2({hit(-kInf, 0.0f)}, {134217728.0f, 0.0f, 0.0f}, 0.0f, -1.0f);
+  EXPECT_EQ(drawingOf(map), Picture{".??"});
+}
+
 TEST(OccupancyMapperUpdate, whatIsNotANumberChangesNothing) {
   OccupancyMap map(3, 3, 1.0f, false);
   const OccupancyMap before(map);

@@ -303,6 +303,14 @@ TEST(SimulateScan, anInfiniteRangeKeepsItsDirection) {
   }
 }
 
+TEST(SimulateScan, wildRangesEndAfterTwoToThe27Cells) {
+  const OccupancyMap map = drawMap({"#.."});
+  ScanModel model(2, kInf, 0.0f);
+  model.minRange = kInf;
+  EXPECT_EQ(scanOf(map, model, {-134217728.0f, 0.0f, 0.0f}).at(0).status, 0);
+  EXPECT_EQ(scanOf(map, model, {-134217744.0f, 0.0f, 0.0f}).at(0).status, 1);
+}
+
 TEST(SimulateScan, aWildPoseSeesNothing) {
   const OccupancyMap map = drawMap({"###", "###"});
   for (const Pose2D& pose : {Pose2D{kNan, 0.0f, 0.0f}, Pose2D{1e30f, 0.0f, 0.0f},
