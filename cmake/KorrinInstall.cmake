@@ -19,5 +19,19 @@ install(FILES
   cmake/FindOpenCVParts.cmake
   DESTINATION ${KORRIN_CMAKE_DIR})
 
+# korrin.pc tells its prefix from its own place, so that an installation may be moved; an absolute
+# library directory has no such relation to the prefix.
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+  set(KORRIN_PC_PREFIX "${CMAKE_INSTALL_PREFIX}")
+else()
+  file(RELATIVE_PATH KORRIN_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+  string(REGEX REPLACE "/$" "" KORRIN_PC_PREFIX "\${pcfiledir}/${KORRIN_PC_PREFIX}")
+endif()
+foreach(kind LIB INCLUDE)
+  set(KORRIN_PC_${kind}DIR "${CMAKE_INSTALL_${kind}DIR}")
+  if(NOT IS_ABSOLUTE "${KORRIN_PC_${kind}DIR}")
+    string(PREPEND KORRIN_PC_${kind}DIR "\${prefix}/")
+  endif()
+endforeach()
 configure_file(cmake/korrin.pc.in "${PROJECT_BINARY_DIR}/korrin.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/korrin.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
