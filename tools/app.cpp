@@ -15,6 +15,7 @@ namespace {
 constexpr int kDone = 0;
 constexpr int kNegative = 1;
 constexpr int kBadUsage = 2;
+constexpr const char* kHint = " (korrin --help tells more)";
 
 int fail(int status, std::string message) {
   std::replace(message.begin(), message.end(), '\n', ' ');
@@ -22,23 +23,33 @@ int fail(int status, std::string message) {
   return status;
 }
 
-void addCommands(CLI::App& app) { addPlanCommand(app); }
+int flushedOutput() {
+  std::cout.flush();
+  return std::cout ? kDone : fail(kBadUsage, "standard output: cannot be written");
+}
+
+constexpr void (*kCommands[])(CLI::App&) = {
+    addPlanCommand,
+};
 
 int parseAndRun(std::vector<std::string> arguments) {
   CLI::App app("Plan, map and match on occupancy grids.", "korrin");
   app.set_version_flag("--version", "korrin " KORRIN_VERSION);
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);  // a wrong command is told as such, not as a missing one
   app.failure_message([](const CLI::App*, const CLI::Error&) { return std::string(); });
-  addCommands(app);
+  for (const auto addCommand : kCommands) addCommand(app);
   try {
     std::reverse(arguments.begin(), arguments.end());
     app.parse(std::move(arguments));
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) return app.exit(error, std::cout, std::cerr);
-    return fail(kBadUsage, std::string(error.what()) + " (korrin --help tells more)");
+    if (error.get_exit_code() == 0) {
+      app.exit(error, std::cout, std::cerr);  // help or version, which went to std::cout
+      return flushedOutput();
+    }
+    return fail(kBadUsage, std::string(error.what()) + kHint);
   }
-  std::cout.flush();
-  return std::cout ? kDone : fail(kBadUsage, "standard output: cannot be written");
+  if (app.get_subcommands().empty()) return fail(kBadUsage, std::string("no command") + kHint);
+  return flushedOutput();
 }
 
 }  // namespace

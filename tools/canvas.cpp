@@ -6,7 +6,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "tools/format.hpp"
-#include "tools/usage_error.hpp"
+#include "tools/write_file.hpp"
 
 namespace korrin_tool {
 namespace {
@@ -15,6 +15,8 @@ namespace {
 constexpr int kShift = 4;
 constexpr int kFont = cv::FONT_HERSHEY_DUPLEX;
 constexpr double kCapitalHeight = 21.0;  // pixels of a capital in kFont at scale 1
+
+const std::vector<int> kPngParameters = {cv::IMWRITE_PNG_COMPRESSION, 9};
 
 cv::Scalar toScalar(Colour colour) {
   return {double(colour.blue), double(colour.green), double(colour.red)};
@@ -70,6 +72,10 @@ void drawMask(cv::Mat& picture, const cv::Mat& mask, cv::Point corner, Colour co
 void fillRect(cv::Mat& picture, cv::Rect rect, Colour colour, double opacity) {
   rect &= cv::Rect({0, 0}, picture.size());
   if (rect.empty()) return;
+  if (opacity >= 1.0) {
+    picture(rect).setTo(toScalar(colour));
+    return;
+  }
   const cv::Mat mask(rect.size(), CV_8UC1, cv::Scalar(std::round(opacity * 255.0)));
   blend(picture(rect), mask, colour);
 }
@@ -114,8 +120,8 @@ Colour mix(Colour from, Colour to, double share) {
 Canvas::Canvas(const Brin::OccupancyMapParams& frame, int minimumWidth)
     : frame_(frame),
       zoom_(std::max(1, (minimumWidth + frame.width - 1) / std::max(1, frame.width))),
-      picture_(std::max(1, frame.height) * zoom_, std::max(1, frame.width) * zoom_, CV_8UC3,
-               toScalar(palette::kPaper)) {}
+      mapHeight_(std::max(1, frame.height) * zoom_),
+      picture_(mapHeight_, std::max(1, frame.width) * zoom_, CV_8UC3, toScalar(palette::kPaper)) {}
 
 cv::Point2d Canvas::toPixel(const Brin::Point2D& point) const {
   const Brin::Pose2D cell = frame_.origin.relProject({point.x, point.y, 0.0f});
@@ -130,6 +136,22 @@ void Canvas::drawMap(const Brin::OccupancyMap& map) {
       fillCell(x, y,
                value < 0.5 ? mix(palette::kInk, palette::kUnknown, value * 2.0)
                            : mix(palette::kUnknown, palette::kPaper, value * 2.0 - 1.0));
+    }
+  }
+}
+
+void Canvas::drawCosts(const Brin::OccupancyMap& grown, const Brin::OccupancyMap& before,
+                       double threshold) {
+  for (int y = 0; y < grown.params.height; ++y) {
+    for (int x = 0; x < grown.params.width; ++x) {
+      const double value = grown.getCell(x, y);
+      const double known = before.getCell(x, y);
+      const Colour cost = value < threshold ? palette::kNear
+                                            : mix(palette::kCostly, palette::kPaper,
+                                                  (value - threshold) / (1.0 - threshold));
+      fillCell(x, y,
+               known < 0.5 ? mix(palette::kInk, cost, known * 2.0)
+                           : mix(palette::kUnknown, cost, known * 2.0 - 1.0));
     }
   }
 }
@@ -168,59 +190,73 @@ void Canvas::arrow(const Brin::Point2D& from, const Brin::Point2D& to, Colour co
                   kShift, tip);
 }
 
-void Canvas::label(const Brin::Point2D& at, const std::string& text, Anchor anchor, Colour colour,
-                   double size) {
-  const cv::Mat mask = textMask(text, size);
+void Canvas::heading(const Brin::Pose2D& pose, double length, Colour colour) {
+  const float reach = static_cast<float>(length) * frame_.resolution / static_cast<float>(zoom_);
+  std::vector<cv::Point> outline;
+  for (const Brin::Pose2D corner :
+       {Brin::Pose2D(0.6f * reach, 0.0f, 0.0f), Brin::Pose2D(-0.4f * reach, 0.4f * reach, 0.0f),
+        Brin::Pose2D(-0.4f * reach, -0.4f * reach, 0.0f)}) {
+    outline.push_back(toFixed(toPixel(pose.absProject(corner))));
+  }
+  cv::polylines(picture_, outline, true, toScalar(palette::kPaper), 4, cv::LINE_AA, kShift);
+  cv::fillConvexPoly(picture_, outline, toScalar(colour), cv::LINE_AA, kShift);
+}
+
+double Canvas::textSize() const { return std::clamp(picture_.cols / 85.0, 9.0, 40.0); }
+
+void Canvas::label(const Brin::Point2D& at, const std::string& text, Anchor anchor, Colour colour) {
+  const cv::Mat mask = textMask(text, textSize());
   const cv::Point corner = cornerFor(toPixel(at), mask.size(), anchor);
   fillRect(picture_, {corner, mask.size()}, palette::kPaper, 0.8);
   drawMask(picture_, mask, corner, colour);
 }
 
-void Canvas::scaleBar() {
-  const double pixelsPerMetre = zoom_ / double{frame_.resolution};
-  const double metres = roundLength(0.25 * picture_.cols / pixelsPerMetre);
-  const int length = static_cast<int>(std::lround(metres * pixelsPerMetre));
-  const std::string text = formatNumber(metres, metres < 1.0 ? 2 : 0) + " m";
-  const cv::Mat mask = textMask(text, 13.0);
-  const cv::Point corner(16, picture_.rows - 16 - mask.rows - 14);
-  fillRect(picture_, {corner.x - 8, corner.y - 4, length + 16, mask.rows + 26}, palette::kPaper,
-           0.85);
-  drawMask(picture_, mask, {corner.x + (length - mask.cols) / 2, corner.y}, palette::kInk);
-  const int y = corner.y + mask.rows + 8;
-  cv::line(picture_, {corner.x, y}, {corner.x + length, y}, toScalar(palette::kInk), 3);
-  for (const int x : {corner.x, corner.x + length}) {
-    cv::line(picture_, {x, y - 5}, {x, y + 5}, toScalar(palette::kInk), 3);
+cv::Mat Canvas::footer() {
+  if (picture_.rows == mapHeight_) {
+    const int height = static_cast<int>(std::lround(3.6 * textSize()));
+    cv::Mat grown(mapHeight_ + height, picture_.cols, CV_8UC3, toScalar(palette::kPaper));
+    picture_.copyTo(grown.rowRange(0, mapHeight_));
+    picture_ = grown;
   }
+  return picture_.rowRange(mapHeight_, picture_.rows);
 }
 
 void Canvas::legend(const std::vector<std::pair<Colour, std::string>>& entries) {
-  constexpr int kHeight = 48;
-  const int top = picture_.rows;
-  cv::Mat grown(top + kHeight, picture_.cols, CV_8UC3, toScalar(palette::kPaper));
-  picture_.copyTo(grown.rowRange(0, top));
-  picture_ = grown;
-  int x = 20;
+  cv::Mat strip = footer();
+  const int unit = static_cast<int>(std::lround(textSize()));
+  int x = unit;
   for (const auto& [colour, text] : entries) {
-    const cv::Mat mask = textMask(text, 13.0);
-    fillRect(picture_, {x, top + kHeight / 2 - 8, 16, 16}, colour, 1.0);
-    drawMask(picture_, mask, {x + 24, top + (kHeight - mask.rows) / 2}, palette::kInk);
-    x += 24 + mask.cols + 28;
+    const cv::Mat mask = textMask(text, textSize());
+    const cv::Rect swatch(x, (strip.rows - unit) / 2, unit, unit);
+    fillRect(strip, swatch, colour, 1.0);
+    cv::rectangle(strip, swatch, toScalar(palette::kFaint), 1);
+    drawMask(strip, mask, {x + unit + unit / 3, (strip.rows - mask.rows) / 2}, palette::kInk);
+    x += unit + mask.cols + 2 * unit;
   }
 }
 
-void Canvas::save(const std::string& path) const {
-  bool written = false;
-  try {
-    written = cv::imwrite(path, picture_);
-  } catch (const cv::Exception&) {
-    throw UsageError(path + ": not a kind of picture that can be written (use .png)");
+void Canvas::scaleBar() {
+  cv::Mat strip = footer();
+  const int unit = static_cast<int>(std::lround(textSize()));
+  const double pixelsPerMetre = zoom_ / double{frame_.resolution};
+  const double metres = roundLength(0.16 * strip.cols / pixelsPerMetre);
+  const int length = static_cast<int>(std::lround(metres * pixelsPerMetre));
+  const int right = strip.cols - unit;
+  const int y = strip.rows / 2;
+  const int width = std::max(1, unit / 5);
+  cv::line(strip, {right - length, y}, {right, y}, toScalar(palette::kInk), width);
+  for (const int x : {right - length, right}) {
+    cv::line(strip, {x, y - unit / 3}, {x, y + unit / 3}, toScalar(palette::kInk), width);
   }
-  if (!written) throw UsageError(path + ": cannot be written");
+  const cv::Mat mask = textMask(formatNumber(metres, metres < 1.0 ? 2 : 0) + " m", textSize());
+  drawMask(strip, mask, {right - length - mask.cols - unit / 2, y - mask.rows / 2}, palette::kInk);
 }
+
+void Canvas::save(const std::string& path) const { writeFile(path, png()); }
 
 std::vector<std::uint8_t> Canvas::png() const {
   std::vector<std::uint8_t> bytes;
-  cv::imencode(".png", picture_, bytes);
+  cv::imencode(".png", picture_, bytes, kPngParameters);
   return bytes;
 }
 

@@ -37,7 +37,12 @@ constexpr Colour kStart{0, 140, 100};      // where it begins
 constexpr Colour kGoal{213, 94, 0};        // where it ends
 constexpr Colour kRobot{204, 121, 167};    // where the robot is or was
 constexpr Colour kAccent{230, 159, 0};     // what the eye should find
-constexpr Colour kFaint{140, 150, 165};    // what it should not
+constexpr Colour kFurniture{148, 130, 110};
+constexpr Colour kNear{236, 136, 98};     // too close to an obstacle
+constexpr Colour kCostly{250, 214, 150};  // rather close to one
+constexpr Colour kEarly{253, 224, 130};   // searched first
+constexpr Colour kLate{105, 89, 205};     // searched last
+constexpr Colour kFaint{140, 150, 165};   // what it should not
 }  // namespace palette
 
 // The mix of two colours: `from` at share 0, `to` at share 1.
@@ -57,6 +62,10 @@ class Canvas {
   // Cells: every cell of a map of the same size, from black (0) over grey (0.5) to white (1);
   // or one cell in a colour, over what is there when `opacity` is below 1.
   void drawMap(const Brin::OccupancyMap& map);
+  // A map whose obstacles were grown, over the map before, whose obstacles stay black and whose
+  // unknown cells grey: `kNear` below the threshold of what is free, from there fading to white.
+  void drawCosts(const Brin::OccupancyMap& grown, const Brin::OccupancyMap& before,
+                 double threshold);
   void fillCell(int x, int y, Colour colour, double opacity = 1.0);
 
   // Shapes at world points (metres); widths and radii in pixels.
@@ -65,15 +74,16 @@ class Canvas {
   void circle(const Brin::Point2D& centre, double radius, Colour colour, int width = 2);
   void disc(const Brin::Point2D& centre, double radius, Colour colour);  // filled, light rim
   void arrow(const Brin::Point2D& from, const Brin::Point2D& to, Colour colour, int width = 2);
+  void heading(const Brin::Pose2D& pose, double length, Colour colour);  // a dart, light rim
 
-  // Text beside a world point, on a light plate; `size` is the height of a capital in pixels.
+  // Text beside a world point, on a light plate; its size goes with that of the picture.
   void label(const Brin::Point2D& at, const std::string& text, Anchor anchor = Anchor::Right,
-             Colour colour = palette::kInk, double size = 13.0);
+             Colour colour = palette::kInk);
 
-  // A bar of a round number of metres in the lower left corner.
-  void scaleBar();
-  // Coloured names, in one row below the map (the picture grows).
+  // In a strip below the map, by which the picture grows: coloured names on the left, a bar of a
+  // round number of metres on the right.
   void legend(const std::vector<std::pair<Colour, std::string>>& entries);
+  void scaleBar();
 
   // A failure to write is a UsageError that names the file.
   void save(const std::string& path) const;
@@ -82,9 +92,12 @@ class Canvas {
 
  private:
   cv::Point2d toPixel(const Brin::Point2D& point) const;
+  double textSize() const;  // height of a capital, pixels
+  cv::Mat footer();         // the strip, made when it is not there
 
   Brin::OccupancyMapParams frame_;
   int zoom_;
+  int mapHeight_;  // pixels; below is the strip
   cv::Mat picture_;
 };
 

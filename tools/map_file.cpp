@@ -15,6 +15,7 @@
 
 #include "tools/map_pixels.hpp"
 #include "tools/usage_error.hpp"
+#include "tools/write_file.hpp"
 
 namespace korrin_tool {
 namespace {
@@ -320,9 +321,7 @@ void writeMapFile(const Brin::OccupancyMap& map, const std::string& yamlPath,
   const bool withAlpha = std::filesystem::path(stored.image).extension() == ".png";
   writePicture(pixelsFromCells(map, stored, withAlpha),
                besideYaml(yamlPath, stored.image).string());
-  std::ofstream file(yamlPath);
-  file << yamlText(map.params, stored);
-  if (!file.flush()) throw UsageError(yamlPath + ": cannot be written");
+  writeFile(yamlPath, yamlText(map.params, stored));
 }
 
 }  // namespace korrin_tool
