@@ -1,0 +1,9 @@
+#!/bin/sh
+# Runs a program and compares what it prints, errors included, with a file.
+#
+#   examples/compare.sh PROGRAM EXPECTED
+set -eu
+printed=$(mktemp)
+trap 'rm -f "$printed"' EXIT
+"$1" >"$printed" 2>&1 || { cat "$printed"; echo "$1 failed"; exit 1; }
+diff "$2" "$printed"

@@ -1,0 +1,30 @@
+// Simulates what a laser scanner would see in a map, and says which of two poses a measured scan
+// agrees with better.
+#include "drawing.hpp"
+#include "korrin/korrin.hpp"
+
+int main() {
+  const Brin::OccupancyMap map = drawMap(
+      {
+          "############",  //
+          "#..........#",  //
+          "#..........#",  //
+          "#.......####",  //
+          "#..........#",  //
+          "############",  //
+      },
+      0.5f);
+  const Brin::ScanModel scanner(7, 8.0f, Brin::kPi);  // 7 beams of 8 m over half a turn
+  std::vector<Brin::RangeReading> here;
+  Brin::occMapSimulateScan(map, scanner, {1.0f, 1.0f, 0.0f}, here, 0.45f);
+  for (const Brin::RangeReading& reading : here) {
+    std::cout << static_cast<int>(std::lround(reading.angle * 180.0f / Brin::kPi))
+              << " degrees: " << std::lround(reading.range * 100.0f) << " cm\n";
+  }
+
+  std::vector<Brin::RangeReading> there;
+  Brin::occMapSimulateScan(map, scanner, {1.5f, 1.5f, 0.2f}, there, 0.45f);
+  std::cout << "agreement with itself " << scanner.scanLikelihood(here, here, 1) << '\n';
+  const bool isLess = scanner.scanLikelihood(here, there, 1) < 0.95f;
+  std::cout << "agreement with another pose " << (isLess ? "less" : "as good") << '\n';
+}
