@@ -14,3 +14,4 @@
 #include "korrin/path_upsample.hpp"
 #include "korrin/pathcoststats.hpp"
 #include "korrin/range_simulation.hpp"
+#include "korrin/safepathsimplifier.hpp"

@@ -15,7 +15,7 @@ struct DilateSettings {
   float fadeDistance = 0.4f;
 };
 
-inline float& cellOf(IplImage* image, int x, int y) {
+inline float& floatPixel(IplImage* image, int x, int y) {
   return reinterpret_cast<float*>(image->imageData + y * image->widthStep)[x];
 }
 
@@ -42,9 +42,9 @@ inline void dilateWithDistances(Brin::OccupancyMap& map, float r, float f, float
   cvDistTransform(charImage, distImage, CV_DIST_L2, 3, nullptr, nullptr);
   for (int y = 0; y < size.height; ++y) {
     for (int x = 0; x < size.width; ++x) {
-      const float d = cellOf(distImage, x, y);
-      if (type == 0) cellOf(map.image, x, y) = linearProfile(d, r, f);
-      if (type == 1) cellOf(map.image, x, y) = inverseProfile(d, r, f);
+      const float d = floatPixel(distImage, x, y);
+      if (type == 0) floatPixel(map.image, x, y) = linearProfile(d, r, f);
+      if (type == 1) floatPixel(map.image, x, y) = inverseProfile(d, r, f);
     }
   }
   cvReleaseImage(&charImage);

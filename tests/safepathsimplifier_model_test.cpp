@@ -1,0 +1,237 @@
+// The simplifier agrees with the plain recursion: the same poses to the last bit, and the same
+// records in the same order.
+#include "models/safepathsimplifier_model.hpp"
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "korrin/safepathsimplifier.hpp"
+#include "support/bits.hpp"
+#include "support/log_capture.hpp"
+#include "support/random_inputs.hpp"
+
+namespace {
+
+using Brin::OccupancyMap;
+using Brin::Pose2D;
+using Brin::SafePathSimplifier;
+using korrin_model::SafeSampleState;
+using korrin_test::LogCapture;
+using korrin_test::MapBounds;
+using korrin_test::RandomInputs;
+using korrin_test::sameBits;
+
+using Path = std::vector<Pose2D>;
+
+::testing::AssertionResult sameRecords(const LogCapture& log, const SafeSampleState& expected) {
+  const auto records = log.records();
+  if (records.size() != expected.records.size()) {
+    return ::testing::AssertionFailure()
+           << records.size() << " records, expected " << expected.records.size();
+  }
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    const bool isWarning = expected.records[i].line == 0;
+    if (records[i].message != expected.records[i].message ||
+        (!isWarning && records[i].line != expected.records[i].line) ||
+        (records[i].level == Brin::NavLogLevel::Warning) != isWarning) {
+      return ::testing::AssertionFailure() << "record " << i << ": " << records[i].message
+                                           << ", expected " << expected.records[i].message;
+    }
+  }
+  return ::testing::AssertionSuccess();
+}
+
+::testing::AssertionResult agrees(SafePathSimplifier& simplifier, const Path& path,
+                                  const OccupancyMap& map, SafeSampleState& state) {
+  LogCapture log;
+  const Path actual = simplifier.sample(path, map);
+  const Path expected = korrin_model::safeSample(
+      path, map,
+      {simplifier.minSamplingAccuracy, simplifier.accuracyDivisor, simplifier.obstacleThreshold},
+      simplifier.initialSamplingAccuracy, 1, state);
+  if (!sameBits(actual, expected)) {
+    return ::testing::AssertionFailure()
+           << actual.size() << " poses, expected " << expected.size() << " (or others)";
+  }
+  return sameRecords(log, state);
+}
+
+// From waypoint to waypoint in steps of half a cell, sideways off by up to `jitter` metres.
+Path wanderingPath(RandomInputs& random, const OccupancyMap& map, int waypoints, float jitter) {
+  Path path;
+  Pose2D from = random.poseNear(map);
+  for (int i = 0; i < waypoints; ++i) {
+    const Pose2D to = random.poseNear(map);
+    const float step = 0.5f * map.params.resolution;
+    const int count =
+        1 + static_cast<int>(Brin::computeNorm(Brin::Point2D(to.x - from.x, to.y - from.y)) / step);
+    for (int k = 0; k < count; ++k) {
+      const float t = static_cast<float>(k) / static_cast<float>(count);
+      path.emplace_back(from.x + t * (to.x - from.x) + random.between(-jitter, jitter),
+                        from.y + t * (to.y - from.y) + random.between(-jitter, jitter), to.theta);
+    }
+    from = to;
+  }
+  return path;
+}
+
+// Repeats a stretch of the path, so that places are visited twice, and spoils some poses.
+void disturb(RandomInputs& random, Path& path) {
+  if (path.size() > 4 && random.chance(0.3)) {
+    const auto middle = static_cast<std::ptrdiff_t>(path.size() / 2);
+    const Path half(path.begin(), path.begin() + middle);
+    path.insert(path.end(), half.begin(), half.end());
+    if (random.chance(0.5)) path.insert(path.end(), half.rbegin(), half.rend());
+  }
+  if (!path.empty() && random.chance(0.2)) {
+    for (int k = 0; k < 3; ++k) {
+      path[random.bits() % path.size()] = random.chance(0.5) ? random.wildPose() : path.front();
+    }
+  }
+}
+
+TEST(SafePathSimplifierModel, agreesOnWanderingPaths) {
+  RandomInputs random(71);
+  int shortened = 0;
+  int refined = 0;
+  int limits = 0;
+  int repeats = 0;
+  for (int i = 0; i < 3000; ++i) {
+    MapBounds bounds;
+    bounds.maxSide = 30;
+    bounds.levels = {0.0f, 1.0f, 1.0f, 1.0f, 1.0f, 1.0f, 1.0f, 1.0f, 1.0f, 1.0f};
+    bounds.anyValueShare = 0.02;
+    const OccupancyMap map = random.map(bounds);
+    Path path = wanderingPath(random, map, random.between(0, 4), 0.3f * map.params.resolution);
+    disturb(random, path);
+    SafePathSimplifier simplifier;
+    simplifier.initialSamplingAccuracy =
+        random.pick<float>({300.0f, 300.0f, 5.0f, 4.9f, 40.0f, 2000.0f});
+    simplifier.accuracyDivisor = random.pick<float>({2.0f, 2.0f, 2.0f, 3.0f, 20.0f, 1.0f, -1.0f});
+    SafeSampleState state;
+    ASSERT_TRUE(agrees(simplifier, path, map, state)) << "case " << i;
+    for (const auto& record : state.records) {
+      refined += record.line == 129 ? 1 : 0;
+      limits += record.line == 76 ? 1 : 0;
+    }
+    repeats += state.surplus > 0 ? 1 : 0;
+    shortened += path.size() > 10 ? 1 : 0;
+  }
+  EXPECT_GT(shortened, 2000);
+  EXPECT_GT(refined, 10000);
+  EXPECT_GT(limits, 2000);
+  EXPECT_GT(repeats, 50);
+}
+
+TEST(SafePathSimplifierModel, agreesOnWildSettings) {
+  RandomInputs random(72);
+  int warnings = 0;
+  for (int i = 0; i < 2000; ++i) {
+    MapBounds bounds;
+    bounds.wildShare = 0.05;
+    const OccupancyMap map = random.map(bounds);
+    Path path = wanderingPath(random, map, random.between(0, 2), 0.0f);
+    disturb(random, path);
+    SafePathSimplifier simplifier;
+    simplifier.initialSamplingAccuracy = random.wildFloat();
+    simplifier.minSamplingAccuracy = random.wildFloat();
+    simplifier.accuracyDivisor = random.wildFloat();
+    simplifier.obstacleThreshold = random.chance(0.5) ? random.wildFloat() : 0.3f;
+    SafeSampleState state;
+    ASSERT_TRUE(agrees(simplifier, path, map, state)) << "case " << i;
+    for (const auto& record : state.records) warnings += record.line == 0 ? 1 : 0;
+  }
+  EXPECT_GT(warnings, 30);
+}
+
+// Around 1e-23 metres the squares of differences begin to vanish, and poses with them.
+TEST(SafePathSimplifierModel, agreesOnPathsTooFineForDistances) {
+  RandomInputs random(74);
+  int refined = 0;
+  int shifted = 0;
+  for (int i = 0; i < 1000; ++i) {
+    OccupancyMap map(random.between(1, 12), random.between(1, 12), 1.0f, false);
+    for (int k = 0; k < 144; ++k) map.setCell(k / 12, k % 12, random.chance(0.8) ? 1.0f : 0.0f);
+    map.params.resolution = random.pick<float>({1e-22f, 1e-23f, 1e-25f, 1e-38f, 1e-44f});
+    Path path;
+    for (int k = random.between(2, 20); k > 0; --k) {
+      path.emplace_back(static_cast<float>(random.between(0, 11)) * map.params.resolution,
+                        static_cast<float>(random.between(0, 11)) * map.params.resolution, 0.0f);
+    }
+    if (random.chance(0.3)) path[path.size() / 2].x = 1.0f;
+    SafePathSimplifier simplifier;
+    simplifier.minSamplingAccuracy = -20.0f;
+    simplifier.initialSamplingAccuracy = -10.0f;  // every pose is kept
+    SafeSampleState state;
+    ASSERT_TRUE(agrees(simplifier, path, map, state)) << "case " << i;
+    for (const auto& record : state.records) {
+      refined += record.line == 129 ? 1 : 0;
+      shifted += record.message == "subPath size 1" ? 1 : 0;
+    }
+  }
+  EXPECT_GT(refined, 1000);
+  EXPECT_GT(shifted, 500);
+}
+
+TEST(SafePathSimplifierModel, agreesWhereRepeatedPlacesExhaustTheSurplus) {
+  OccupancyMap map(8, 2, 1.0f, false);
+  map.reset(1.0f);
+  map.setCell(1, 0, 0.0f);
+  map.setCell(1, 1, 0.0f);
+  Path path;
+  for (int i = 0; i < 200; ++i) {
+    path.emplace_back(0.0f, 0.0f, 0.0f);
+    path.emplace_back(3.0f + 0.01f * static_cast<float>(i), 1.0f, 0.0f);
+  }
+  SafePathSimplifier simplifier;
+  simplifier.setInitialSamplingAccuracy(20.0f);
+  SafeSampleState state;
+  EXPECT_TRUE(agrees(simplifier, path, map, state));
+  EXPECT_GT(state.surplus, (1 << 20) - 1000);
+}
+
+TEST(SafePathSimplifierModel, closestPoseAgrees) {
+  RandomInputs random(73);
+  int found = 0;
+  for (int i = 0; i < 20000; ++i) {
+    Path path(static_cast<std::size_t>(random.between(0, 9)));
+    // Whole numbers, so that many distances are equal.
+    const auto pose = [&] {
+      if (random.chance(0.1)) return random.wildPose();
+      return Pose2D(static_cast<float>(random.between(-3, 3)),
+                    static_cast<float>(random.between(-3, 3)), random.wildFloat());
+    };
+    for (Pose2D& p : path) p = pose();
+    const Pose2D p = pose();
+    const float maxDist = random.pick<float>({100.0f, 2.0f, 1.0f, random.wildFloat()});
+    const int expected = korrin_model::findClosest(path, p, maxDist);
+    const auto actual = Brin::findClosestInVect(path, p, maxDist);
+    ASSERT_EQ(actual == path.end() ? -1 : static_cast<int>(actual - path.begin()), expected);
+    found += expected >= 0 ? 1 : 0;
+  }
+  EXPECT_GT(found, 7000);
+  EXPECT_LT(found, 13000);
+}
+
+RC_GTEST_PROP(SafePathSimplifierModel, shortPathsOnCellCentresAgree, ()) {
+  OccupancyMap map(5, 4, 0.1f, false);
+  const auto obstacles = *rc::gen::container<std::vector<bool>>(20, rc::gen::arbitrary<bool>());
+  for (int i = 0; i < 20; ++i) {
+    map.setCell(i % 5, i / 5, obstacles[static_cast<std::size_t>(i)] ? 0.0f : 1.0f);
+  }
+  Path path;
+  const auto cells = *rc::gen::container<std::vector<std::pair<int, int>>>(
+      rc::gen::pair(rc::gen::inRange(-1, 6), rc::gen::inRange(-1, 5)));
+  for (const auto& [x, y] : cells) {
+    path.emplace_back(0.1f * static_cast<float>(x), 0.1f * static_cast<float>(y), 0.0f);
+  }
+  SafePathSimplifier simplifier;
+  SafeSampleState state;
+  RC_ASSERT(static_cast<bool>(agrees(simplifier, path, map, state)));
+}
+
+}  // namespace
