@@ -1,5 +1,7 @@
 // Builds a map from laser readings: cells that beams cross become freer, cells where they end on
 // something become less free.
+#include <cmath>
+
 #include "drawing.hpp"
 #include "korrin/korrin.hpp"
 

@@ -1,5 +1,7 @@
 // Summarises what a path meets on a map: how free its worst and its best cell are, the mean, and
 // its length; for the whole path and for the stretch just ahead.
+#include <cmath>
+
 #include "drawing.hpp"
 #include "korrin/korrin.hpp"
 

@@ -1,5 +1,7 @@
 // Simulates what a laser scanner would see in a map, and says which of two poses a measured scan
 // agrees with better.
+#include <cmath>
+
 #include "drawing.hpp"
 #include "korrin/korrin.hpp"
 

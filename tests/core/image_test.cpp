@@ -68,27 +68,49 @@ TEST(CreateFlippedImage, hasTheSizeAndKindAskedForAndATopLeftOrigin) {
   EXPECT_EQ(floats->nChannels, 3);
 }
 
-TEST(CreateFlippedImage, ofAnotherDepthOrChannelCountIsOpenCvsError) {
+TEST(CreateFlippedImage, ofAnotherDepthIsOpenCvsError) {
   constexpr int kMin = std::numeric_limits<int>::min();
   constexpr int kMax = std::numeric_limits<int>::max();
   for (const int depth : {0, 7, 24, -1, 256, kMin, kMax}) {
     EXPECT_THROW(Brin::createFlippedImage(cvSize(2, 2), depth, 1), cv::Exception) << depth;
   }
-  for (const int channels : {0, -1, 513, kMin, kMax}) {
-    EXPECT_THROW(Brin::createFlippedImage(cvSize(2, 2), 8, channels), cv::Exception) << channels;
+}
+
+// Whether the library itself refuses to make such an image. Not every OpenCV does, and none does
+// before its header is allocated.
+bool isRefused(CvSize size, int depth, int channels) {
+  try {
+    ImagePtr(Brin::createFlippedImage(size, depth, channels));
+    return false;
+  } catch (const cv::Exception& error) {
+    return error.func == "makeImage";
   }
 }
 
-TEST(CreateFlippedImage, ofANegativeOrTooLargeSizeIsOpenCvsError) {
+TEST(CreateFlippedImage, ofAChannelCountOutOfRangeIsRefused) {
+  for (const int channels :
+       {0, -1, 513, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
+    EXPECT_TRUE(isRefused(cvSize(2, 2), 8, channels)) << channels;
+  }
+  EXPECT_FALSE(isRefused(cvSize(2, 2), 8, 512));
+}
+
+TEST(CreateFlippedImage, ofANegativeOrTooLargeSizeIsRefused) {
   constexpr int kMin = std::numeric_limits<int>::min();
   constexpr int kMax = std::numeric_limits<int>::max();
-  EXPECT_THROW(Brin::createFlippedImage(cvSize(-1, 2), 8, 1), cv::Exception);
-  EXPECT_THROW(Brin::createFlippedImage(cvSize(2, -1), 8, 1), cv::Exception);
-  EXPECT_THROW(Brin::createFlippedImage(cvSize(kMin, kMin), 32, 512), cv::Exception);
-  EXPECT_THROW(Brin::createFlippedImage(cvSize(kMax, kMax), 32, 512), cv::Exception);
-  EXPECT_THROW(Brin::createFlippedImage(cvSize(65536, 32768), 8, 1), cv::Exception);  // 2^31 bytes
-  EXPECT_THROW(Brin::createFlippedImage(cvSize(1 << 29, 1), 8, 1), cv::Exception);    // 2^32 bits
-  EXPECT_THROW(Brin::createFlippedImage(cvSize(1 << 20, 1), 8, 512), cv::Exception);
+  EXPECT_TRUE(isRefused(cvSize(-1, 2), 8, 1));
+  EXPECT_TRUE(isRefused(cvSize(2, -1), 8, 1));
+  EXPECT_TRUE(isRefused(cvSize(-1, -1), 8, 1));
+  EXPECT_TRUE(isRefused(cvSize(kMin, kMin), 32, 512));
+  EXPECT_TRUE(isRefused(cvSize(kMax, kMax), 32, 512));
+  EXPECT_TRUE(isRefused(cvSize(65536, 32768), 8, 1));  // 2^31 bytes
+  EXPECT_TRUE(isRefused(cvSize(1 << 29, 1), 8, 1));    // a row of 2^32 bits
+  EXPECT_TRUE(isRefused(cvSize(1 << 20, 1), 8, 512));
+}
+
+TEST(CreateFlippedImage, mayHaveMoreBitsThanAnIntCounts) {
+  EXPECT_FALSE(isRefused(cvSize(16384, 16385), 8, 1));
+  EXPECT_FALSE(isRefused(cvSize((1 << 28) - 1, 1), 8, 1));  // a row just short of 2^31 bits
 }
 
 TEST(CreateFlippedImage, mayHaveNoPixels) {
@@ -191,6 +213,7 @@ TEST(DrawLaser, stopsAtASideOf8192) {
   }
   EXPECT_EQ(hits, 2);  // cos 0.1 brings the second one inside
   EXPECT_EQ(drawn(scanOf({{4094.0f, 0.0f}}), 0.0f, 1.0f).size(), 8192u);
+  EXPECT_EQ(drawn(scanOf({{5000.0f, 0.0f}}), 0.0f, 1.0f).size(), 8192u);
   EXPECT_EQ(drawn(scanOf({{4091.0f, 0.0f}}), 0.0f, 1.0f).size(), 8184u);
 }
 
