@@ -7,6 +7,7 @@
 #include "korrin/core/occupancy_map.hpp"
 #include "korrin/core/path_simplifier.hpp"
 #include "korrin/core/scan.hpp"
+#include "korrin/scan_matching.hpp"
 #include "korrin/map_image_utils.hpp"
 #include "korrin/obstacle_dilater.hpp"
 #include "korrin/occupancy_mapper.hpp"
