@@ -10,6 +10,7 @@
 #include "korrin/scan_matching.hpp"
 #include "korrin/map_image_utils.hpp"
 #include "korrin/obstacle_dilater.hpp"
+#include "korrin/occmap_path_finder.hpp"
 #include "korrin/occupancy_mapper.hpp"
 #include "korrin/occupancymap_utils.hpp"
 #include "korrin/path_upsample.hpp"

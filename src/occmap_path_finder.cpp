@@ -1,0 +1,303 @@
+#include "korrin/occmap_path_finder.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <new>
+
+#include "korrin/core/log.hpp"
+#include "korrin/map_image_utils.hpp"
+
+namespace Brin {
+
+std::vector<Pose2Di> kSimpleNeighborDeltas;
+std::vector<Pose2Di> kDoubleNeighborDeltas;
+std::vector<Pose2Di> kTripleNeighborDeltas;
+
+float OccMapPathFinder::Node::hWeight = 0.5f;
+
+namespace {
+
+constexpr const char* kFile = "src/occmap_path_finder";
+
+// What `cellStates` holds.
+constexpr std::int32_t kNeverSeen = 0;
+constexpr std::int32_t kOpen = 1;
+constexpr std::int32_t kClosed = 2;
+
+// Readers of the log tell the three failures of a search apart by these numbers; they do not
+// follow the lines of this file.
+constexpr int kStartNotFreeLine = 232;
+constexpr int kEndNotFreeLine = 237;
+constexpr int kNoPathLine = 269;
+
+void logSearch(NavLogLevel level, const char* message, int line) {
+  completeLog(level, message, kFile, "xDoComputePath", line);
+}
+
+OccMapPathFinder::CellArray makeZeroedArray(std::size_t cells) {
+  // Never 0 bytes, for which null would be a success. Large blocks come from the system as pages
+  // that are zero already, so that what a search does not touch costs nothing.
+  void* memory = std::calloc(std::max<std::size_t>(cells, 1), sizeof(std::int32_t));
+  if (memory == nullptr) throw std::bad_alloc();
+  return OccMapPathFinder::CellArray(static_cast<std::int32_t*>(memory));
+}
+
+float priority(float g, float h) {
+  return (1.0f - OccMapPathFinder::Node::hWeight) * g + OccMapPathFinder::Node::hWeight * h;
+}
+
+}  // namespace
+
+void initNeighborDeltas() {
+  kSimpleNeighborDeltas = {{-1, -1, 0}, {0, -1, 0}, {1, -1, 0}, {-1, 0, 0},
+                           {1, 0, 0},   {-1, 1, 0}, {0, 1, 0},  {1, 1, 0}};
+  kDoubleNeighborDeltas = {{-1, -2, 0}, {0, -2, 0}, {1, -2, 0}, {-2, -1, 0}, {2, -1, 0}, {-2, 0, 0},
+                           {2, 0, 0},   {-2, 1, 0}, {2, 1, 0},  {-1, 2, 0},  {0, 2, 0},  {1, 2, 0}};
+  // Side by side, each side followed by a corner.
+  kTripleNeighborDeltas = {{-1, -3, 0}, {0, -3, 0}, {1, -3, 0}, {2, -2, 0},  //
+                           {3, -1, 0},  {3, 0, 0},  {3, 1, 0},  {2, 2, 0},   //
+                           {-1, 3, 0},  {0, 3, 0},  {1, 3, 0},  {-2, 2, 0},  //
+                           {-3, -1, 0}, {-3, 0, 0}, {-3, 1, 0}, {-2, -2, 0}};
+}
+
+OccMapPathFinder::OccMapPathFinder(const OccupancyMap* map, float value)
+    : obstacleThreshold(0.2f),
+      initParam(value),
+      coarseFactor(1),
+      occMap(map),
+      coarseMap(10, 10, 1.0f, true),
+      neighborhoodType(Simple),
+      numIterations(0),
+      angleCostFactor(0.0f),
+      arrayWidth_(0),
+      arrayHeight_(0) {
+  initNeighborDeltas();
+  setNeighborhoodType(Simple);
+  setHWeight(0.5f);
+}
+
+OccMapPathFinder::~OccMapPathFinder() = default;
+
+void OccMapPathFinder::setNeighborhoodType(NeighborhoodType type) {
+  switch (type) {
+    case Simple:
+      neighborDeltas = kSimpleNeighborDeltas;
+      break;
+    case Double:
+      neighborDeltas = kDoubleNeighborDeltas;
+      break;
+    case Triple:
+      neighborDeltas = kTripleNeighborDeltas;
+      break;
+  }
+  neighborhoodType = type;
+}
+
+void OccMapPathFinder::computePath(const Pose2Di& startCell, const Pose2Di& endCell,
+                                   std::vector<Pose2Di>& path) {
+  // Copies, since emptying `path` must not take its own elements away.
+  const Pose2Di from = startCell;
+  const Pose2Di to = endCell;
+  path.clear();
+  if (refreshCoarseMap()) xDoComputePath(from, to, path);
+}
+
+void OccMapPathFinder::computePath(const Pose2D& startPose, const Pose2D& endPose,
+                                   std::vector<Pose2D>& path) {
+  const Pose2D from = startPose;
+  const Pose2D to = endPose;
+  path.clear();
+  if (!refreshCoarseMap()) return;
+  Pose2Di goal = coarseMap.getPixelFromPose(to);
+  Pose2Di origin = coarseMap.getPixelFromPose(from);
+  // The start's heading is dropped on purpose: the first turn is measured from heading 0.
+  goal.theta = origin.theta = 0.0f;
+  std::vector<Pose2Di> cells;
+  xDoComputePath(origin, goal, cells);
+  for (const Pose2Di& cell : cells) {
+    path.push_back(coarseMap.getPoseFromPixel({cell.x, cell.y, 0.0f}));
+  }
+}
+
+// Whether there is a fresh coarse map to search.
+bool OccMapPathFinder::refreshCoarseMap() {
+  if (occMap == nullptr) {
+    completeLog(NavLogLevel::Warning, "occMap is null, there is no map to plan on.", kFile,
+                "computePath", __LINE__);
+    return false;
+  }
+  if (coarseFactor < 1) {
+    completeLog(NavLogLevel::Warning, "coarseFactor is below 1, there is no map to plan on.", kFile,
+                "computePath", __LINE__);
+    return false;
+  }
+  computeCoarserMap(*occMap, coarseMap, coarseFactor);
+  return true;
+}
+
+void OccMapPathFinder::xDoComputePath(const Pose2Di& startCell, const Pose2Di& endCell,
+                                      std::vector<Pose2Di>& path) {
+  const Pose2Di from = startCell;
+  const Pose2Di to = endCell;
+  path.clear();
+  if (!isFree(from)) {
+    logSearch(NavLogLevel::Warning, "Start is not free.", kStartNotFreeLine);
+    return;
+  }
+  if (!isFree(to)) {
+    logSearch(NavLogLevel::Warning, "End is not free.", kEndNotFreeLine);
+    return;
+  }
+  resetSearch(from, to);
+  if (xFindPath()) {
+    xBuildPath(path);
+  } else {
+    logSearch(NavLogLevel::Error, "No path could be found.", kNoPathLine);
+  }
+}
+
+void OccMapPathFinder::resetSearch(const Pose2Di& startCell, const Pose2Di& endCell) {
+  start = startCell;
+  end = endCell;
+  numIterations = 0;
+  cellStates.reset();
+  cellNodes.reset();
+  arrayWidth_ = arrayHeight_ = 0;
+  nodes.clear();
+  openList.clear();
+  closedNodes.clear();
+
+  const auto columns = static_cast<std::size_t>(coarseMap.image->width);
+  const auto rows = static_cast<std::size_t>(coarseMap.image->height);
+  cellStates = makeZeroedArray(columns * rows);
+  cellNodes = makeZeroedArray(columns * rows);
+  arrayWidth_ = coarseMap.image->width;
+  arrayHeight_ = coarseMap.image->height;
+  xAddInOpenNodes({start.x, start.y, start.theta, -1, priority(0.0f, 0.0f), 0.0f, 0.0f});
+  xGetCellState(start) = kOpen;
+}
+
+bool OccMapPathFinder::xFindPath() {
+  const bool arraysFit = coarseMap.image != nullptr && coarseMap.image->width == arrayWidth_ &&
+                         coarseMap.image->height == arrayHeight_;
+  if (!arraysFit) return false;
+  bool isFirst = true;
+  while (!openList.empty()) {
+    ++numIterations;
+    const Node current = nodes[static_cast<std::size_t>(openList.front())];
+    openList.erase(openList.begin());
+    closedNodes.push_back(current);
+    const Pose2Di cell(current.x, current.y, 0.0f);
+    xGetCellState(cell) = kClosed;
+    if (xCmpPt(cell, end, true)) return true;
+    for (const Pose2Di& delta : neighborDeltas) tryNeighbor(current, delta, isFirst);
+    isFirst = false;
+  }
+  return false;
+}
+
+void OccMapPathFinder::tryNeighbor(const Node& current, const Pose2Di& delta, bool isFirst) {
+  const Pose2Di cell(current.x + delta.x, current.y + delta.y, 0.0f);
+  if (!isFree(cell)) return;
+  std::int32_t& state = xGetCellState(cell);
+  if (state == kClosed) return;
+  const float p = coarseMap.getCell(cell.x, cell.y);
+  float g = current.g + xDistance(delta.x, delta.y) * (1.0f + 2.0f * (1.0f - p));
+  if (isFirst) g += xComputeAngleCost(start.theta, delta);
+  const float h = xDistance(end.x - cell.x, end.y - cell.y);
+  const auto parent = static_cast<std::int32_t>(closedNodes.size()) - 1;
+  const Node offer{cell.x, cell.y, 0.0f, parent, priority(g, h), g, h};
+  if (state == kNeverSeen) {
+    xAddInOpenNodes(offer);
+    state = kOpen;
+    return;
+  }
+  // An open node that becomes cheaper keeps its place in the list on purpose.
+  Node& known = nodes[static_cast<std::size_t>(xGetCellNode(cell))];
+  if (known.g > g) known = offer;
+}
+
+void OccMapPathFinder::xBuildPath(std::vector<Pose2Di>& path) {
+  path.clear();
+  if (closedNodes.empty()) return;
+  for (auto i = static_cast<std::int32_t>(closedNodes.size()) - 1; i >= 0;) {
+    const Node& node = closedNodes[static_cast<std::size_t>(i)];
+    if (xCmpPt({node.x, node.y, 0.0f}, start, false)) break;
+    path.emplace_back(node.x, node.y, 0.0f);
+    // A parent is closed before its children. Holding on to that ends the walk even if a caller
+    // filed a node with another one.
+    i = std::min(node.parent, i - 1);
+  }
+  path.push_back(start);
+  std::reverse(path.begin(), path.end());
+}
+
+void OccMapPathFinder::xAddInOpenNodes(const Node& node_) {
+  const Node node = node_;  // may be an element of `nodes`
+  if (!hasEntry({node.x, node.y, 0.0f})) {
+    completeLog(NavLogLevel::Warning, "node lies off the searched map, it is not filed.", kFile,
+                "xAddInOpenNodes", __LINE__);
+    return;
+  }
+  nodes.push_back(node);
+  const auto index = static_cast<std::int32_t>(nodes.size()) - 1;
+  xGetCellNode({node.x, node.y, 0.0f}) = index;
+  const auto isLower = [&](std::int32_t other) {
+    return nodes[static_cast<std::size_t>(other)].f < node.f;
+  };
+  // From the back, up to the first lower one: in front of all that are equal.
+  const auto lower = std::find_if(openList.rbegin(), openList.rend(), isLower);
+  openList.insert(lower.base(), index);
+}
+
+bool OccMapPathFinder::xCmpPt(const Pose2Di& a, const Pose2Di& b, bool nearIsEnough) const {
+  // In 64 bits, where no difference of cells overflows.
+  const std::int64_t dx = std::abs(std::int64_t{a.x} - b.x);
+  const std::int64_t dy = std::abs(std::int64_t{a.y} - b.y);
+  return nearIsEnough && neighborhoodType == Double ? dx + dy <= 1 : dx == 0 && dy == 0;
+}
+
+bool OccMapPathFinder::hasEntry(const Pose2Di& cell) const {
+  return cell.x >= 0 && cell.y >= 0 && cell.x < arrayWidth_ && cell.y < arrayHeight_;
+}
+
+std::size_t OccMapPathFinder::entryOf(const Pose2Di& cell) const {
+  return static_cast<std::size_t>(cell.y) * static_cast<std::size_t>(arrayWidth_) +
+         static_cast<std::size_t>(cell.x);
+}
+
+std::int32_t& OccMapPathFinder::xGetCellState(const Pose2Di& cell) {
+  return cellStates[entryOf(cell)];
+}
+
+std::int32_t& OccMapPathFinder::xGetCellNode(const Pose2Di& cell) {
+  return cellNodes[entryOf(cell)];
+}
+
+const OccMapPathFinder::Node* OccMapPathFinder::xFindNode(const Pose2Di& cell) const {
+  if (!hasEntry(cell) || cellStates[entryOf(cell)] == kNeverSeen) return nullptr;
+  for (const std::int32_t index : openList) {
+    const Node& node = nodes[static_cast<std::size_t>(index)];
+    if (node.x == cell.x && node.y == cell.y) return &node;
+  }
+  return nullptr;
+}
+
+float OccMapPathFinder::xDistance(int dx, int dy) const {
+  return computeNorm(dx, dy) * coarseMap.params.resolution;
+}
+
+float OccMapPathFinder::xComputeAngleCost(float theta, const Pose2Di& delta) const {
+  const auto direction =
+      static_cast<float>(std::atan2(static_cast<double>(delta.y), static_cast<double>(delta.x)));
+  return std::fabs(canonicalAngle(theta - direction)) * angleCostFactor;
+}
+
+bool OccMapPathFinder::isFree(const Pose2Di& cell) const {
+  // Only a threshold above the value blocks: a value that is not a number does not.
+  return coarseMap.isInside(cell.x, cell.y) &&
+         !(obstacleThreshold > coarseMap.getCell(cell.x, cell.y));
+}
+
+}  // namespace Brin
