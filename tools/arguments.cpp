@@ -1,10 +1,11 @@
 #include "tools/arguments.hpp"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <optional>
-#include <vector>
 
+#include "tools/format.hpp"
 #include "tools/usage_error.hpp"
 
 namespace korrin_tool {
@@ -19,7 +20,8 @@ std::optional<float> parseFinite(const std::string& text) {
   return value;
 }
 
-CLI::Validator numberThat(bool (*holds)(float), const std::string& wanted) {
+template <typename Holds>
+CLI::Validator numberThat(const Holds& holds, const std::string& wanted) {
   return CLI::Validator(
       [holds, wanted](const std::string& text) {
         const std::optional<float> value = parseFinite(text);
@@ -45,16 +47,26 @@ Brin::Pose2D parsePose(const std::string& text, const std::string& option) {
   return {numbers[0], numbers[1], numbers.size() == 3 ? numbers[2] : 0.0f};
 }
 
-CLI::Validator finiteNumber() {
-  return numberThat([](float) { return true; }, "a finite number");
-}
-
 CLI::Validator notNegative() {
   return numberThat([](float value) { return value >= 0.0f; }, "a finite number, at least 0");
 }
 
 CLI::Validator positive() {
   return numberThat([](float value) { return value > 0.0f; }, "a finite number above 0");
+}
+
+CLI::Validator between(float low, float high) {
+  return numberThat([low, high](float value) { return value >= low && value <= high; },
+                    "a number from " + formatShort(low) + " to " + formatShort(high));
+}
+
+CLI::Validator oneOf(const std::vector<std::string>& words) {
+  return CLI::Validator(
+      [words](const std::string& text) {
+        if (std::find(words.begin(), words.end(), text) != words.end()) return std::string();
+        return "must be one of " + CLI::detail::join(words, ", ") + ", found " + text;
+      },
+      "");
 }
 
 }  // namespace korrin_tool

@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <string>
+#include <vector>
 
 #include "korrin/core/geometry.hpp"
 
@@ -12,9 +13,12 @@ namespace korrin_tool {
 // that are not finite included, is a UsageError that names `option`.
 Brin::Pose2D parsePose(const std::string& text, const std::string& option);
 
-// Checks for an option's number: finite; finite and at least 0; finite and above 0.
-CLI::Validator finiteNumber();
+// Checks for an option's number; each also wants it finite.
 CLI::Validator notNegative();
 CLI::Validator positive();
+CLI::Validator between(float low, float high);  // both ends included
+
+// A check that an option is one of these words.
+CLI::Validator oneOf(const std::vector<std::string>& words);
 
 }  // namespace korrin_tool

@@ -22,9 +22,15 @@ cv::Scalar toScalar(Colour colour) {
   return {double(colour.blue), double(colour.green), double(colour.red)};
 }
 
-int toFixed(double pixels) {
-  return static_cast<int>(std::lround(std::clamp(pixels, -1e6, 1e6) * (1 << kShift)));
+// Far outside the picture is far enough; so is what is not a number.
+double limited(double pixels) {
+  constexpr double kFar = 1e6;
+  return std::isnan(pixels) ? -kFar : std::clamp(pixels, -kFar, kFar);
 }
+
+int toFixed(double pixels) { return static_cast<int>(std::lround(pixels * (1 << kShift))); }
+
+int toWidth(double pixels) { return std::max(1, static_cast<int>(std::lround(pixels))); }
 
 cv::Point toFixed(cv::Point2d point) { return {toFixed(point.x), toFixed(point.y)}; }
 
@@ -81,18 +87,18 @@ void fillRect(cv::Mat& picture, cv::Rect rect, Colour colour, double opacity) {
 }
 
 cv::Point cornerFor(cv::Point2d at, cv::Size size, Anchor anchor) {
-  constexpr int kGap = 12;
+  const int gap = size.height / 2;
   const int x = static_cast<int>(std::lround(at.x));
   const int y = static_cast<int>(std::lround(at.y));
   switch (anchor) {
     case Anchor::Above:
-      return {x - size.width / 2, y - size.height - kGap};
+      return {x - size.width / 2, y - size.height - gap};
     case Anchor::Below:
-      return {x - size.width / 2, y + kGap};
+      return {x - size.width / 2, y + gap};
     case Anchor::Left:
-      return {x - size.width - kGap, y - size.height / 2};
+      return {x - size.width - gap, y - size.height / 2};
     case Anchor::Right:
-      return {x + kGap, y - size.height / 2};
+      return {x + gap, y - size.height / 2};
     case Anchor::Centre:
       break;
   }
@@ -119,14 +125,14 @@ Colour mix(Colour from, Colour to, double share) {
 
 Canvas::Canvas(const Brin::OccupancyMapParams& frame, int minimumWidth)
     : frame_(frame),
-      zoom_(std::max(1, (minimumWidth + frame.width - 1) / std::max(1, frame.width))),
+      zoom_(std::max(1, (minimumWidth + std::max(1, frame.width) - 1) / std::max(1, frame.width))),
       mapHeight_(std::max(1, frame.height) * zoom_),
       picture_(mapHeight_, std::max(1, frame.width) * zoom_, CV_8UC3, toScalar(palette::kPaper)) {}
 
 cv::Point2d Canvas::toPixel(const Brin::Point2D& point) const {
   const Brin::Pose2D cell = frame_.origin.relProject({point.x, point.y, 0.0f});
-  return {(cell.x / frame_.resolution + 0.5) * zoom_ - 0.5,
-          (frame_.height - 0.5 - cell.y / frame_.resolution) * zoom_ - 0.5};
+  return {limited((cell.x / frame_.resolution + 0.5) * zoom_ - 0.5),
+          limited((frame_.height - 0.5 - cell.y / frame_.resolution) * zoom_ - 0.5)};
 }
 
 void Canvas::drawMap(const Brin::OccupancyMap& map) {
@@ -161,19 +167,20 @@ void Canvas::fillCell(int x, int y, Colour colour, double opacity) {
 }
 
 void Canvas::line(const Brin::Point2D& from, const Brin::Point2D& to, Colour colour, int width) {
-  cv::line(picture_, toFixed(toPixel(from)), toFixed(toPixel(to)), toScalar(colour), width,
-           cv::LINE_AA, kShift);
+  cv::line(picture_, toFixed(toPixel(from)), toFixed(toPixel(to)), toScalar(colour),
+           toWidth(scaled(width)), cv::LINE_AA, kShift);
 }
 
 void Canvas::polyline(const std::vector<Brin::Pose2D>& path, Colour colour, int width) {
   std::vector<cv::Point> points;
   for (const Brin::Pose2D& pose : path) points.push_back(toFixed(toPixel(pose)));
-  cv::polylines(picture_, points, false, toScalar(colour), width, cv::LINE_AA, kShift);
+  cv::polylines(picture_, points, false, toScalar(colour), toWidth(scaled(width)), cv::LINE_AA,
+                kShift);
 }
 
 void Canvas::circle(const Brin::Point2D& centre, double radius, Colour colour, int width) {
-  cv::circle(picture_, toFixed(toPixel(centre)), toFixed(radius), toScalar(colour), width,
-             cv::LINE_AA, kShift);
+  cv::circle(picture_, toFixed(toPixel(centre)), toFixed(scaled(radius)), toScalar(colour),
+             width < 0 ? width : toWidth(scaled(width)), cv::LINE_AA, kShift);
 }
 
 void Canvas::disc(const Brin::Point2D& centre, double radius, Colour colour) {
@@ -185,21 +192,27 @@ void Canvas::arrow(const Brin::Point2D& from, const Brin::Point2D& to, Colour co
   const cv::Point2d tail = toPixel(from);
   const cv::Point2d head = toPixel(to);
   const double length = std::max(1.0, std::hypot(head.x - tail.x, head.y - tail.y));
-  const double tip = std::min(0.5, (6.0 + 3.0 * width) / length);
-  cv::arrowedLine(picture_, toFixed(tail), toFixed(head), toScalar(colour), width, cv::LINE_AA,
-                  kShift, tip);
+  const double tip = std::min(0.5, scaled(6.0 + 3.0 * width) / length);
+  cv::arrowedLine(picture_, toFixed(tail), toFixed(head), toScalar(colour), toWidth(scaled(width)),
+                  cv::LINE_AA, kShift, tip);
 }
 
 void Canvas::heading(const Brin::Pose2D& pose, double length, Colour colour) {
-  const float reach = static_cast<float>(length) * frame_.resolution / static_cast<float>(zoom_);
+  const float reach =
+      static_cast<float>(scaled(length)) * frame_.resolution / static_cast<float>(zoom_);
   std::vector<cv::Point> outline;
   for (const Brin::Pose2D corner :
        {Brin::Pose2D(0.6f * reach, 0.0f, 0.0f), Brin::Pose2D(-0.4f * reach, 0.4f * reach, 0.0f),
         Brin::Pose2D(-0.4f * reach, -0.4f * reach, 0.0f)}) {
     outline.push_back(toFixed(toPixel(pose.absProject(corner))));
   }
-  cv::polylines(picture_, outline, true, toScalar(palette::kPaper), 4, cv::LINE_AA, kShift);
+  cv::polylines(picture_, outline, true, toScalar(palette::kPaper), toWidth(scaled(4)), cv::LINE_AA,
+                kShift);
   cv::fillConvexPoly(picture_, outline, toScalar(colour), cv::LINE_AA, kShift);
+}
+
+double Canvas::scaled(double pixels) const {
+  return pixels * std::max(1.0, picture_.cols / 1440.0);
 }
 
 double Canvas::textSize() const { return std::clamp(picture_.cols / 85.0, 9.0, 40.0); }

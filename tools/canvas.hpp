@@ -68,7 +68,8 @@ class Canvas {
                  double threshold);
   void fillCell(int x, int y, Colour colour, double opacity = 1.0);
 
-  // Shapes at world points (metres); widths and radii in pixels.
+  // Shapes at world points (metres). Widths and radii are in pixels of a picture 1,440 pixels
+  // wide; a wider one has them in proportion.
   void line(const Brin::Point2D& from, const Brin::Point2D& to, Colour colour, int width = 2);
   void polyline(const std::vector<Brin::Pose2D>& path, Colour colour, int width = 2);
   void circle(const Brin::Point2D& centre, double radius, Colour colour, int width = 2);
@@ -92,6 +93,7 @@ class Canvas {
 
  private:
   cv::Point2d toPixel(const Brin::Point2D& point) const;
+  double scaled(double pixels) const;
   double textSize() const;  // height of a capital, pixels
   cv::Mat footer();         // the strip, made when it is not there
 

@@ -96,8 +96,8 @@ constexpr Disc kRoundThings[] = {
 };
 
 const RoomName kRooms[] = {
-    {{1.9f, 13.5f}, "Office"}, {{8.4f, 12.3f}, "Meeting"},  {{13.2f, 14.25f}, "Studio"},
-    {{20.5f, 14.4f}, "Lab"},   {{1.9f, 5.6f}, "Lobby"},     {{8.9f, 6.3f}, "Kitchen"},
+    {{1.9f, 13.5f}, "Office"}, {{8.4f, 12.3f}, "Meeting"},    {{13.2f, 14.25f}, "Studio"},
+    {{20.5f, 14.4f}, "Lab"},   {{1.9f, 5.6f}, "Lobby"},       {{8.9f, 6.3f}, "Kitchen"},
     {{14.8f, 6.3f}, "Store"},  {{19.75f, 3.05f}, "Workshop"},
 };
 

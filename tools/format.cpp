@@ -43,6 +43,19 @@ std::string formatNumber(double value, int decimals) {
   return text.str();
 }
 
+std::string formatShort(double value) {
+  std::ostringstream text;
+  text << value;
+  return text.str();
+}
+
+std::string formatPoint(const Brin::Point2D& point) {
+  const auto coordinate = [](double value) {
+    return std::abs(value) < 1e6 ? formatNumber(value, 2) : formatShort(value);
+  };
+  return "(" + coordinate(point.x) + ", " + coordinate(point.y) + ")";
+}
+
 std::string formatMetres(double metres) {
   return formatNumber(metres, std::abs(metres) < 1.0 ? 2 : 1) + " m";
 }
