@@ -29,6 +29,7 @@ int flushedOutput() {
 }
 
 constexpr void (*kCommands[])(CLI::App&) = {
+    addDemoCommand,
     addPlanCommand,
 };
 

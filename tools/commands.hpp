@@ -7,6 +7,7 @@
 
 namespace korrin_tool {
 
+void addDemoCommand(CLI::App& app);
 void addPlanCommand(CLI::App& app);
 
 }  // namespace korrin_tool

@@ -1,0 +1,37 @@
+#include "tools/demo/demo.hpp"
+
+namespace korrin_tool {
+namespace {
+
+constexpr DemoSection kSections[] = {driveSection, gridSection, dilationSection, planSection};
+
+PlanSettings robotSettings() {
+  PlanSettings settings;
+  settings.dilation = Brin::ObstacleDilater::DILATE_LINEAR;
+  settings.exploredOnly = true;
+  settings.radius = 0.25f;
+  settings.fade = 0.9f;
+  return settings;
+}
+
+}  // namespace
+
+DemoState::DemoState()
+    : floor(makeFloorPlan()),
+      settings(robotSettings()),
+      grid(floor.map.params, true),
+      grown(floor.map.params, true) {
+  table.header = {"step", "result", "time"};
+}
+
+void DemoState::addRow(const std::string& step, const std::string& result, double seconds) {
+  table.rows.push_back({step, result, formatSeconds(seconds)});
+}
+
+std::vector<DemoPicture> runSections(DemoState& state) {
+  std::vector<DemoPicture> pictures;
+  for (const DemoSection section : kSections) pictures.push_back(section(state));
+  return pictures;
+}
+
+}  // namespace korrin_tool

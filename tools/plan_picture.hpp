@@ -1,0 +1,12 @@
+// A plan as a picture: the map, the cells that were looked at, the path and its waypoints.
+#pragma once
+
+#include "korrin/core/occupancy_map.hpp"
+#include "tools/canvas.hpp"
+#include "tools/planning.hpp"
+
+namespace korrin_tool {
+
+Canvas drawPlan(const Brin::OccupancyMap& map, const Plan& plan);
+
+}  // namespace korrin_tool
