@@ -4,7 +4,13 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <sstream>
+#include <string>
+#include <vector>
 
+#include "core/image_ptr.hpp"
+#include "korrin/core/log.hpp"
+#include "korrin/range_simulation.hpp"
 #include "src/cell_line.hpp"
 
 namespace Brin {
@@ -12,11 +18,9 @@ namespace {
 
 constexpr int kRays = 50;
 constexpr float kTooFar = 1000000.0f;  // cells
+constexpr const char* kSearch = "findFirstCellWithCond";
 
-CellRect cellsOf(const OccupancyMap& map) {
-  if (map.image == nullptr) return {0, 0};
-  return {map.image->width, map.image->height};
-}
+CellRect cellsOf(const OccupancyMap& map) { return {map.image->width, map.image->height}; }
 
 // A cell on the way along a line; the heading of such a cell is 0.
 Pose2Di currentCell(const CellLine& line) { return {line.x(), line.y(), 0.0f}; }
@@ -114,6 +118,7 @@ bool nearestOnRays(const OccupancyMap& map, const Pose2Di& start, Pose2Di& out,
 template <typename Condition>
 bool nearestInMap(const OccupancyMap& map, const Pose2Di& start, Pose2Di& out,
                   Condition condition) {
+  requireKind(map.image, IPL_DEPTH_32F, 1, kSearch);
   if (condition(map.getCell(start.x, start.y))) {
     out = start;
     return true;
@@ -122,6 +127,47 @@ bool nearestInMap(const OccupancyMap& map, const Pose2Di& start, Pose2Di& out,
                        [&](const Pose2Di& end, std::int64_t tooManySteps, Pose2Di& cell) {
                          return walkThroughMap(map, start, end, tooManySteps, condition, cell);
                        });
+}
+
+// The main direction of obstacles
+
+void logDirection(NavLogLevel level, const std::string& message, int line) {
+  completeLog(level, message, "src/occupancymap_utils", "findObstaclesMainDirection", line);
+}
+
+// The start, or the free cell nearest to it when it lies inside an obstacle.
+bool findViewpoint(const OccupancyMap& map, const Pose2Di& start, float threshold, Pose2Di& cell) {
+  cell = start;
+  // A value equal to the threshold passes here, though the search below would not call it free.
+  // This is intended.
+  if (!(map.getCell(start.x, start.y) < threshold)) return true;
+  logDirection(NavLogLevel::Warning, "Start is inside obstacles.", 78);
+  if (findFirstFreeCell(map, start, cell, threshold)) return true;
+  logDirection(NavLogLevel::Warning, "Could not find free cell.", 84);
+  return false;
+}
+
+// The bearings, as headings of poses, of the beams that hit an obstacle nearer than `range`.
+std::vector<Pose2D> bearingsOfObstacles(const OccupancyMap& map, const Pose2D& pose, float range,
+                                        float threshold) {
+  ScanModel scanner(100, 5.0f * range, 2.0f * kPi);
+  scanner.minRange = 0.001f;
+  std::vector<RangeReading> readings;
+  occMapSimulateScan(map, scanner, pose, readings, threshold);
+  std::vector<Pose2D> bearings;
+  for (const RangeReading& reading : readings) {
+    if (reading.status == 0 && reading.range < range) {
+      bearings.emplace_back(0.0f, 0.0f, reading.angle);
+    }
+  }
+  return bearings;
+}
+
+void reportSpread(float spread) {
+  std::ostringstream message;
+  message << "stdDevObstRay " << spread;
+  logDirection(NavLogLevel::Info, message.str(), 120);
+  if (spread > kPi / 2.0f) logDirection(NavLogLevel::Warning, "var dir too big!", 123);
 }
 
 }  // namespace
@@ -139,17 +185,23 @@ bool findFirstGrayCell(const OccupancyMap& map, const Pose2Di& start, Pose2Di& o
 bool findFirstFreeCellInLine(const OccupancyMap& map, const Pose2Di& from, const Pose2Di& to,
                              Pose2Di& out, float threshold) {
   constexpr std::int64_t kNoLimit = std::int64_t{1} << 40;
+  requireKind(map.image, IPL_DEPTH_32F, 1, "findFirstFreeCellInLine");
   Pose2Di cell;
   if (!walkThroughMap(map, from, to, kNoLimit, FreeCellCondition{threshold}, cell)) return false;
   out = cell;
   return true;
 }
 
-bool xFindFirstCellOnRays(const OccupancyMap& map, const Pose2Di& start, Pose2Di& out,
-                          const std::function<std::function<bool(float)>()>& rayCondition) {
+bool xFindFirstCell(const OccupancyMap& map, const Pose2Di& start, Pose2Di& out,
+                    const CellCondition& atStart, const std::function<CellCondition()>& onRay) {
+  requireKind(map.image, IPL_DEPTH_32F, 1, kSearch);
+  if (atStart(map.getCell(start.x, start.y))) {
+    out = start;
+    return true;
+  }
   return nearestOnRays(map, start, out,
                        [&](const Pose2Di& end, std::int64_t tooManySteps, Pose2Di& cell) {
-                         return walkEveryCell(map, start, end, tooManySteps, rayCondition(), cell);
+                         return walkEveryCell(map, start, end, tooManySteps, onRay(), cell);
                        });
 }
 
@@ -163,6 +215,23 @@ template <>
 bool findFirstCellWithCond(const OccupancyMap& map, const Pose2Di& start, Pose2Di& out,
                            GrayCellCondition condition) {
   return nearestInMap(map, start, out, condition);
+}
+
+bool findObstaclesMainDirection(const OccupancyMap& map, const Pose2Di& start, float range,
+                                float& direction, float threshold) {
+  requireKind(map.image, IPL_DEPTH_32F, 1, "findObstaclesMainDirection");
+  Pose2Di cell;
+  if (!findViewpoint(map, start, threshold, cell)) return false;
+  const Pose2D pose = map.getPoseFromPixel({cell.x, cell.y, 0.0f});
+  const std::vector<Pose2D> bearings = bearingsOfObstacles(map, pose, range, threshold);
+  if (bearings.empty()) {
+    logDirection(NavLogLevel::Warning, "No obstacles.", 113);
+    return false;
+  }
+  const Pose2D mean = avgPose2D(bearings);
+  reportSpread(relStdDevPose2D(bearings, mean).theta);
+  direction = mean.theta;
+  return true;
 }
 
 }  // namespace Brin

@@ -1,5 +1,6 @@
 // The nearest free or unknown cell on 50 rays around a cell.
 #include <gtest/gtest.h>
+#include <opencv2/core/core_c.h>
 
 #include <cmath>
 #include <limits>
@@ -137,10 +138,24 @@ TEST(FindFirstFreeCell, notANumberIsNeverFree) {
 TEST(FindFirstFreeCell, aMapOfNoCellsHasNoFreeCell) {
   EXPECT_EQ(freeCell(OccupancyMap(0, 0, 1.0f, false), {0, 0, 0.0f}, 0.7f), "nothing");
   EXPECT_EQ(freeCell(OccupancyMap(0, 5, 1.0f, false), {0, 2, 0.0f}, 0.7f), "nothing");
-  OccupancyMap map(3, 3, 1.0f, false);
+}
+
+TEST(CellSearch, aMapWithoutAUsableImageIsRefused) {
+  OccupancyMap map = drawMap({"...", "..."});
   const OccupancyMap taken = std::move(map);
-  EXPECT_EQ(freeCell(map, {1, 1, 0.0f}, 0.2f), "nothing");
-  EXPECT_EQ(freeCell(taken, {1, 1, 0.0f}, 0.2f), "1,1,0");
+  OccupancyMap bytes = taken;
+  cvReleaseImage(&bytes.image);
+  bytes.image = cvCreateImage(cvSize(3, 2), IPL_DEPTH_8U, 1);
+  const auto any = [](float) { return true; };
+  for (const OccupancyMap* unusable : {&map, &bytes}) {
+    Pose2Di out = kUntouched;
+    const Pose2Di cell = {1, 1, 0.0f};
+    EXPECT_THROW(Brin::findFirstFreeCell(*unusable, cell, out, 0.2f), cv::Exception);
+    EXPECT_THROW(Brin::findFirstGrayCell(*unusable, cell, out, 0.2f, 0.1f), cv::Exception);
+    EXPECT_THROW(Brin::findFirstCellWithCond(*unusable, cell, out, any), cv::Exception);
+    EXPECT_THROW(Brin::findFirstFreeCellInLine(*unusable, cell, cell, out, 0.2f), cv::Exception);
+    EXPECT_TRUE(sameBits(out, kUntouched));
+  }
 }
 
 TEST(FindFirstFreeCell, aMapOfOneCell) {

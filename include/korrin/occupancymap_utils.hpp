@@ -1,8 +1,11 @@
-// Questions to an occupancy grid: where is the nearest free or unknown cell?
+// Questions to an occupancy grid: where is the nearest free or unknown cell, and on which side are
+// the obstacles?
 //
 //   Brin::Pose2Di cell;
 //   if (Brin::findFirstFreeCell(map, map.getPixelFromPose(robot), cell, 0.7f))
 //     driveTo(map.getPoseFromPixel(cell));  // the way out of an obstacle
+//   float side;
+//   if (Brin::findObstaclesMainDirection(map, cell, 0.5f, side, 0.4f)) backOffFrom(side);
 //
 // The searches look along 50 rays that start at a cell, all around, and give the nearest of what
 // the rays meet first:
@@ -19,10 +22,11 @@
 //
 // Nearest means nearest on the rays: a cell between two rays can be nearer and is not seen.
 //
-// Everywhere here a cell outside the map reads as -1, and so does every cell of a map without an
-// image. The start, too, may lie anywhere. Cells come back with heading 0 unless it is said
-// otherwise. `out` is written only when the result is true and may be the very object that another
-// argument is. Nothing is kept between calls: safe from any thread while nobody writes the map.
+// Everywhere here a cell outside the map reads as -1, and the start may lie anywhere. Cells come
+// back with heading 0 unless it is said otherwise. `out` is written only when the result is true
+// and may be the very object that another argument is. A map whose image is null or not of one
+// float channel raises OpenCV's error. Nothing is kept between calls: safe from any thread while
+// nobody writes the map.
 #pragma once
 
 #include <cmath>
@@ -75,11 +79,14 @@ KORRIN_EXPORT bool findFirstGrayCell(const OccupancyMap& map, const Pose2Di& sta
 KORRIN_EXPORT bool findFirstFreeCellInLine(const OccupancyMap& map, const Pose2Di& from,
                                            const Pose2Di& to, Pose2Di& out, float threshold);
 
-// What findFirstCellWithCond does once the start cell has not satisfied the condition:
-// `rayCondition` gives a fresh condition for each ray.
-KORRIN_EXPORT bool xFindFirstCellOnRays(
-    const OccupancyMap& map, const Pose2Di& start, Pose2Di& out,
-    const std::function<std::function<bool(float)>()>& rayCondition);
+// A condition of any type.
+using CellCondition = std::function<bool(float)>;
+
+// What findFirstCellWithCond does: `atStart` is asked about the start cell, and then `onRay` gives
+// each ray its own condition, in the order of the rays.
+KORRIN_EXPORT bool xFindFirstCell(const OccupancyMap& map, const Pose2Di& start, Pose2Di& out,
+                                  const CellCondition& atStart,
+                                  const std::function<CellCondition()>& onRay);
 
 // The search with a condition of the caller's own: any copyable object that answers
 // `bool operator()(float value)`. It may keep state. It sees the start cell first; each ray then
@@ -93,12 +100,8 @@ KORRIN_EXPORT bool xFindFirstCellOnRays(
 template <typename Condition>
 bool findFirstCellWithCond(const OccupancyMap& map, const Pose2Di& start, Pose2Di& out,
                            Condition condition) {
-  if (condition(map.getCell(start.x, start.y))) {
-    out = start;
-    return true;
-  }
-  return xFindFirstCellOnRays(map, start, out,
-                              [&] { return std::function<bool(float)>(condition); });
+  return xFindFirstCell(map, start, out, std::ref(condition),
+                        [&condition] { return CellCondition(condition); });
 }
 
 // The two conditions above answer the same on every cell outside the map that follows another, so
@@ -109,5 +112,27 @@ KORRIN_EXPORT bool findFirstCellWithCond(const OccupancyMap& map, const Pose2Di&
 template <>
 KORRIN_EXPORT bool findFirstCellWithCond(const OccupancyMap& map, const Pose2Di& start,
                                          Pose2Di& out, GrayCellCondition condition);
+
+// On which side of a cell the near obstacles are: the mean bearing of those of 100 simulated beams,
+// all around, that hit an obstacle nearer than `range`.
+//
+//   1. A start cell whose value is below `threshold`, as outside the map, lies inside an obstacle:
+//      the look goes on from the cell that findFirstFreeCell finds. A value equal to the threshold
+//      does not lie inside one, though that search would not call it free. This is intended.
+//   2. occMapSimulateScan casts the beams of ScanModel(100, 5 * range, 2 pi), from 1 millimetre to
+//      5 * range around the cell's centre (metres). Its readings of status 0 and strictly below
+//      `range` count.
+//   3. `direction` becomes the circular mean of their angles: radians, counted from the direction
+//      of the grid's rows. The heading of `start` plays no part.
+//
+// False, and `direction` as it was, when no free cell or no near obstacle is found, as for a range
+// that is not above 0 or not a number. Each failure, a start inside an obstacle and a spread of the
+// bearings above pi / 2 (which does not change the result) give a record at level Warning; the
+// spread itself is reported at level Info. A cell value or a threshold that is not a number is
+// below nothing. A map's second image vetoes hits as in any simulated scan. A map without a usable
+// image raises OpenCV's error. Time: that of findFirstFreeCell and of 100 beams. Safe from any
+// thread while nobody writes the map.
+KORRIN_EXPORT bool findObstaclesMainDirection(const OccupancyMap& map, const Pose2Di& start,
+                                              float range, float& direction, float threshold);
 
 }  // namespace Brin
