@@ -6,6 +6,8 @@
 #include <algorithm>
 
 #include "core/image_ptr.hpp"
+#include "src/distance_transform.hpp"
+#include "src/lanes.hpp"
 
 namespace Brin {
 namespace {
@@ -38,12 +40,40 @@ double toByteThreshold(float probability) {
   return level > -1.0f ? std::min(level, 256.0f) : -1.0;
 }
 
+// The profiles take one distance or several at once.
+
+struct LinearProfile {
+  float radius;
+  float ramp;
+
+  template <typename T>
+  T operator()(T distance) const {
+    const T value = (distance - radius) / ramp;
+    return choose(distance < radius, T{}, choose(value < 1.0f, value, T{} + 1.0f));
+  }
+};
+
+struct InverseProfile {
+  float radius;
+  float k;
+
+  template <typename T>
+  T operator()(T distance) const {
+    return choose(distance < radius, T{}, 1.0f - k / (distance - radius + k));
+  }
+};
+
 // Writes profile(distance) to every cell.
 template <typename Profile>
-void applyProfile(IplImage& mapImage, const IplImage& distImage, Profile profile) {
+void applyProfile(const IplImage& distImage, IplImage& mapImage, const Profile& profile) {
   for (int y = 0; y < mapImage.height; ++y) {
     const float* distances = imageRow<float>(distImage, y);
-    std::transform(distances, distances + mapImage.width, imageRow<float>(mapImage, y), profile);
+    float* cells = imageRow<float>(mapImage, y);
+    int x = 0;
+    for (; x + kLanes <= mapImage.width; x += kLanes) {
+      store(cells + x, profile(load<Floats>(distances + x)));
+    }
+    for (; x < mapImage.width; ++x) cells[x] = profile(distances[x]);
   }
 }
 
@@ -90,19 +120,11 @@ void ObstacleDilater::xDoDilateWithFunctTransform(OccupancyMap& map, float radiu
   if (hasNoCells(*map.image)) return;
   map.toCharIplImage(&charImage);
   cvThreshold(charImage, charImage, toByteThreshold(obstProbThreshold), 0, CV_THRESH_TOZERO);
-  cvDistTransform(charImage, distImage, CV_DIST_L2, 3, nullptr, nullptr, CV_DIST_LABEL_CCOMP);
+  chamferDistances(*charImage, *distImage);
   if (type == DILATE_LINEAR) {
-    const float ramp = fadeCells - radiusCells;
-    applyProfile(*map.image, *distImage, [=](float distance) {
-      if (distance < radiusCells) return 0.0f;
-      const float value = (distance - radiusCells) / ramp;
-      return value < 1.0f ? value : 1.0f;
-    });
+    applyProfile(*distImage, *map.image, LinearProfile{radiusCells, fadeCells - radiusCells});
   } else if (type == DILATE_INVERSE) {
-    const float k = fadeCells / 10.0f;
-    applyProfile(*map.image, *distImage, [=](float distance) {
-      return distance < radiusCells ? 0.0f : 1.0f - k / (distance - radiusCells + k);
-    });
+    applyProfile(*distImage, *map.image, InverseProfile{radiusCells, fadeCells / 10.0f});
   }
 }
 

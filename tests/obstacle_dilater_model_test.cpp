@@ -16,14 +16,23 @@ using Brin::ObstacleDilater;
 using Brin::OccupancyMap;
 using korrin_test::MapBounds;
 using korrin_test::RandomInputs;
+using korrin_test::sameImage;
 using korrin_test::sameMap;
 
 ::testing::AssertionResult agrees(const OccupancyMap& map, ObstacleDilater& dilater, int type) {
   OccupancyMap expected(map);
-  korrin_model::dilate(
-      expected, {dilater.obstProbThreshold, dilater.dilationRadius, dilater.fadeDistance}, type);
+  korrin_model::DilateImages images(cvGetSize(map.image));
+  korrin_model::dilate(expected, images,
+                       {dilater.obstProbThreshold, dilater.dilationRadius, dilater.fadeDistance},
+                       type);
   OccupancyMap actual(map);
   dilater.dilate(actual, static_cast<ObstacleDilater::DilateType>(type));
+  if (type != 2) {
+    auto same = sameImage(dilater.distImage, images.distImage);
+    if (!same) return same << " (distances)";
+    same = sameImage(dilater.charImage, images.charImage);
+    if (!same) return same << " (bytes)";
+  }
   return sameMap(actual, expected);
 }
 
