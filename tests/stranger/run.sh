@@ -43,8 +43,7 @@ install_korrin() {
   (cd "$work/staged/opt/korrin" && find . -type f -o -type l) | sort >"$work/staged.txt"
   (cd "$prefix" && find . -type f -o -type l) | sort >"$work/moved.txt"
   diff "$work/staged.txt" "$work/moved.txt" || fail "a staged install differs"
-  diff <(cd "$korrin/include" && find korrin -type f | sort) \
-    <(cd "$prefix/include" && find korrin -type f | sort) || fail "headers are missing"
+  diff -r "$korrin/include" "$prefix/include" || fail "the headers differ"
   [ "$(readlink "$prefix/lib/libkorrin.so")" = "libkorrin.so.${version%%.*}" ] || fail "no SONAME link"
 }
 
