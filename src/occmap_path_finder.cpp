@@ -7,6 +7,8 @@
 
 #include "korrin/core/log.hpp"
 #include "korrin/map_image_utils.hpp"
+#include "src/cell_state.hpp"
+#include "src/path_search.hpp"
 
 namespace Brin {
 
@@ -19,11 +21,6 @@ float OccMapPathFinder::Node::hWeight = 0.5f;
 namespace {
 
 constexpr const char* kFile = "src/occmap_path_finder";
-
-// What `cellStates` holds.
-constexpr std::int32_t kNeverSeen = 0;
-constexpr std::int32_t kOpen = 1;
-constexpr std::int32_t kClosed = 2;
 
 // Readers of the log tell the three failures of a search apart by these numbers; they do not
 // follow the lines of this file.
@@ -182,40 +179,7 @@ bool OccMapPathFinder::xFindPath() {
   const bool arraysFit = coarseMap.image != nullptr && coarseMap.image->width == arrayWidth_ &&
                          coarseMap.image->height == arrayHeight_;
   if (!arraysFit) return false;
-  bool isFirst = true;
-  while (!openList.empty()) {
-    ++numIterations;
-    const Node current = nodes[static_cast<std::size_t>(openList.front())];
-    openList.erase(openList.begin());
-    closedNodes.push_back(current);
-    const Pose2Di cell(current.x, current.y, 0.0f);
-    xGetCellState(cell) = kClosed;
-    if (xCmpPt(cell, end, true)) return true;
-    for (const Pose2Di& delta : neighborDeltas) tryNeighbor(current, delta, isFirst);
-    isFirst = false;
-  }
-  return false;
-}
-
-void OccMapPathFinder::tryNeighbor(const Node& current, const Pose2Di& delta, bool isFirst) {
-  const Pose2Di cell(current.x + delta.x, current.y + delta.y, 0.0f);
-  if (!isFree(cell)) return;
-  std::int32_t& state = xGetCellState(cell);
-  if (state == kClosed) return;
-  const float p = coarseMap.getCell(cell.x, cell.y);
-  float g = current.g + xDistance(delta.x, delta.y) * (1.0f + 2.0f * (1.0f - p));
-  if (isFirst) g += xComputeAngleCost(start.theta, delta);
-  const float h = xDistance(end.x - cell.x, end.y - cell.y);
-  const auto parent = static_cast<std::int32_t>(closedNodes.size()) - 1;
-  const Node offer{cell.x, cell.y, 0.0f, parent, priority(g, h), g, h};
-  if (state == kNeverSeen) {
-    xAddInOpenNodes(offer);
-    state = kOpen;
-    return;
-  }
-  // An open node that becomes cheaper keeps its place in the list on purpose.
-  Node& known = nodes[static_cast<std::size_t>(xGetCellNode(cell))];
-  if (known.g > g) known = offer;
+  return PathSearch(*this).run();
 }
 
 void OccMapPathFinder::xBuildPath(std::vector<Pose2Di>& path) {

@@ -11,7 +11,8 @@ constexpr int kWall = 3;           // thickness
 constexpr int kCorridor = 36;      // width
 constexpr int kRoomDepth = 80;     // from the corridor to the wall in the back
 constexpr int kDoor = 18;          // width
-constexpr int kRoomsInABlock = 4;  // then comes a corridor across
+constexpr int kRoomsInABlock = 4;  // after a corridor across
+constexpr int kRow = kCorridor + 2 * (kRoomDepth + kWall) + kWall;  // a corridor and its rooms
 
 // Columns [x0, x1) and rows [y0, y1).
 struct Area {
@@ -26,7 +27,7 @@ class Office {
     const int side = map_.params.width;
     map_.reset(0.0f);
     // Row by row: a corridor along, rooms above and below it.
-    for (int y = kWall; y < side; y += kCorridor + 2 * (kRoomDepth + kWall) + kWall) {
+    for (int y = kWall; y < side; y += kRow) {
       fill({kWall, y, side, y + kCorridor}, 1.0f);
       buildRooms(y + kCorridor + kWall, y + kCorridor);
       const int above = y + kCorridor + kWall + kRoomDepth + kWall;
@@ -49,7 +50,7 @@ class Office {
   void buildRooms(int y, int doorY) {
     int x = kWall;
     for (int room = 0; x < map_.params.width; ++room) {
-      if (room % (kRoomsInABlock + 1) == kRoomsInABlock) {
+      if (room % (kRoomsInABlock + 1) == 0) {
         fill({x, y - kWall, x + kCorridor, y + kRoomDepth + kWall}, 1.0f);
         x += kCorridor + kWall;
         continue;
@@ -95,6 +96,11 @@ class Office {
 }  // namespace
 
 Brin::OccupancyMap officeMap(int side, std::uint64_t seed) { return Office(side, seed).build(); }
+
+int officeCorridorRow(int side, double share) {
+  const int rows = std::max(0, side - 2 * kWall - kCorridor) / kRow;
+  return kWall + static_cast<int>(share * rows) * kRow + std::min(kCorridor, side) / 2;
+}
 
 Brin::Pose2Di nearestFreeCell(const Brin::OccupancyMap& map, int x, int y) {
   const int farthest = std::max(map.params.width, map.params.height);

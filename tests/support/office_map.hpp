@@ -16,6 +16,10 @@ namespace korrin_test {
 // side x side cells; no second image.
 Brin::OccupancyMap officeMap(int side, std::uint64_t seed);
 
+// The middle row of a corridor of such a map, `share` of the way from the first corridor (0) to
+// the last whole one (1).
+int officeCorridorRow(int side, double share);
+
 // The cell of value 0.9 or more nearest to (x, y), by rings around it; (x, y) itself where there
 // is none.
 Brin::Pose2Di nearestFreeCell(const Brin::OccupancyMap& map, int x, int y);
