@@ -7,7 +7,6 @@
 #include "korrin/core/occupancy_map.hpp"
 #include "korrin/core/path_simplifier.hpp"
 #include "korrin/core/scan.hpp"
-#include "korrin/scan_matching.hpp"
 #include "korrin/map_image_utils.hpp"
 #include "korrin/obstacle_dilater.hpp"
 #include "korrin/occmap_path_finder.hpp"
@@ -17,3 +16,5 @@
 #include "korrin/pathcoststats.hpp"
 #include "korrin/range_simulation.hpp"
 #include "korrin/safepathsimplifier.hpp"
+#include "korrin/scan_holes.hpp"
+#include "korrin/scan_matching.hpp"
