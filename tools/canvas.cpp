@@ -123,6 +123,13 @@ Colour mix(Colour from, Colour to, double share) {
   return {part(from.red, to.red), part(from.green, to.green), part(from.blue, to.blue)};
 }
 
+Colour heat(double share) {
+  constexpr Colour kCool{255, 245, 214};
+  constexpr Colour kWarm{245, 158, 66};
+  constexpr Colour kHot{190, 24, 60};
+  return share < 0.5 ? mix(kCool, kWarm, 2.0 * share) : mix(kWarm, kHot, 2.0 * share - 1.0);
+}
+
 Canvas::Canvas(const Brin::OccupancyMapParams& frame, int minimumWidth)
     : frame_(frame),
       zoom_(std::max(1, (minimumWidth + std::max(1, frame.width) - 1) / std::max(1, frame.width))),

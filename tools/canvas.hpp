@@ -31,6 +31,7 @@ struct Colour {
 namespace palette {
 constexpr Colour kInk{31, 41, 55};         // text, walls
 constexpr Colour kPaper{255, 255, 255};    // free space
+constexpr Colour kShade{226, 230, 236};    // walls and furniture, where they are background
 constexpr Colour kUnknown{203, 209, 217};  // never seen
 constexpr Colour kPath{0, 114, 178};       // what was planned
 constexpr Colour kStart{0, 140, 100};      // where it begins
@@ -47,6 +48,9 @@ constexpr Colour kFaint{140, 150, 165};   // what it should not
 
 // The mix of two colours: `from` at share 0, `to` at share 1.
 Colour mix(Colour from, Colour to, double share);
+
+// A colour for a share from 0 (light) to 1 (hot).
+Colour heat(double share);
 
 // Where a label stands, seen from its point.
 enum class Anchor { Centre, Above, Below, Left, Right };

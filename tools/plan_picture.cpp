@@ -3,6 +3,8 @@
 namespace korrin_tool {
 namespace {
 
+constexpr double kTint = 0.45;
+
 // Cells in the order in which the search took them, from early to late.
 void tintExplored(Canvas& canvas, const Brin::OccupancyMap& map, const Plan& plan) {
   const double count = static_cast<double>(plan.explored.size());
@@ -12,7 +14,7 @@ void tintExplored(Canvas& canvas, const Brin::OccupancyMap& map, const Plan& pla
     const Brin::Pose2Di corner =
         map.getPixelFromPose(plan.searched.getPoseFromPixel(plan.explored[i]));
     for (int y = 0; y < side; ++y) {
-      for (int x = 0; x < side; ++x) canvas.fillCell(corner.x + x, corner.y + y, colour, 0.45);
+      for (int x = 0; x < side; ++x) canvas.fillCell(corner.x + x, corner.y + y, colour, kTint);
     }
   }
 }
@@ -32,8 +34,8 @@ Canvas drawPlan(const Brin::OccupancyMap& map, const Plan& plan) {
   canvas.label(plan.goal, "goal", Anchor::Below, palette::kGoal);
   canvas.scaleBar();
   canvas.legend({{palette::kPath, "path and waypoints"},
-                 {palette::kEarly, "searched first"},
-                 {palette::kLate, "searched last"}});
+                 {mix(palette::kPaper, palette::kEarly, kTint), "searched first"},
+                 {mix(palette::kPaper, palette::kLate, kTint), "searched last"}});
   return canvas;
 }
 

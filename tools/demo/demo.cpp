@@ -3,7 +3,10 @@
 namespace korrin_tool {
 namespace {
 
-constexpr DemoSection kSections[] = {driveSection, gridSection, dilationSection, planSection};
+constexpr DemoSection kSections[] = {
+    driveSection, gridSection,   dilationSection, planSection,
+    matchSection, scrollSection, costSection,
+};
 
 PlanSettings robotSettings() {
   PlanSettings settings;

@@ -42,6 +42,9 @@ DemoPicture driveSection(DemoState& state);     // the floor plan and the way dr
 DemoPicture gridSection(DemoState& state);      // the grid built from the scans
 DemoPicture dilationSection(DemoState& state);  // obstacles grown
 DemoPicture planSection(DemoState& state);      // the path
+DemoPicture matchSection(DemoState& state);     // a scan matched against another
+DemoPicture scrollSection(DemoState& state);    // a map that goes along with the robot
+DemoPicture costSection(DemoState& state);      // the path judged
 
 // Runs all sections in order on `state`.
 std::vector<DemoPicture> runSections(DemoState& state);

@@ -1,6 +1,7 @@
 // The grid that the robot builds from its scans.
 #include "korrin/occupancy_mapper.hpp"
 #include "tools/demo/demo.hpp"
+#include "tools/demo/scanner.hpp"
 #include "tools/stopwatch.hpp"
 
 namespace korrin_tool {
@@ -8,24 +9,14 @@ namespace {
 
 using Readings = std::vector<Brin::RangeReading>;
 
-// The laser: three quarters of a turn, half a degree from beam to beam.
-constexpr float kFieldOfView = 4.71238898f;
-constexpr int kBeams = 541;
-constexpr float kMinRange = 0.05f;
-constexpr float kMaxRange = 12.0f;
-constexpr float kWallThreshold = 0.4f;  // of the floor plan, in which the unknown is no wall
-
 // How much one beam changes a cell.
 constexpr float kFreeStep = 0.06f;
 constexpr float kOccupiedStep = 0.35f;
 
-std::vector<Readings> simulateScans(DemoState& state) {
-  const Brin::OccupancyMapper building(&state.floor.map);
+std::vector<Readings> simulateScans(const DemoState& state) {
   std::vector<Readings> scans;
   for (const Brin::Pose2D& pose : state.drive) {
-    scans.emplace_back();
-    building.simulateScan(pose, kFieldOfView, kMinRange, kMaxRange, kBeams, scans.back(),
-                          kWallThreshold);
+    scans.push_back(readScanner(state.floor.map, pose));
   }
   return scans;
 }
@@ -64,7 +55,7 @@ DemoPicture gridSection(DemoState& state) {
   const std::vector<Readings> scans = simulateScans(state);
   state.addRow("simulate the laser",
                formatCount(static_cast<std::int64_t>(scans.size())) + " scans of " +
-                   formatCount(kBeams) + " beams",
+                   formatCount(kScannerBeams) + " beams",
                simulation.seconds());
   const Stopwatch building;
   buildGrid(state, scans);
