@@ -4,8 +4,8 @@ namespace korrin_tool {
 namespace {
 
 constexpr DemoSection kSections[] = {
-    driveSection, gridSection,   dilationSection, planSection,
-    matchSection, scrollSection, costSection,
+    driveSection, gridSection,   dilationSection, planSection,     holeSection,
+    matchSection, scrollSection, costSection,     obstacleSection,
 };
 
 PlanSettings robotSettings() {
@@ -29,6 +29,16 @@ DemoState::DemoState()
 
 void DemoState::addRow(const std::string& step, const std::string& result, double seconds) {
   table.rows.push_back({step, result, formatSeconds(seconds)});
+}
+
+void drawBackground(Canvas& canvas, const Brin::OccupancyMapParams& frame,
+                    const Brin::OccupancyMap& building) {
+  for (int y = 0; y < frame.height; ++y) {
+    for (int x = 0; x < frame.width; ++x) {
+      const Brin::Pose2Di cell = building.getPixelFromPose(frame.getPoseFromPixel({x, y, 0.0f}));
+      if (building.getCell(cell.x, cell.y) == 0.0f) canvas.fillCell(x, y, palette::kShade);
+    }
+  }
 }
 
 std::vector<DemoPicture> runSections(DemoState& state) {

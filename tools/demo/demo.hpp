@@ -42,9 +42,15 @@ DemoPicture driveSection(DemoState& state);     // the floor plan and the way dr
 DemoPicture gridSection(DemoState& state);      // the grid built from the scans
 DemoPicture dilationSection(DemoState& state);  // obstacles grown
 DemoPicture planSection(DemoState& state);      // the path
+DemoPicture holeSection(DemoState& state);      // openings in a scan
 DemoPicture matchSection(DemoState& state);     // a scan matched against another
 DemoPicture scrollSection(DemoState& state);    // a map that goes along with the robot
 DemoPicture costSection(DemoState& state);      // the path judged
+DemoPicture obstacleSection(DemoState& state);  // the side that obstacles are on
+
+// Draws walls and furniture of `building` faintly into a picture of `frame`.
+void drawBackground(Canvas& canvas, const Brin::OccupancyMapParams& frame,
+                    const Brin::OccupancyMap& building);
 
 // Runs all sections in order on `state`.
 std::vector<DemoPicture> runSections(DemoState& state);

@@ -76,17 +76,6 @@ void drawPoints(Canvas& canvas, const std::vector<Point2D>& points, const Pose2D
   }
 }
 
-// What lies around, faintly.
-void drawRoom(Canvas& canvas, const Brin::OccupancyMapParams& frame,
-              const Brin::OccupancyMap& building) {
-  for (int y = 0; y < frame.height; ++y) {
-    for (int x = 0; x < frame.width; ++x) {
-      const Brin::Pose2Di cell = building.getPixelFromPose(frame.getPoseFromPixel({x, y, 0.0f}));
-      if (building.getCell(cell.x, cell.y) == 0.0f) canvas.fillCell(x, y, palette::kShade);
-    }
-  }
-}
-
 // One square per shift around the place of the first scan.
 void drawScores(Canvas& canvas, const Brin::OccupancyMapParams& frame, const Match& match) {
   const Brin::Pose2Di middle = frame.getPixelFromPose(kReference);
@@ -104,7 +93,7 @@ DemoPicture picture(const DemoState& state, const Match& match, const std::vecto
   Brin::OccupancyMapParams frame(180, 116, kResolution);
   frame.origin = {kReference.x - 90 * kResolution, kReference.y - 58 * kResolution, 0.0f};
   Canvas canvas(frame);
-  drawRoom(canvas, frame, state.floor.map);
+  drawBackground(canvas, frame, state.floor.map);
   drawScores(canvas, frame, match);
   const Pose2D found = kReference.absProject(match.pose);
   drawPoints(canvas, second, kReference, 4.0, palette::kGoal);

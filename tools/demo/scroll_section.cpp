@@ -55,11 +55,7 @@ void drawCells(Canvas& canvas, const OccupancyMap& map, const Brin::OccupancyMap
 DemoPicture picture(const DemoState& state, const Brin::OccupancyMapParams& before,
                     const OccupancyMap& after) {
   Canvas canvas(state.floor.map.params);
-  for (int y = 0; y < state.floor.map.params.height; ++y) {
-    for (int x = 0; x < state.floor.map.params.width; ++x) {
-      if (state.floor.map.getCell(x, y) == 0.0f) canvas.fillCell(x, y, palette::kShade);
-    }
-  }
+  drawBackground(canvas, state.floor.map, state.floor.map);
   drawCells(canvas, after, state.floor.map.params);
   drawFrame(canvas, before, palette::kFaint);
   drawFrame(canvas, after.params, palette::kGoal);
