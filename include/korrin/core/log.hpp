@@ -31,8 +31,9 @@ using LogSink = void (*)(const LogRecord&);
 // thread. A record that is being delivered meanwhile may still reach the old sink.
 KORRIN_EXPORT LogSink setLogSink(LogSink sink);
 
-// Delivers one record to the sink. Any level value is passed on as it is. Lock-free; safe from
-// any thread; what the sink throws reaches the caller.
+// Delivers one record to the sink. Any level value is passed on as it is. Takes no lock, but for
+// what standard error itself takes under the default sink; safe from any thread; what the sink
+// throws reaches the caller.
 KORRIN_EXPORT void completeLog(NavLogLevel level, const std::string& message,
                                const std::string& file, const std::string& function, int line);
 
