@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <limits>
 
+#include "src/gap_screen.hpp"
+
 namespace Brin {
 namespace {
 
@@ -24,8 +26,18 @@ const RangeReading& at(const Readings& readings, int i) {
   return readings[static_cast<std::size_t>(i)];
 }
 
-bool isNoHit(const Readings& readings, int i) {
-  return exists(readings, i) && at(readings, i).status == kNoHit;
+bool isNoHit(const RangeReading& reading) { return reading.status == kNoHit; }
+
+// The first index from `i` on whose reading is a no-hit, or `end`.
+int nextNoHit(const Readings& readings, int i, int end) {
+  while (i < end && !isNoHit(at(readings, i))) ++i;
+  return i;
+}
+
+// The first index from `i` on whose reading is not a no-hit, or `end`.
+int pastNoHits(const Readings& readings, int i, int end) {
+  while (i < end && isNoHit(at(readings, i))) ++i;
+  return i;
 }
 
 Point2D pointAt(const Readings& readings, int i) { return at(readings, i).toPoint2D(); }
@@ -73,12 +85,7 @@ void findNoHitRuns(const Scan& scan, float minWidth, std::vector<ScanHole>& hole
   HoleCollector collector(scan, minWidth, holes);
   const Readings& readings = scan.readings;
   const int n = countOf(readings);
-  int i = 0;
-  while (i < n) {
-    if (!isNoHit(readings, i)) {
-      ++i;
-      continue;
-    }
+  for (int i = nextNoHit(readings, 0, n); i < n; i = nextNoHit(readings, i, n)) {
     const int first = i;
     xNextStepInScanNoHit(scan, i);
     // A no-hit that is the scan's last reading has none after it, and makes no hole.
@@ -90,10 +97,13 @@ void findNoHitRuns(const Scan& scan, float minWidth, std::vector<ScanHole>& hole
 
 void findDistanceGaps(const Scan& filtered, float minWidth, std::vector<ScanHole>& holes) {
   HoleCollector collector(filtered, minWidth, holes);
-  const int m = countOf(filtered.readings);
-  for (int i = 0; i < m; ++i) {
-    const Point2D before = pointAt(filtered.readings, std::max(i - 1, 0));
-    const Point2D here = pointAt(filtered.readings, i);
+  const GapScreen screen(minWidth);
+  const Readings& readings = filtered.readings;
+  const int m = countOf(readings);
+  // The first step compares the first reading with itself.
+  for (int i = 0; i < m; i = screen.firstApart(readings, i + 1, m)) {
+    const Point2D before = pointAt(readings, std::max(i - 1, 0));
+    const Point2D here = pointAt(readings, i);
     if (!(distanceBetween(before, here) > minWidth)) continue;
     // The indices are one above those of the two points, and count the filtered readings: both
     // are intended.
@@ -162,36 +172,38 @@ bool xIsHoleOK(const Scan& scan, const ScanHole& hole) {
 }
 
 void xFilterNoHit(const Scan& in, Scan& out, unsigned int maxRun) {
+  const Readings& readings = in.readings;
+  const int n = countOf(readings);
   Readings kept;
-  kept.reserve(in.readings.size());
-  auto runBegin = in.readings.begin();
-  const auto flushRun = [&](Readings::const_iterator runEnd) {
-    const auto length = static_cast<std::size_t>(runEnd - runBegin);
-    if (length > maxRun) kept.insert(kept.end(), runBegin, runEnd);
+  kept.reserve(readings.size());
+  int notCopied = 0;
+  const auto copyUpTo = [&](int end) {
+    kept.insert(kept.end(), readings.begin() + notCopied, readings.begin() + end);
   };
-  for (auto reading = in.readings.begin(); reading != in.readings.end(); ++reading) {
-    if (reading->status == kNoHit) continue;
-    flushRun(reading);
-    kept.push_back(*reading);
-    runBegin = reading + 1;
+  for (int run = nextNoHit(readings, 0, n); run < n;) {
+    const int runEnd = pastNoHits(readings, run, n);
+    if (static_cast<unsigned int>(runEnd - run) <= maxRun) {
+      copyUpTo(run);
+      notCopied = runEnd;
+    }
+    run = nextNoHit(readings, runEnd, n);
   }
-  flushRun(in.readings.end());
+  copyUpTo(n);
   out.readings = std::move(kept);
 }
 
-int xNextStepInScan(const Scan& scan, int i, float /*ignored*/) {
-  if (!isNoHit(scan.readings, i)) return following(i);
-  do ++i;
-  while (isNoHit(scan.readings, i));
-  return i;
+int xNextStepInScan(const Scan& scan, int i, float /*ignored on purpose*/) {
+  const int n = countOf(scan.readings);
+  const bool onNoHit = exists(scan.readings, i) && isNoHit(at(scan.readings, i));
+  return onNoHit ? pastNoHits(scan.readings, i, n) : following(i);
 }
 
 void xNextStepInScanNoHit(const Scan& scan, int& i) {
-  // Never onto the last reading, so that a run that reaches the scan's end is closed by it;
-  // intended.
-  const int last = countOf(scan.readings) - 1;
   i = following(i);
-  while (i < last && isNoHit(scan.readings, i)) ++i;
+  if (!exists(scan.readings, i)) return;
+  // Never past the last reading, so that a run which reaches the scan's end is closed by it;
+  // intended.
+  i = pastNoHits(scan.readings, i, countOf(scan.readings) - 1);
 }
 
 void xNextStepInScanDistanceGap(const Scan& scan, int& i, float gap, float refRange) {
@@ -221,30 +233,28 @@ void findScanHoles_old(const Scan& scan, std::vector<ScanHole>& holes, float min
   Scan filtered;
   xFilterNoHit(scan, filtered, static_cast<unsigned int>(maxNoHitRun));
   const Readings& readings = filtered.readings;
-  HoleCollector collector(filtered, minWidth, holes);
-  int runStart = -1;  // none
-  const auto closeRun = [&](int end) {
-    if (runStart < 0) return;
-    const Point2D first = pointAt(readings, runStart);
-    const Point2D last = pointAt(readings, end);
-    if (distanceBetween(last, first) >= minWidth) collector.add(first, runStart, last, end, true);
-    runStart = -1;
-  };
   const int m = countOf(readings);
-  int i = 1;  // so the first reading never begins a run; intended
-  while (i < m) {
-    if (isNoHit(readings, i)) {
-      runStart = i;
-    } else {
-      closeRun(i - 1);
+  HoleCollector collector(filtered, minWidth, holes);
+  const GapScreen screen(minWidth);
+  // A width equal to minWidth is a hole here; intended.
+  const auto addIfWide = [&](int begin, int end, bool isRun) {
+    const Point2D a = pointAt(readings, begin);
+    const Point2D b = pointAt(readings, end);
+    if (distanceBetween(b, a) >= minWidth) collector.add(a, begin, b, end, isRun);
+  };
+  int run = m;  // where the run before reading i began; none yet
+  // From the second reading on, so the first never begins a run; intended.
+  for (int i = 1; i < m; i = pastNoHits(readings, run, m)) {
+    if (run < m) addIfWide(run, i - 1, true);
+    run = nextNoHit(readings, i, m);
+    // Jumps between readings of any status, up to the next run's first; intended.
+    const int end = std::min(run + 1, m);
+    for (int k = screen.firstApart(readings, i, end); k < end;
+         k = screen.firstApart(readings, k + 1, end)) {
+      addIfWide(k - 1, k, false);
     }
-    // Both kinds of holes are made at this step, and a width equal to minWidth is one; intended.
-    const Point2D before = pointAt(readings, i - 1);
-    const Point2D here = pointAt(readings, i);
-    if (distanceBetween(here, before) >= minWidth) collector.add(before, i - 1, here, i, false);
-    i = xNextStepInScan(filtered, i, minWidth);
   }
-  closeRun(m - 1);
+  if (run < m) addIfWide(run, m - 1, true);
   sortHoles(holes);
 }
 

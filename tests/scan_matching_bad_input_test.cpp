@@ -8,8 +8,8 @@
 
 #include "korrin/scan_matching.hpp"
 #include "support/bits.hpp"
-#include "support/distance_images.hpp"
 #include "support/log_capture.hpp"
+#include "support/uniform_images.hpp"
 
 namespace {
 
@@ -21,9 +21,9 @@ using Brin::RangeReading;
 using Brin::Scan;
 using Brin::ScanDistMap;
 using Brin::scanScore;
-using korrin_test::byteImage;
 using korrin_test::LogCapture;
 using korrin_test::sameImage;
+using korrin_test::uniformByteImage;
 using korrin_test::uniformFloatImage;
 using Points = std::vector<Point2D>;
 
@@ -88,7 +88,7 @@ void expectRefused(IplImage* map) {
 TEST(BadDistanceMap, noneAtAllIsRefusedAsIsScoringBeforeBuild) { expectRefused(nullptr); }
 
 TEST(BadDistanceMap, anotherKindIsRefused) {
-  expectRefused(byteImage(4, 4, 0).get());
+  expectRefused(uniformByteImage(4, 4, 0).get());
   const ImagePtr twoChannels = Brin::makeImage(cvSize(4, 4), IPL_DEPTH_32F, 2);
   expectRefused(twoChannels.get());
   const ImagePtr integers = Brin::makeImage(cvSize(4, 4), static_cast<int>(IPL_DEPTH_32S), 1);
@@ -128,10 +128,10 @@ TEST(BadStep, belowOneMakesNoDebugImageAndLeavesOneAlone) {
   IplImage* none = nullptr;
   scanScore(map.get(), Points{{0, 0}}, kHere, 1.0f, 2.0f, nullptr, &none, 0);
   EXPECT_EQ(none, nullptr);
-  const ImagePtr debug = byteImage(4, 4, 7);
+  const ImagePtr debug = uniformByteImage(4, 4, 7);
   IplImage* slot = debug.get();
   scanScore(map.get(), Points{{0, 0}}, kHere, 1.0f, 2.0f, nullptr, &slot, 0);
-  EXPECT_TRUE(sameImage(slot, byteImage(4, 4, 7).get()));
+  EXPECT_TRUE(sameImage(slot, uniformByteImage(4, 4, 7).get()));
 }
 
 TEST(BadStep, theLargestStrideVisitsTheFirstPointAlone) {
@@ -144,8 +144,8 @@ TEST(BadStep, theLargestStrideVisitsTheFirstPointAlone) {
 
 TEST(BadDebugImage, anotherSizeOrKindIsRefusedBeforeAnyByteIsWritten) {
   const ImagePtr map = uniformFloatImage(8, 8, 0.0f);
-  const ImagePtr images[] = {byteImage(8, 7, 7), byteImage(7, 8, 7), byteImage(12, 12, 7),
-                             byteImage(4, 4, 7)};
+  const ImagePtr images[] = {uniformByteImage(8, 7, 7), uniformByteImage(7, 8, 7),
+                             uniformByteImage(12, 12, 7), uniformByteImage(4, 4, 7)};
   for (const ImagePtr& image : images) {
     const ImagePtr before(cvCloneImage(image.get()));
     IplImage* slot = image.get();
@@ -245,15 +245,15 @@ TEST(BadBuild, missingSlotsAreRefused) {
 
 TEST(BadBuild, imagesOfAnotherKindAreRefused) {
   const ImagePtr floats = uniformFloatImage(4, 4, 1.0f);
-  const ImagePtr bytes = byteImage(4, 4, 255);
+  const ImagePtr bytes = uniformByteImage(4, 4, 255);
   IplImage* laser = floats.get();
   IplImage* distance = floats.get();
   EXPECT_THROW(buildLaserDistance(Scan{}, kHere, &laser, &distance, 1.0f), cv::Exception);
-  const ImagePtr target = byteImage(4, 4, 9);
+  const ImagePtr target = uniformByteImage(4, 4, 9);
   laser = bytes.get();
   distance = target.get();
   EXPECT_THROW(buildLaserDistance(Scan{}, kHere, &laser, &distance, 1.0f), cv::Exception);
-  EXPECT_TRUE(sameImage(target.get(), byteImage(4, 4, 9).get()));
+  EXPECT_TRUE(sameImage(target.get(), uniformByteImage(4, 4, 9).get()));
 }
 
 TEST(BadBuild, aScanWithoutHitsOrWithoutReadingsStillMakesImages) {
@@ -271,7 +271,7 @@ TEST(BadBuild, aScanWithoutHitsOrWithoutReadingsStillMakesImages) {
 }
 
 TEST(BadBuild, aPictureWithoutPixelsIsRefusedOrEmptyButNeverACrash) {
-  const ImagePtr empty = byteImage(0, 0, 0);
+  const ImagePtr empty = uniformByteImage(0, 0, 0);
   IplImage* laser = empty.get();
   IplImage* distance = nullptr;
   try {

@@ -10,7 +10,7 @@
 #include "korrin/core/image.hpp"
 #include "korrin/scan_matching.hpp"
 #include "support/bits.hpp"
-#include "support/distance_images.hpp"
+#include "support/uniform_images.hpp"
 
 namespace {
 
@@ -22,8 +22,8 @@ using Brin::RangeReading;
 using Brin::Scan;
 using Brin::ScanDistMap;
 using Brin::scanScore;
-using korrin_test::byteImage;
 using korrin_test::sameImage;
+using korrin_test::uniformByteImage;
 using korrin_test::uniformFloatImage;
 using Points = std::vector<Point2D>;
 
@@ -79,7 +79,7 @@ TEST(BuildLaserDistance, drawsTheScanWhenThereIsNoPictureYet) {
 
 TEST(BuildLaserDistance, measuresTheDistanceToTheNearestHitByTheChamferMask) {
   Slots slots;
-  slots.laser = byteImage(4, 4, 255).release();
+  slots.laser = uniformByteImage(4, 4, 255).release();
   Brin::imageRow<char>(*slots.laser, 1)[1] = 0;
   buildLaserDistance(Scan{}, kHere, &slots.laser, &slots.distance, 1.0f);
   EXPECT_EQ(slots.distance->depth, static_cast<int>(IPL_DEPTH_32F));
@@ -96,7 +96,7 @@ TEST(BuildLaserDistance, measuresTheDistanceToTheNearestHitByTheChamferMask) {
 
 TEST(BuildLaserDistance, usesAnExistingPictureAsItIs) {
   Slots slots;
-  slots.laser = byteImage(8, 6, 255).release();
+  slots.laser = uniformByteImage(8, 6, 255).release();
   Brin::imageRow<char>(*slots.laser, 5)[7] = 0;
   IplImage* const before = slots.laser;
   const ImagePtr copy(cvCloneImage(slots.laser));
@@ -109,7 +109,7 @@ TEST(BuildLaserDistance, usesAnExistingPictureAsItIs) {
 
 TEST(BuildLaserDistance, reusesADistanceMapOfTheSameSize) {
   Slots slots;
-  slots.laser = byteImage(4, 4, 0).release();
+  slots.laser = uniformByteImage(4, 4, 0).release();
   slots.distance = uniformFloatImage(4, 4, 5.0f).release();
   IplImage* const before = slots.distance;
   buildLaserDistance(Scan{}, kHere, &slots.laser, &slots.distance, 1.0f);
@@ -119,7 +119,7 @@ TEST(BuildLaserDistance, reusesADistanceMapOfTheSameSize) {
 
 TEST(BuildLaserDistance, replacesADistanceMapOfAnotherWidth) {
   Slots slots;
-  slots.laser = byteImage(4, 4, 0).release();
+  slots.laser = uniformByteImage(4, 4, 0).release();
   slots.distance = uniformFloatImage(8, 4, 5.0f).release();
   buildLaserDistance(Scan{}, kHere, &slots.laser, &slots.distance, 1.0f);
   EXPECT_TRUE(sameImage(slots.distance, uniformFloatImage(4, 4, 0.0f).get()));
@@ -128,7 +128,7 @@ TEST(BuildLaserDistance, replacesADistanceMapOfAnotherWidth) {
 TEST(BuildLaserDistance, keepsADistanceMapOfEqualWidthWhateverItsHeight) {
   // The transform itself then refuses it, and the kept image is as it was.
   Slots slots;
-  slots.laser = byteImage(4, 4, 0).release();
+  slots.laser = uniformByteImage(4, 4, 0).release();
   slots.distance = uniformFloatImage(4, 6, 5.0f).release();
   IplImage* const before = slots.distance;
   EXPECT_THROW(buildLaserDistance(Scan{}, kHere, &slots.laser, &slots.distance, 1.0f),
@@ -172,7 +172,7 @@ TEST(ScanDistMapBuild, replacesBothImagesWhenTheScanNeedsAnotherSide) {
 TEST(DebugImage, matchesAreBlackAndAllElseIsWhite) {
   const ImagePtr map = uniformFloatImage(4, 4, 0.0f);
   Brin::imageRow<float>(*map, 3)[3] = 9.0f;
-  ImagePtr debug = byteImage(4, 4, 100);
+  ImagePtr debug = uniformByteImage(4, 4, 100);
   IplImage* slot = debug.get();
   // A match, a match, too far from a hit, off the map.
   const Points points{{0, 0}, {1, -0.5f}, {1, 1}, {2, 2}};
@@ -206,7 +206,7 @@ TEST(DebugImage, isCreatedInTheMapsSizeAndAddressedByItsOwnRowStride) {
 
 TEST(DebugImage, isWhitenedEvenWithoutPoints) {
   const ImagePtr map = uniformFloatImage(3, 3, 0.0f);
-  const ImagePtr debug = byteImage(3, 3, 0);
+  const ImagePtr debug = uniformByteImage(3, 3, 0);
   IplImage* slot = debug.get();
   scanScore(map.get(), Points{}, kHere, 1.0f, 2.0f, nullptr, &slot, 1);
   EXPECT_EQ(drawingOf(*slot), std::vector<std::string>(3, "..."));
@@ -217,7 +217,7 @@ TEST(DebugImage, isWhitenedEvenWithoutPoints) {
 
 TEST(DebugImage, onAMapWiderThanHighOnlyItsSquareIsUsed) {
   const ImagePtr map = uniformFloatImage(6, 2, 0.0f);
-  const ImagePtr debug = byteImage(6, 2, 7);
+  const ImagePtr debug = uniformByteImage(6, 2, 7);
   IplImage* slot = debug.get();
   scanScore(map.get(), Points{{0, 0}}, kHere, 1.0f, 2.0f, nullptr, &slot, 1);
   EXPECT_EQ(drawingOf(*slot), (std::vector<std::string>{"..????", ".#????"}));

@@ -10,8 +10,8 @@
 #include "korrin/scan_matching.hpp"
 #include "models/scan_matching_model.hpp"
 #include "support/bits.hpp"
-#include "support/distance_images.hpp"
 #include "support/random_inputs.hpp"
+#include "support/uniform_images.hpp"
 
 namespace {
 
@@ -21,10 +21,10 @@ using Brin::Pose2D;
 using Brin::RangeReading;
 using Brin::Scan;
 using Brin::ScanDistMap;
-using korrin_test::byteImage;
 using korrin_test::RandomInputs;
 using korrin_test::sameBits;
 using korrin_test::sameImage;
+using korrin_test::uniformByteImage;
 
 // Everything but the points: a map, a scale and a place.
 struct Setting {
@@ -103,12 +103,12 @@ struct Outcome {
 template <typename Items>
 Outcome compare(const Setting& s, const Items& items) {
   Outcome library;
-  library.debug = byteImage(s.map->width, s.map->height, 255);
+  library.debug = uniformByteImage(s.map->width, s.map->height, 255);
   IplImage* slot = library.debug.get();
   library.score = Brin::scanScore(s.map.get(), items, s.pose, s.resolution, s.maxDist,
                                   &library.count, &slot, s.step);
   Outcome model;
-  model.debug = byteImage(s.map->width, s.map->height, 255);
+  model.debug = uniformByteImage(s.map->width, s.map->height, 255);
   model.score = korrin_model::scanScore(s.map.get(), items, s.pose, s.resolution, s.maxDist,
                                         &model.count, model.debug.get(), s.step);
   library.expectSame(model);

@@ -10,7 +10,8 @@
 #include <type_traits>
 #include <vector>
 
-#include "support/distance_images.hpp"
+#include "support/images.hpp"
+#include "support/uniform_images.hpp"
 
 namespace {
 
