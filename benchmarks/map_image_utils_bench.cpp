@@ -51,9 +51,10 @@ void scaleBytes(benchmark::State& state, ScaleImage scale) {
 // Reads and writes every byte once.
 void passOverBytes(IplImage* image, float factor) {
   const auto mask = static_cast<std::uint8_t>(static_cast<int>(factor));
+  const int width = image->width;
   for (int y = 0; y < image->height; ++y) {
     auto* row = Brin::imageRow<std::uint8_t>(*image, y);
-    for (int x = 0; x < image->width; ++x) row[x] = static_cast<std::uint8_t>(row[x] ^ mask);
+    for (int x = 0; x < width; ++x) row[x] = static_cast<std::uint8_t>(row[x] ^ mask);
   }
 }
 BENCHMARK_CAPTURE(scaleBytes, library, Brin::imgMultiplyProb8)->Apply(sides);

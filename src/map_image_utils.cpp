@@ -9,10 +9,13 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <numeric>
+#include <optional>
 #include <utility>
 
 #include "core/image_ptr.hpp"
 #include "korrin/core/log.hpp"
+#include "src/cell_update.hpp"
 
 namespace Brin {
 namespace {
@@ -41,11 +44,59 @@ std::uint8_t scaledByte(int p, float factor) {
   return v < 255.0L ? static_cast<std::uint8_t>(v) : std::uint8_t{255};
 }
 
-void scaleAboutUnknown(IplImage& image, float factor) {
-  for (int y = 0; y < image.height; ++y) {
-    float* row = imageRow<float>(image, y);
-    for (int x = 0; x < image.width; ++x) row[x] = (row[x] - kUnknown) * factor + kUnknown;
+using ByteTable = std::array<std::uint8_t, 256>;
+
+ByteTable scaledBytes(float factor) {
+  ByteTable table;
+  for (int p = 0; p < 256; ++p) table[static_cast<std::size_t>(p)] = scaledByte(p, factor);
+  return table;
+}
+
+// The same by integer arithmetic, which compilers turn into instructions for many bytes at once:
+// p becomes d * whole + floor(d * fraction / 2^16) + 127, limited, where d = p - 127.
+//
+// Why there is such a pair of numbers for nearly every factor: beyond +-128 factors differ no more.
+// With d at most 128, floor(d * x) changes only at fractions x of a denominator up to 128, and two
+// of these are at least 1 / (128 * 127) apart, about four steps of 2^-16. So next to any x that is
+// not one of them, on one side or the other, lies a multiple of 2^-16 for which all the floors are
+// the same; and an x that is one of them, being binary, is such a multiple itself. What remains are
+// factors so small that the extended sum rounds to 127, and infinite ones. Nothing rests on this
+// but speed: a pair is used only if it gives the table.
+struct ByteLine {
+  std::int16_t whole;
+  std::int16_t fraction;
+
+  void apply(std::uint8_t* row, int count) const {
+    constexpr int kBlock = 32;
+    int x = 0;
+    for (; x + kBlock <= count; x += kBlock) {
+      for (int i = 0; i < kBlock; ++i) row[x + i] = (*this)(row[x + i]);
+    }
+    for (; x < count; ++x) row[x] = (*this)(row[x]);
   }
+
+  std::uint8_t operator()(std::uint8_t p) const {
+    const auto d = static_cast<std::int16_t>(p - 127);
+    const auto high = static_cast<std::int16_t>((d * fraction) >> 16);
+    const auto v = static_cast<std::int16_t>(d * whole + high + 127);
+    return static_cast<std::uint8_t>(std::clamp<std::int16_t>(v, 0, 255));
+  }
+};
+
+std::optional<ByteLine> lineOfTable(const ByteTable& table, float factor) {
+  if (std::isnan(factor)) return std::nullopt;
+  const double slope = std::clamp(factor, -128.0f, 128.0f);
+  const double whole = std::floor(slope + 0.5);
+  const int fraction = static_cast<int>(std::floor((slope - whole) * 65536.0));
+  ByteTable levels;
+  std::iota(levels.begin(), levels.end(), std::uint8_t{0});
+  for (const int candidate : {fraction, fraction + 1}) {
+    const ByteLine line{static_cast<std::int16_t>(whole), static_cast<std::int16_t>(candidate)};
+    ByteTable drawn = levels;
+    line.apply(drawn.data(), static_cast<int>(drawn.size()));
+    if (drawn == table) return line;
+  }
+  return std::nullopt;
 }
 
 // Scrolling
@@ -145,6 +196,16 @@ void requireMergeable(const std::vector<ImageToMerge>& images, IplImage* const* 
   if (*out != nullptr) require(*out);
 }
 
+// Turning
+
+void turnCells(const IplImage& src, IplImage& dst) {
+  const int side = src.width;
+  for (int j = 0; j < side; ++j) {
+    float* to = imageRow<float>(dst, side - 1 - j);
+    for (int i = 0; i < side; ++i) to[i] = imageRow<float>(src, i)[j];
+  }
+}
+
 }  // namespace
 
 void computeCoarserMap(const OccupancyMap& fine, OccupancyMap& coarse, int factor) {
@@ -166,26 +227,39 @@ void computeCoarserMap(const OccupancyMap& fine, OccupancyMap& coarse, int facto
 
 void imgMultiplyProb8(IplImage* image, float factor) {
   requireKind(image, IPL_DEPTH_8U, 1, "imgMultiplyProb8");
-  std::array<std::uint8_t, 256> scaled;
-  for (int p = 0; p < 256; ++p) scaled[static_cast<std::size_t>(p)] = scaledByte(p, factor);
+  const ByteTable table = scaledBytes(factor);
+  const std::optional<ByteLine> line = lineOfTable(table, factor);
+  const int width = image->width;
   for (int y = 0; y < image->height; ++y) {
     auto* row = imageRow<std::uint8_t>(*image, y);
-    for (int x = 0; x < image->width; ++x) row[x] = scaled[row[x]];
+    if (line) {
+      line->apply(row, width);
+    } else {
+      std::transform(row, row + width, row, [&](std::uint8_t p) { return table[p]; });
+    }
   }
 }
 
 void imgMultiplyProb32F(IplImage* image, float factor) {
   requireKind(image, IPL_DEPTH_32F, 1, "imgMultiplyProb32F");
   if (image->width <= 0 || image->height <= 0) return;
-  scaleAboutUnknown(*image, factor);
+  for (int y = 0; y < image->height; ++y) {
+    float* row = imageRow<float>(*image, y);
+    std::transform(row, row + image->width, row,
+                   [=](float p) { return (p - kUnknown) * factor + kUnknown; });
+  }
   cvThreshold(image, image, 0.0, 0.0, CV_THRESH_TOZERO);
   cvThreshold(image, image, 1.0, 1.0, CV_THRESH_TRUNC);
 }
 
 void occMapMultiplyProb(OccupancyMap& map, float factor) {
   requireKind(map.image, IPL_DEPTH_32F, 1, "occMapMultiplyProb");
-  scaleAboutUnknown(*map.image, factor);
-  map.clip();
+  for (int y = 0; y < map.image->height; ++y) {
+    float* row = imageRow<float>(*map.image, y);
+    // Adds and clips at once, to what OccupancyMap::clip would make of the sum.
+    std::transform(row, row + map.image->width, row,
+                   [=](float p) { return clampedSum((p - kUnknown) * factor, kUnknown); });
+  }
 }
 
 void scrollIplImage(const IplImage* src, IplImage* dst, const Point2D& shift) {
@@ -258,6 +332,7 @@ void rotateIplImage90_2(const IplImage* src, IplImage* dst) {
     const ImagePtr copy = cloneImage(src);
     return rotateIplImage90_2(copy.get(), dst);
   }
+  if (holdsPlainCells(*src) && holdsPlainCells(*dst)) return turnCells(*src, *dst);
   for (int j = 0; j < side; ++j) {
     for (int i = 0; i < side; ++i) cvSet2D(dst, side - 1 - j, i, cvGet2D(src, i, j));
   }

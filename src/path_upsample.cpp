@@ -4,31 +4,64 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "src/cell_line.hpp"
-
 namespace Brin {
 namespace {
 
+std::int64_t distance(std::int32_t a, std::int32_t b) { return std::abs(std::int64_t{b} - a); }
+
 // How many cells the line from `a` has before it reaches `b`.
-std::uint64_t segmentLength(const Pose2Di& a, const Pose2Di& b) {
-  const std::int64_t dx = std::abs(std::int64_t{b.x} - a.x);
-  const std::int64_t dy = std::abs(std::int64_t{b.y} - a.y);
-  return static_cast<std::uint64_t>(std::max(dx, dy));
+std::int64_t segmentLength(const Pose2Di& a, const Pose2Di& b) {
+  return std::max(distance(a.x, b.x), distance(a.y, b.y));
 }
 
 // The cells of the whole path, at most `limit`.
 std::uint64_t pathLength(const std::vector<Pose2Di>& path, std::uint64_t limit) {
   std::uint64_t cells = 1;
   for (std::size_t i = 0; i + 1 < path.size() && cells < limit; ++i) {
-    cells += segmentLength(path[i], path[i + 1]);
+    cells += static_cast<std::uint64_t>(segmentLength(path[i], path[i + 1]));
   }
   return std::min(cells, limit);
 }
 
-void appendSegment(const Pose2Di& a, const Pose2Di& b, std::vector<Pose2Di>& out) {
-  for (CellLine line(a.x, a.y, b.x, b.y); !line.done(); line.next()) {
-    out.emplace_back(line.x(), line.y(), 0.0f);
+// One coordinate on its way from `from` to `to`, `length` cells apart, in `steps` >= length steps.
+// It moves in the steps in which its error is not negative, which for length = steps is always. A
+// branch would be guessed wrong every few cells; the sign, spread over all bits, is not.
+class Axis {
+ public:
+  Axis(std::int32_t from, std::int32_t to, std::int64_t length, std::int64_t steps)
+      : at_(from),
+        sign_(to > from ? 1 : -1),
+        error_(2 * length - steps),
+        twiceSteps_(2 * steps),
+        change_(2 * length - 2 * steps) {}
+
+  std::int32_t at() const { return at_; }
+
+  void next() {
+    const std::int64_t stays = -std::int64_t{error_ < 0};
+    at_ += static_cast<std::int32_t>(~stays) & sign_;
+    error_ += change_ + (stays & twiceSteps_);
   }
+
+ private:
+  std::int32_t at_;
+  std::int32_t sign_;
+  std::int64_t error_;
+  std::int64_t twiceSteps_;
+  std::int64_t change_;
+};
+
+// Writes the cells of the line from `a` up to, but without, `b` and returns the place after them.
+Pose2Di* drawSegment(const Pose2Di& a, const Pose2Di& b, Pose2Di* next) {
+  const std::int64_t steps = segmentLength(a, b);
+  Axis x(a.x, b.x, distance(a.x, b.x), steps);
+  Axis y(a.y, b.y, distance(a.y, b.y), steps);
+  for (const Pose2Di* end = next + steps; next != end; ++next) {
+    *next = Pose2Di(x.at(), y.at(), 0.0f);
+    x.next();
+    y.next();
+  }
+  return next;
 }
 
 }  // namespace
@@ -38,14 +71,17 @@ void pathUpSample(const std::vector<Pose2Di>& in, std::vector<Pose2Di>& out) {
     const std::vector<Pose2Di> copy(in);
     return pathUpSample(copy, out);
   }
-  out.clear();
   // Cells come from pairs: a single one gives none. This is intended.
-  if (in.size() < 2) return;
-  // Beyond what a vector can hold, one too many makes the reservation fail as the vector does.
+  if (in.size() < 2) return out.clear();
+  // Beyond what a vector can hold, one too many makes it fail as it does for any such size.
   const std::uint64_t tooMany = std::uint64_t{out.max_size()} + 1;
-  out.reserve(static_cast<std::size_t>(pathLength(in, tooMany)));
-  for (std::size_t i = 0; i + 1 < in.size(); ++i) appendSegment(in[i], in[i + 1], out);
-  out.emplace_back(in.back().x, in.back().y, 0.0f);
+  const auto count = static_cast<std::size_t>(pathLength(in, tooMany));
+  // Nothing needs to be carried over to new memory, nor cleared in memory that is there.
+  if (count > out.capacity()) out.clear();
+  out.resize(count);
+  Pose2Di* next = out.data();
+  for (std::size_t i = 0; i + 1 < in.size(); ++i) next = drawSegment(in[i], in[i + 1], next);
+  *next = Pose2Di(in.back().x, in.back().y, 0.0f);
 }
 
 }  // namespace Brin

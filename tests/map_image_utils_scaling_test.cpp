@@ -256,6 +256,24 @@ TEST(ScalingLaw, floatsAgreeWithTheModelForAnyFactorAndValue) {
   }
 }
 
+TEST(ScalingLaw, factorsAroundEveryFractionThatMovesAByteAgreeWithTheModel) {
+  // The result of some byte changes where the factor is n / d with d up to 128.
+  int factors = 0;
+  for (int d = 1; d <= 128; ++d) {
+    for (int n = -2 * d; n <= 2 * d; n += d > 32 ? 7 : 1) {
+      const float middle = static_cast<float>(n) / static_cast<float>(d);
+      for (const float factor : {std::nextafter(middle, -9.0f), middle,
+                                 std::nextafter(middle, 9.0f), middle + 1e-5f, middle - 1e-5f}) {
+        const ImagePtr expected = byteImage({allBytes()});
+        korrin_model::imgMultiplyProb8(expected.get(), factor);
+        ASSERT_EQ(scaled(allBytes(), factor), rowsOf<std::uint8_t>(*expected).at(0)) << factor;
+        ++factors;
+      }
+    }
+  }
+  EXPECT_GT(factors, 20000);
+}
+
 RC_GTEST_PROP(ScalingLaw, oneByteAgreesWithTheModelForAnyFactor, (std::uint8_t p)) {
   const float factor = static_cast<float>(*rc::gen::inRange(-1000, 1000)) / 64.0f;
   const ImagePtr expected = byteImage({{p}});
