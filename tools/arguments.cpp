@@ -20,6 +20,12 @@ std::optional<float> parseFinite(const std::string& text) {
   return value;
 }
 
+float parsePart(const std::string& part, const std::string& text, const std::string& option) {
+  const std::optional<float> number = parseFinite(part);
+  if (!number) throw UsageError(option + ": not a number: '" + part + "' in '" + text + "'");
+  return *number;
+}
+
 template <typename Holds>
 CLI::Validator numberThat(const Holds& holds, const std::string& wanted) {
   return CLI::Validator(
@@ -35,11 +41,7 @@ CLI::Validator numberThat(const Holds& holds, const std::string& wanted) {
 Brin::Pose2D parsePose(const std::string& text, const std::string& option) {
   std::vector<float> numbers;
   for (const std::string& part : CLI::detail::split(text, ',')) {
-    const std::optional<float> number = parseFinite(part);
-    if (!number) {
-      throw UsageError(option + ": not a number: '" + part + "' in '" + text + "'");
-    }
-    numbers.push_back(*number);
+    numbers.push_back(parsePart(part, text, option));
   }
   if (numbers.size() != 2 && numbers.size() != 3) {
     throw UsageError(option + ": must be X,Y or X,Y,THETA, found '" + text + "'");

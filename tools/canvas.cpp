@@ -180,6 +180,7 @@ void Canvas::line(const Brin::Point2D& from, const Brin::Point2D& to, Colour col
 
 void Canvas::polyline(const std::vector<Brin::Pose2D>& path, Colour colour, int width) {
   std::vector<cv::Point> points;
+  points.reserve(path.size());
   for (const Brin::Pose2D& pose : path) points.push_back(toFixed(toPixel(pose)));
   cv::polylines(picture_, points, false, toScalar(colour), toWidth(scaled(width)), cv::LINE_AA,
                 kShift);

@@ -6,8 +6,8 @@
 namespace korrin_tool {
 namespace {
 
-constexpr float kWidth = 24.0f;
-constexpr float kHeight = 16.0f;
+constexpr int kColumns = 480;
+constexpr int kRows = 320;
 constexpr float kResolution = 0.05f;
 
 // All lengths in metres.
@@ -129,8 +129,7 @@ void fill(Brin::OccupancyMap& map, const Disc& disc, float value) {
 }
 
 Brin::OccupancyMap makeMap() {
-  Brin::OccupancyMapParams params(static_cast<int>(kWidth / kResolution + 0.5f),
-                                  static_cast<int>(kHeight / kResolution + 0.5f), kResolution);
+  Brin::OccupancyMapParams params(kColumns, kRows, kResolution);
   params.origin = {0.5f * kResolution, 0.5f * kResolution, 0.0f};
   Brin::OccupancyMap map(params, false);
   fill(map, kFloor, 1.0f);

@@ -105,11 +105,11 @@ std::string decimalText(double value, int digits, std::ios::fmtflags notation) {
 template <typename Same>
 std::string shortest(double value, const Same& same) {
   for (int decimals = 0; decimals <= 12; ++decimals) {
-    const std::string text = decimalText(value, decimals, std::ios::fixed);
+    std::string text = decimalText(value, decimals, std::ios::fixed);
     if (same(std::stod(text))) return text;
   }
   for (int digits = 1; digits < std::numeric_limits<double>::max_digits10; ++digits) {
-    const std::string text = decimalText(value, digits, {});
+    std::string text = decimalText(value, digits, {});
     if (same(std::stod(text))) return text;
   }
   return decimalText(value, std::numeric_limits<double>::max_digits10, {});

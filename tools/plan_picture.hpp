@@ -7,6 +7,7 @@
 
 namespace korrin_tool {
 
+// The part of the map that is known, in the frame of the map's grid.
 Canvas drawPlan(const Brin::OccupancyMap& map, const Plan& plan);
 
 }  // namespace korrin_tool

@@ -65,11 +65,13 @@ void configure(OccMapPathFinder& finder, const PlanSettings& settings) {
 // Steps of two or three cells become steps of one.
 std::vector<Pose2D> withEveryCell(const OccupancyMap& map, const std::vector<Pose2D>& path) {
   std::vector<Pose2Di> cells;
+  cells.reserve(path.size());
   for (const Pose2D& pose : path) cells.push_back(map.getPixelFromPose(pose));
   std::vector<Pose2Di> dense;
   Brin::pathUpSample(cells, dense);
   if (path.size() == 1) dense = cells;  // which pathUpSample answers with no cell
   std::vector<Pose2D> poses;
+  poses.reserve(dense.size());
   for (const Pose2Di& cell : dense) poses.push_back(map.getPoseFromPixel({cell.x, cell.y, 0.0f}));
   return poses;
 }

@@ -55,7 +55,8 @@ std::string escaped(const std::string& text) {
 std::string tableRow(const std::vector<std::string>& cells, const std::string& tag) {
   std::string html = "<tr>";
   for (const std::string& cell : cells) {
-    html += "<" + tag + ">" + escaped(cell) + "</" + tag + ">";
+    html.append("<").append(tag).append(">").append(escaped(cell));
+    html.append("</").append(tag).append(">");
   }
   return html + "</tr>\n";
 }

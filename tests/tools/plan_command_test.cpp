@@ -269,6 +269,16 @@ TEST_F(PlanCommand, PictureShowsThePathWhereItIs) {
   EXPECT_TRUE(isAt(korrin_tool::palette::kGoal, 1000, 600));
 }
 
+TEST_F(PlanCommand, PictureIsCutToWhatIsKnownAndPlanned) {
+  std::vector<std::string> rows(60, std::string(100, '?'));
+  rows[30] = std::string(40, '?') + std::string(20, '.') + std::string(40, '?');
+  writeMap(rows);
+  ASSERT_EQ(plan("50,50", "69,50", {"--png", directory_ / "plan.png"}).status, 0);
+  const cv::Mat picture = cv::imread(directory_ / "plan.png");
+  EXPECT_EQ(picture.cols, 1200);  // 40 columns of 30 pixels
+  EXPECT_EQ(picture.at<cv::Vec3b>(10 * 30 + 15, 20 * 30), cv::Vec3b(178, 114, 0));  // on the path
+}
+
 TEST_F(PlanCommand, BadOptionsAreStatus2AndNamed) {
   writeMap(kWallWithGap);
   const std::string hint = " (korrin --help tells more)";

@@ -84,8 +84,8 @@ DemoPicture scrollSection(DemoState& state) {
   const Stopwatch stopwatch;
   Brin::scrollOccMapInPlace(map, {from.x - to.x, from.y - to.y});
   state.addRow("scroll a map along",
-               formatCount(kSide * kSide) + " cells by " + formatCount(to.x - from.x) + " and " +
-                   formatCount(to.y - from.y),
+               formatCount(std::int64_t{kSide} * kSide) + " cells by " +
+                   formatCount(to.x - from.x) + " and " + formatCount(to.y - from.y),
                stopwatch.seconds());
   return picture(state, before, map);
 }
