@@ -1,8 +1,7 @@
 // A program that knows korrin only from outside: it plans across a map of ten lines and prints the
 // way.
-#include <korrin/korrin.hpp>
-
 #include <iostream>
+#include <korrin/korrin.hpp>
 #include <string>
 #include <vector>
 
