@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <limits>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -30,43 +31,58 @@ std::int64_t stepsBetween(const Pose2Di& from, const Pose2Di& cell) {
   return std::max(std::abs(std::int64_t{cell.x} - from.x), std::abs(std::int64_t{cell.y} - from.y));
 }
 
-// The walks below give the first cell of the line from `from` to `to`, both included, that
-// `accepts` takes, and leave out what lies `tooManySteps` or more steps away.
+CellLine wholeLine(const Pose2Di& from, const Pose2Di& to) { return {from.x, from.y, to.x, to.y}; }
 
-// For a condition that gives the same answer on each of several cells outside the map in a row:
-// it is enough to ask it once before the line enters the map and once where it leaves it.
-template <typename Condition>
-bool walkThroughMap(const OccupancyMap& map, const Pose2Di& from, const Pose2Di& to,
-                    std::int64_t tooManySteps, Condition accepts, Pose2Di& found) {
-  if (!map.isInside(from.x, from.y) && accepts(-1.0f)) {
-    found = {from.x, from.y, 0.0f};
-    return true;
-  }
-  CellLine line(from.x, from.y, to.x, to.y, cellsOf(map));
-  std::int64_t steps = stepsBetween(from, currentCell(line));
-  for (; !line.done(); line.next(), ++steps) {
-    if (steps >= tooManySteps) return false;
-    found = currentCell(line);
-    if (accepts(map.getCell(found.x, found.y))) return true;
-  }
-  // The walk has come to the end cell or to the first cell outside.
-  found = map.isInside(to.x, to.y) ? Pose2Di{to.x, to.y, 0.0f} : currentCell(line);
-  return accepts(map.getCell(found.x, found.y));
+// The part of the line inside the map. For a condition that gives the same answer on each of
+// several cells outside in a row that is enough, as a walk looks at the first cell outside, too.
+CellLine lineInMap(const OccupancyMap& map, const Pose2Di& from, const Pose2Di& to) {
+  return {from.x, from.y, to.x, to.y, cellsOf(map)};
 }
 
-// For any condition: it is asked about each cell in turn.
+// A walk along a line, both ends included, to the first cell that a condition accepts.
 template <typename Condition>
-bool walkEveryCell(const OccupancyMap& map, const Pose2Di& from, const Pose2Di& to,
-                   std::int64_t tooManySteps, Condition accepts, Pose2Di& found) {
-  CellLine line(from.x, from.y, to.x, to.y);
-  for (std::int64_t steps = 0; !line.done(); line.next(), ++steps) {
-    if (steps >= tooManySteps) return false;
-    found = currentCell(line);
-    if (accepts(map.getCell(found.x, found.y))) return true;
+class Walk {
+ public:
+  Walk(const OccupancyMap& map, const CellLine& line, const Pose2Di& from, const Pose2Di& to,
+       Condition accepts)
+      : map_(&map),
+        line_(line),
+        end_(to),
+        steps_(stepsBetween(from, currentCell(line))),
+        accepts_(accepts) {}
+
+  // Goes on to the cells that are up to `reach` steps away from the start. Whether one of them is
+  // accepted: then it is cell().
+  bool goOn(std::int64_t reach) {
+    for (; !line_.done(); line_.next(), ++steps_) {
+      if (steps_ > reach) return false;
+      if (accept(currentCell(line_))) return true;
+    }
+    isOver_ = true;
+    // The line has come to the end cell or to the first cell outside.
+    return accept(map_->isInside(end_.x, end_.y) ? end_ : currentCell(line_));
   }
-  found = {to.x, to.y, 0.0f};
-  return accepts(map.getCell(to.x, to.y));
-}
+
+  // Whether a cell has been accepted or all have been looked at.
+  bool isOver() const { return isOver_; }
+
+  const Pose2Di& cell() const { return cell_; }
+
+ private:
+  bool accept(const Pose2Di& cell) {
+    if (!accepts_(map_->getCell(cell.x, cell.y))) return false;
+    cell_ = {cell.x, cell.y, 0.0f};
+    return isOver_ = true;
+  }
+
+  const OccupancyMap* map_;
+  CellLine line_;
+  Pose2Di end_;
+  std::int64_t steps_;  // from the start to the current cell
+  Condition accepts_;
+  Pose2Di cell_;
+  bool isOver_ = false;
+};
 
 // The rays that leave a cell.
 class Rays {
@@ -91,28 +107,47 @@ class Rays {
   float length_;
 };
 
-// `firstCell(end, tooManySteps, cell)` gives the first cell of a ray that satisfies the condition.
-template <typename FirstCell>
-bool nearestOnRays(const OccupancyMap& map, const Pose2Di& start, Pose2Di& out,
-                   FirstCell firstCell) {
-  const Rays rays(map, start);
-  Pose2Di nearest;
-  float best = kTooFar;
-  for (int k = 0; k < kRays; ++k) {
-    // A cell n steps along a ray is at least n cells away.
-    const auto tooManySteps = static_cast<std::int64_t>(std::ceil(best));
-    Pose2Di cell;
-    if (!firstCell(rays.end(k), tooManySteps, cell)) continue;
-    if (stepsBetween(start, cell) >= tooManySteps) continue;
-    const float norm = computeNorm(cell.x - start.x, cell.y - start.y);
-    // Strictly nearer: of equally near cells the one of the smaller angle stays.
-    if (norm < best) {
-      best = norm;
-      nearest = cell;
+// The best candidate so far.
+struct Nearest {
+  Pose2Di cell;
+  float norm = kTooFar;
+  int ray = -1;
+
+  // Of equally near cells the one of the smaller angle is taken; of none so far, none too far.
+  void consider(const Pose2Di& start, const Pose2Di& candidate, int itsRay) {
+    // Too far for differences, perhaps.
+    if (stepsBetween(start, candidate) >= static_cast<std::int64_t>(kTooFar)) return;
+    const float itsNorm = computeNorm(candidate.x - start.x, candidate.y - start.y);
+    if (itsNorm < norm || (itsNorm == norm && itsRay < ray)) {
+      cell = candidate;
+      norm = itsNorm;
+      ray = itsRay;
     }
   }
-  if (best < kTooFar) out = nearest;
-  return best < kTooFar;
+};
+
+// Walks along the rays in rounds, each farther than the one before, so that the nearest candidate
+// is found without walking far along the others. A cell n steps along a ray is at least n cells
+// away: beyond the best candidate's distance, nothing can be nearer or as near.
+template <typename Condition>
+bool nearestOnRays(std::vector<Walk<Condition>>& walks, const Pose2Di& start,
+                   std::int64_t firstReach, Pose2Di& out) {
+  Nearest nearest;
+  bool goesOn = true;
+  for (std::int64_t reach = firstReach; goesOn; reach *= 8) {
+    goesOn = false;
+    for (std::size_t k = 0; k < walks.size(); ++k) {
+      Walk<Condition>& walk = walks[k];
+      if (walk.isOver()) continue;
+      if (walk.goOn(std::min(reach, static_cast<std::int64_t>(nearest.norm)))) {
+        nearest.consider(start, walk.cell(), static_cast<int>(k));
+      }
+      goesOn = goesOn || !walk.isOver();
+    }
+    if (static_cast<float>(reach) >= nearest.norm) break;
+  }
+  if (nearest.ray >= 0) out = nearest.cell;
+  return nearest.ray >= 0;
 }
 
 template <typename Condition>
@@ -123,10 +158,14 @@ bool nearestInMap(const OccupancyMap& map, const Pose2Di& start, Pose2Di& out,
     out = start;
     return true;
   }
-  return nearestOnRays(map, start, out,
-                       [&](const Pose2Di& end, std::int64_t tooManySteps, Pose2Di& cell) {
-                         return walkThroughMap(map, start, end, tooManySteps, condition, cell);
-                       });
+  const Rays rays(map, start);
+  std::vector<Walk<Condition>> walks;
+  walks.reserve(kRays);
+  for (int k = 0; k < kRays; ++k) {
+    const Pose2Di end = rays.end(k);
+    walks.emplace_back(map, lineInMap(map, start, end), start, end, condition);
+  }
+  return nearestOnRays(walks, start, 16, out);
 }
 
 // The main direction of obstacles
@@ -184,12 +223,16 @@ bool findFirstGrayCell(const OccupancyMap& map, const Pose2Di& start, Pose2Di& o
 
 bool findFirstFreeCellInLine(const OccupancyMap& map, const Pose2Di& from, const Pose2Di& to,
                              Pose2Di& out, float threshold) {
-  constexpr std::int64_t kNoLimit = std::int64_t{1} << 40;
   requireKind(map.image, IPL_DEPTH_32F, 1, "findFirstFreeCellInLine");
-  Pose2Di cell;
-  if (!walkThroughMap(map, from, to, kNoLimit, FreeCellCondition{threshold}, cell)) return false;
-  out = cell;
-  return true;
+  const FreeCellCondition isFree{threshold};
+  if (!map.isInside(from.x, from.y) && isFree(-1.0f)) {
+    out = {from.x, from.y, 0.0f};
+    return true;
+  }
+  Walk<FreeCellCondition> walk(map, lineInMap(map, from, to), from, to, isFree);
+  const bool isFound = walk.goOn(std::numeric_limits<std::int64_t>::max());
+  if (isFound) out = walk.cell();
+  return isFound;
 }
 
 bool xFindFirstCell(const OccupancyMap& map, const Pose2Di& start, Pose2Di& out,
@@ -199,10 +242,15 @@ bool xFindFirstCell(const OccupancyMap& map, const Pose2Di& start, Pose2Di& out,
     out = start;
     return true;
   }
-  return nearestOnRays(map, start, out,
-                       [&](const Pose2Di& end, std::int64_t tooManySteps, Pose2Di& cell) {
-                         return walkEveryCell(map, start, end, tooManySteps, onRay(), cell);
-                       });
+  const Rays rays(map, start);
+  std::vector<Walk<CellCondition>> walks;
+  walks.reserve(kRays);
+  for (int k = 0; k < kRays; ++k) {
+    const Pose2Di end = rays.end(k);
+    walks.emplace_back(map, wholeLine(start, end), start, end, onRay());
+  }
+  // One round: a condition that looks beyond its own ray sees one ray after the other.
+  return nearestOnRays(walks, start, static_cast<std::int64_t>(kTooFar), out);
 }
 
 template <>

@@ -75,6 +75,16 @@ TEST(FindFirstCellWithCond, aRaySeesItsCellsInOrderThoseOutsideIncluded) {
   EXPECT_EQ(rays->at(26), (std::vector<float>{0.4f, 0.2f, -1.0f, -1.0f, -1.0f}));
 }
 
+TEST(FindFirstCellWithCond, oneRayIsWalkedAfterTheOtherHoweverLong) {
+  const auto rays = std::make_shared<std::vector<std::vector<float>>>();
+  Pose2Di out = kUntouched;
+  const OccupancyMap map(40, 1, 1.0f, false);
+  Brin::findFirstCellWithCond(map, Pose2Di{0, 0, 0.0f}, out, Recorder{rays});
+  ASSERT_EQ(rays->size(), 51u);
+  EXPECT_EQ(rays->at(1).size(), 42u);
+  EXPECT_EQ(rays->at(26).size(), 42u);
+}
+
 TEST(FindFirstCellWithCond, aRayFromOutsideSeesTheCellsOutsideInTurn) {
   const auto rays = std::make_shared<std::vector<std::vector<float>>>();
   Pose2Di out = kUntouched;

@@ -94,6 +94,19 @@ TEST(FindFirstFreeCell, ofEquallyNearCellsTheOneOfTheSmallerAngleIsTaken) {
   EXPECT_EQ(freeCell(drawMap({"#.#", "###", "###"}), {1, 1, 0.0f}, 0.7f), "1,0,0");
 }
 
+TEST(FindFirstFreeCell, theSmallerAngleAlsoWinsWithMoreSteps) {
+  // 20 * 20 + 5 * 5 = 13 * 13 + 16 * 16; the first is on ray 2, the second on ray 7.
+  OccupancyMap map(60, 60, 1.0f, false);
+  map.reset(0.0f);
+  map.setCell(13, 16, 1.0f);
+  EXPECT_EQ(freeCell(map, {0, 0, 0.0f}, 0.7f), "13,16,0");
+  map.setCell(20, 5, 1.0f);
+  EXPECT_EQ(freeCell(map, {0, 0, 0.0f}, 0.7f), "20,5,0");
+  map.setCell(20, 5, 0.0f);
+  map.setCell(5, 20, 1.0f);
+  EXPECT_EQ(freeCell(map, {0, 0, 0.0f}, 0.7f), "13,16,0");
+}
+
 TEST(FindFirstFreeCell, anglesAreCountedInTheWorld) {
   OccupancyMap map = drawMap({"#.#", ".#.", "#.#"});
   // Rays leave at angles to the grid's rows, wherever the world's axes point.
