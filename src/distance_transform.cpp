@@ -9,7 +9,7 @@
 #endif
 
 #include "core/image_ptr.hpp"
-#include "src/lanes.hpp"
+#include "core/lanes.hpp"
 
 namespace Brin {
 namespace {

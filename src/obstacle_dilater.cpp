@@ -7,7 +7,7 @@
 
 #include "core/image_ptr.hpp"
 #include "src/distance_transform.hpp"
-#include "src/lanes.hpp"
+#include "core/lanes.hpp"
 
 namespace Brin {
 namespace {

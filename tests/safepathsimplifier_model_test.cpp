@@ -5,8 +5,10 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "korrin/safepathsimplifier.hpp"
@@ -27,37 +29,55 @@ using korrin_test::sameBits;
 
 using Path = std::vector<Pose2D>;
 
-::testing::AssertionResult sameRecords(const LogCapture& log, const SafeSampleState& expected) {
-  const auto records = log.records();
-  if (records.size() != expected.records.size()) {
+using Records = std::vector<Brin::LogRecord>;
+
+// Warnings stand on lines of their own.
+::testing::AssertionResult sameRecords(const Records& actual, const Records& expected) {
+  if (actual.size() != expected.size()) {
     return ::testing::AssertionFailure()
-           << records.size() << " records, expected " << expected.records.size();
+           << actual.size() << " records, expected " << expected.size();
   }
-  for (std::size_t i = 0; i < records.size(); ++i) {
-    const bool isWarning = expected.records[i].line == 0;
-    if (records[i].message != expected.records[i].message ||
-        (!isWarning && records[i].line != expected.records[i].line) ||
-        (records[i].level == Brin::NavLogLevel::Warning) != isWarning) {
-      return ::testing::AssertionFailure() << "record " << i << ": " << records[i].message
-                                           << ", expected " << expected.records[i].message;
+  for (std::size_t i = 0; i < actual.size(); ++i) {
+    const bool sameLine =
+        actual[i].line == expected[i].line || expected[i].level == Brin::NavLogLevel::Warning;
+    if (actual[i].message != expected[i].message || actual[i].level != expected[i].level ||
+        actual[i].file != expected[i].file || actual[i].function != expected[i].function ||
+        !sameLine) {
+      return ::testing::AssertionFailure()
+             << "record " << i << ": " << actual[i].message << ", expected " << expected[i].message;
     }
   }
   return ::testing::AssertionSuccess();
 }
 
+// What happened in one comparison.
+struct Comparison {
+  SafeSampleState state;
+  Records records;
+
+  int countOfLine(int line) const {
+    return static_cast<int>(
+        std::count_if(records.begin(), records.end(),
+                      [=](const Brin::LogRecord& record) { return record.line == line; }));
+  }
+};
+
 ::testing::AssertionResult agrees(SafePathSimplifier& simplifier, const Path& path,
-                                  const OccupancyMap& map, SafeSampleState& state) {
+                                  const OccupancyMap& map, Comparison& comparison) {
   LogCapture log;
   const Path actual = simplifier.sample(path, map);
+  const Records actualRecords = log.records();
+  log.clear();
   const Path expected = korrin_model::safeSample(
       path, map,
       {simplifier.minSamplingAccuracy, simplifier.accuracyDivisor, simplifier.obstacleThreshold},
-      simplifier.initialSamplingAccuracy, 1, state);
+      simplifier.initialSamplingAccuracy, 1, comparison.state);
+  comparison.records = log.records();
   if (!sameBits(actual, expected)) {
     return ::testing::AssertionFailure()
            << actual.size() << " poses, expected " << expected.size() << " (or others)";
   }
-  return sameRecords(log, state);
+  return sameRecords(actualRecords, comparison.records);
 }
 
 // From waypoint to waypoint in steps of half a cell, sideways off by up to `jitter` metres.
@@ -112,13 +132,11 @@ TEST(SafePathSimplifierModel, agreesOnWanderingPaths) {
     simplifier.initialSamplingAccuracy =
         random.pick<float>({300.0f, 300.0f, 5.0f, 4.9f, 40.0f, 2000.0f});
     simplifier.accuracyDivisor = random.pick<float>({2.0f, 2.0f, 2.0f, 3.0f, 20.0f, 1.0f, -1.0f});
-    SafeSampleState state;
-    ASSERT_TRUE(agrees(simplifier, path, map, state)) << "case " << i;
-    for (const auto& record : state.records) {
-      refined += record.line == 129 ? 1 : 0;
-      limits += record.line == 76 ? 1 : 0;
-    }
-    repeats += state.surplus > 0 ? 1 : 0;
+    Comparison comparison;
+    ASSERT_TRUE(agrees(simplifier, path, map, comparison)) << "case " << i;
+    refined += comparison.countOfLine(129);
+    limits += comparison.countOfLine(76);
+    repeats += comparison.state.surplus > 0 ? 1 : 0;
     shortened += path.size() > 10 ? 1 : 0;
   }
   EXPECT_GT(shortened, 2000);
@@ -141,9 +159,9 @@ TEST(SafePathSimplifierModel, agreesOnWildSettings) {
     simplifier.minSamplingAccuracy = random.wildFloat();
     simplifier.accuracyDivisor = random.wildFloat();
     simplifier.obstacleThreshold = random.chance(0.5) ? random.wildFloat() : 0.3f;
-    SafeSampleState state;
-    ASSERT_TRUE(agrees(simplifier, path, map, state)) << "case " << i;
-    for (const auto& record : state.records) warnings += record.line == 0 ? 1 : 0;
+    Comparison comparison;
+    ASSERT_TRUE(agrees(simplifier, path, map, comparison)) << "case " << i;
+    warnings += comparison.countOfLine(0);
   }
   EXPECT_GT(warnings, 30);
 }
@@ -166,10 +184,10 @@ TEST(SafePathSimplifierModel, agreesOnPathsTooFineForDistances) {
     SafePathSimplifier simplifier;
     simplifier.minSamplingAccuracy = -20.0f;
     simplifier.initialSamplingAccuracy = -10.0f;  // every pose is kept
-    SafeSampleState state;
-    ASSERT_TRUE(agrees(simplifier, path, map, state)) << "case " << i;
-    for (const auto& record : state.records) {
-      refined += record.line == 129 ? 1 : 0;
+    Comparison comparison;
+    ASSERT_TRUE(agrees(simplifier, path, map, comparison)) << "case " << i;
+    refined += comparison.countOfLine(129);
+    for (const auto& record : comparison.records) {
       shifted += record.message == "subPath size 1" ? 1 : 0;
     }
   }
@@ -189,9 +207,9 @@ TEST(SafePathSimplifierModel, agreesWhereRepeatedPlacesExhaustTheSurplus) {
   }
   SafePathSimplifier simplifier;
   simplifier.setInitialSamplingAccuracy(20.0f);
-  SafeSampleState state;
-  EXPECT_TRUE(agrees(simplifier, path, map, state));
-  EXPECT_GT(state.surplus, (1 << 20) - 1000);
+  Comparison comparison;
+  EXPECT_TRUE(agrees(simplifier, path, map, comparison));
+  EXPECT_GT(comparison.state.surplus, (1 << 20) - 1000);
 }
 
 TEST(SafePathSimplifierModel, closestPoseAgrees) {
@@ -230,8 +248,8 @@ RC_GTEST_PROP(SafePathSimplifierModel, shortPathsOnCellCentresAgree, ()) {
     path.emplace_back(0.1f * static_cast<float>(x), 0.1f * static_cast<float>(y), 0.0f);
   }
   SafePathSimplifier simplifier;
-  SafeSampleState state;
-  RC_ASSERT(static_cast<bool>(agrees(simplifier, path, map, state)));
+  Comparison comparison;
+  RC_ASSERT(static_cast<bool>(agrees(simplifier, path, map, comparison)));
 }
 
 }  // namespace

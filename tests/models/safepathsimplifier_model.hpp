@@ -1,11 +1,14 @@
-// Safe path simplification, level by level in the plainest form, with the records it leaves.
+// Safe path simplification, level by level in the plainest form, with the records it leaves (that
+// about an accuracy which is not finite has line 0).
 #pragma once
 
 #include <cmath>
 #include <cstring>
+#include <sstream>
 #include <string>
 #include <vector>
 
+#include "korrin/core/log.hpp"
 #include "korrin/core/occupancy_map.hpp"
 #include "models/core/path_simplifier_model.hpp"
 #include "models/occupancy_mapper_model.hpp"
@@ -20,16 +23,20 @@ struct SafeSampleSettings {
   float obstacleThreshold = 0.1f;
 };
 
-// A record at level 0 with its line; line 0 stands for the warning about the accuracy.
-struct SafeSampleRecord {
-  std::string message;
-  int line;
-};
-
 struct SafeSampleState {
-  std::vector<SafeSampleRecord> records;
   int surplus = 0;  // poses that stretches chosen by nearness had beyond the own ones
 };
+
+inline void logSafeSample(const std::string& message, int line) {
+  Brin::completeLog(Brin::NavLogLevel::Info, message, "src/safepathsimplifier", "xRecursiveSample",
+                    line);
+}
+
+inline void logSafeSampleSize(const char* text, std::size_t size, int line) {
+  std::ostringstream stream;
+  stream << text << size;
+  logSafeSample(stream.str(), line);
+}
 
 // Index of the first of the nearest poses closer than maxDist; -1 for none.
 inline int findClosest(const Poses& v, const Brin::Pose2D& p, float maxDist) {
@@ -64,17 +71,19 @@ inline Poses safeSample(const Poses& path, const Brin::OccupancyMap& map,
                         const SafeSampleSettings& settings, float accuracy, int level,
                         SafeSampleState& state) {
   if (settings.minSamplingAccuracy > accuracy) {
-    state.records.push_back({"Limit reached !!!!", 76});
+    logSafeSample("Limit reached !!!!", 76);
     return path;
   }
   if (!std::isfinite(accuracy)) {
-    state.records.push_back({"accuracy is not finite, the path is kept as it is.", 0});
+    Brin::completeLog(Brin::NavLogLevel::Warning,
+                      "accuracy is not finite, the path is kept as it is.",
+                      "src/safepathsimplifier", "xRecursiveSample", 0);
     return path;
   }
   if (path.size() < 2) return path;
-  state.records.push_back({"path size before " + std::to_string(path.size()), 88});
+  logSafeSampleSize("path size before ", path.size(), 88);
   const Poses s = simplify(path, accuracy);
-  state.records.push_back({"path size after " + std::to_string(s.size()), 96});
+  logSafeSampleSize("path size after ", s.size(), 96);
   const std::vector<int> own = ownPlaces(path, s);
   Poses out;
   for (std::size_t i = 0; i + 1 < s.size(); ++i) {
@@ -93,13 +102,13 @@ inline Poses safeSample(const Poses& path, const Brin::OccupancyMap& map,
       state.surplus += surplus;
     }
     const Poses subPath(path.begin() + a, path.begin() + b + 1);
-    state.records.push_back({"subPath size " + std::to_string(subPath.size()), 129});
+    logSafeSampleSize("subPath size ", subPath.size(), 129);
     const float finer = accuracy / settings.accuracyDivisor;
     Poses sub = subPath;
     if (finer < accuracy && level < 1000) {
       sub = safeSample(subPath, map, settings, finer, level + 1, state);
     } else {
-      state.records.push_back({"Limit reached !!!!", 76});
+      logSafeSample("Limit reached !!!!", 76);
     }
     out.insert(out.end(), sub.begin(), sub.end() - 1);
   }
