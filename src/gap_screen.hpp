@@ -19,7 +19,7 @@
 #include <vector>
 
 #include "korrin/core/scan.hpp"
-#include "src/lanes.hpp"
+#include "core/lanes.hpp"
 
 namespace Brin {
 
