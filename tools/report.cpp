@@ -20,12 +20,16 @@ h2 { font-size: 1.15rem; margin: 0 0 .25rem; }
         padding: 1.1rem 1.25rem 1.25rem; margin: 0 0 1.5rem; }
 .card p { color: var(--quiet); margin: 0 0 .9rem; max-width: 46rem; }
 .card img { display: block; width: 100%; height: auto; border-radius: .4rem; }
-.scroll { overflow-x: auto; }
-.scroll img { min-width: 46rem; }
+@media (max-width: 40rem) {
+  main { padding: 1.25rem .5rem 2rem; }
+  .card { padding: .9rem .7rem 1rem; }
+  th, td { padding: .4rem .3rem; }
+}
 table { border-collapse: collapse; width: 100%; font-variant-numeric: tabular-nums; }
 th, td { padding: .4rem .6rem; text-align: right; border-bottom: 1px solid var(--line); }
 th { color: var(--quiet); font-weight: 600; }
 th:first-child, td:first-child { text-align: left; padding-left: 0; }
+td:last-child { white-space: nowrap; }
 tr:last-child td { border-bottom: 0; }
 )";
 
@@ -73,7 +77,7 @@ Report::Report(const std::string& title, const std::string& introduction)
             "</p>\n") {}
 
 void Report::addTable(const Table& table) {
-  body_ += "<div class=\"card scroll\">\n<table>\n";
+  body_ += "<div class=\"card\">\n<table>\n";
   if (!table.header.empty()) body_ += "<thead>" + tableRow(table.header, "th") + "</thead>\n";
   body_ += "<tbody>\n";
   for (const auto& row : table.rows) body_ += tableRow(row, "td");
@@ -83,8 +87,8 @@ void Report::addTable(const Table& table) {
 void Report::addPicture(const std::string& heading, const std::string& caption,
                         const std::vector<std::uint8_t>& png) {
   body_ += "<section class=\"card\">\n<h2>" + escaped(heading) + "</h2>\n<p>" + escaped(caption) +
-           "</p>\n<div class=\"scroll\"><img alt=\"" + escaped(heading) +
-           "\" src=\"data:image/png;base64," + base64(png) + "\"></div>\n</section>\n";
+           "</p>\n<img alt=\"" + escaped(heading) + "\" src=\"data:image/png;base64," +
+           base64(png) + "\">\n</section>\n";
 }
 
 std::string Report::html() const {
