@@ -1,0 +1,137 @@
+"""Runs the benchmarks that benchmarks/goals.json names and compares them with the goals.
+
+A row of goals.json:
+
+    work, input   what is measured, for people
+    ours          benchmark of the library
+    other         benchmark that it is compared with: the literal model or the bare call
+    goal          "at least 4" (other / ours) or "at most 1.3" (ours / other)
+    per           optional: the counter to compare instead of the time of one run; where one
+                  name serves two benchmarks of unlike amounts of work, the time for one unit
+
+All figures are medians over the repetitions of one process.
+"""
+
+import argparse
+import json
+import os
+import pathlib
+import platform
+import re
+import subprocess
+import sys
+import tempfile
+
+HERE = pathlib.Path(__file__).resolve().parent
+DOCS_PAGE = HERE.parent / "docs" / "benchmarks.md"
+TABLE_BEGIN, TABLE_END = "<!-- table: scripts/bench --write -->", "<!-- end of table -->"
+
+
+def parse_arguments():
+    parser = argparse.ArgumentParser(description="Compare the benchmarks with their goals.")
+    parser.add_argument("program", help="the benchmark program")
+    parser.add_argument("--only", default="", help="rows whose work or input contains this")
+    parser.add_argument("--repetitions", type=int, default=5)
+    parser.add_argument("--min-time", type=float, default=0.1, help="seconds for one repetition")
+    parser.add_argument("--write", action="store_true", help="renew docs/benchmarks.md")
+    return parser.parse_args()
+
+
+def chosen_rows(word):
+    rows = json.loads((HERE / "goals.json").read_text())
+    return [row for row in rows if word.lower() in (row["work"] + " " + row["input"]).lower()]
+
+
+def run(program, names, repetitions, min_time):
+    """The medians of the named benchmarks: name -> the benchmark's JSON record."""
+    pattern = "^(" + "|".join(re.escape(name) for name in sorted(names)) + ")$"
+    with tempfile.TemporaryDirectory() as folder:
+        out = os.path.join(folder, "out.json")
+        subprocess.run(
+            [program, f"--benchmark_filter={pattern}", f"--benchmark_repetitions={repetitions}",
+             f"--benchmark_min_time={min_time}", "--benchmark_report_aggregates_only=true",
+             f"--benchmark_out={out}", "--benchmark_out_format=json"],
+            check=True, stdout=sys.stderr)
+        report = json.loads(pathlib.Path(out).read_text())
+    medians = {b["run_name"]: b for b in report["benchmarks"] if b["aggregate_name"] == "median"}
+    return medians, report["context"]
+
+
+def figure(record, counter):
+    """Nanoseconds of one run, or the counter's value."""
+    if counter:
+        return record[counter]
+    return record["cpu_time"] * {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}[record["time_unit"]]
+
+
+def measure(row, medians):
+    """(ratio, whether the goal is met), or None when a benchmark did not run."""
+    if row["ours"] not in medians or row["other"] not in medians:
+        return None
+    ours = figure(medians[row["ours"]], row.get("per"))
+    other = figure(medians[row["other"]], row.get("per"))
+    sense, goal = re.fullmatch(r"(at least|at most) ([\d.]+)", row["goal"]).groups()
+    if sense == "at least":
+        return other / ours, other / ours >= float(goal)
+    return ours / other, ours / other <= float(goal)
+
+
+def readable_time(nanoseconds):
+    for unit, scale in (("ns", 1.0), ("us", 1e3), ("ms", 1e6)):
+        if nanoseconds < 1000 * scale:
+            return f"{nanoseconds / scale:.3g} {unit}"
+    return f"{nanoseconds / 1e9:.3g} s"
+
+
+def table(rows, medians):
+    lines = ["| work | input | library | compared with | goal | measured | met |",
+             "|---|---|---|---|---|---|---|"]
+    for row in rows:
+        result = measure(row, medians)
+        cells = [row["work"], row["input"], "-", "-", row["goal"], "not run", "-"]
+        if result is not None:
+            unit = "" if not row.get("per") else " " + row["per"].replace("_", " ")
+            for place, name in ((2, row["ours"]), (3, row["other"])):
+                value = figure(medians[name], row.get("per"))
+                cells[place] = f"{value:.3g}{unit}" if unit else readable_time(value)
+            cells[5] = f"{result[0]:.2f}"
+            cells[6] = "yes" if result[1] else "**no**"
+        cells[3] += " (" + row.get("against", "literal model") + ")"
+        lines.append("| " + " | ".join(cells) + " |")
+    return "\n".join(lines)
+
+
+def machine(context):
+    model = next((line.split(":", 1)[1].strip() for line in open("/proc/cpuinfo")
+                  if line.startswith("model name")), platform.machine())
+    compiler = subprocess.run(["c++", "--version"], capture_output=True, text=True, check=True)
+    return (f"Machine: {model}, {context['num_cpus']} processors. "
+            f"Compiler: {compiler.stdout.splitlines()[0]}, preset `release` "
+            "(`-O3 -DNDEBUG -ffp-contract=off`, no `-march`). One thread; medians.")
+
+
+def write_page(text):
+    page = DOCS_PAGE.read_text()
+    before, rest = page.split(TABLE_BEGIN)
+    after = rest.split(TABLE_END)[1]
+    DOCS_PAGE.write_text(before + TABLE_BEGIN + "\n\n" + text + "\n\n" + TABLE_END + after)
+
+
+def main():
+    arguments = parse_arguments()
+    rows = chosen_rows(arguments.only)
+    if not rows:
+        sys.exit("no row of benchmarks/goals.json matches")
+    names = {row[key] for row in rows for key in ("ours", "other")}
+    medians, context = run(arguments.program, names, arguments.repetitions, arguments.min_time)
+    text = machine(context) + "\n\n" + table(rows, medians)
+    print(text)
+    if arguments.write:
+        write_page(text)
+    missing = sorted(names - set(medians))
+    if missing:
+        sys.exit("these benchmarks are named but do not exist: " + ", ".join(missing))
+
+
+if __name__ == "__main__":
+    main()
