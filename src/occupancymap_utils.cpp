@@ -33,16 +33,37 @@ std::int64_t stepsBetween(const Pose2Di& from, const Pose2Di& cell) {
 
 CellLine wholeLine(const Pose2Di& from, const Pose2Di& to) { return {from.x, from.y, to.x, to.y}; }
 
-// The part of the line inside the map. For a condition that gives the same answer on each of
-// several cells outside in a row that is enough, as a walk looks at the first cell outside, too.
+// The part of the line inside the map.
 CellLine lineInMap(const OccupancyMap& map, const Pose2Di& from, const Pose2Di& to) {
   return {from.x, from.y, to.x, to.y, cellsOf(map)};
 }
 
+// The cells of a walk that stays inside the map.
+class InsideCells {
+ public:
+  explicit InsideCells(const OccupancyMap& map) : image_(map.image) {}
+  float operator()(int x, int y) const { return imageRow<float>(*image_, y)[x]; }
+
+ private:
+  const IplImage* image_;
+};
+
+// The cells of a walk that goes anywhere.
+class AllCells {
+ public:
+  explicit AllCells(const OccupancyMap& map) : map_(&map) {}
+  float operator()(int x, int y) const { return map_->getCell(x, y); }
+
+ private:
+  const OccupancyMap* map_;
+};
+
 // A walk along a line, both ends included, to the first cell that a condition accepts.
-template <typename Condition>
+template <typename Cells, typename Condition>
 class Walk {
  public:
+  // `line` may be clipped to the map if the condition gives the same answer on each of several
+  // cells outside in a row: the first one that the walk comes to outside is looked at, too.
   Walk(const OccupancyMap& map, const CellLine& line, const Pose2Di& from, const Pose2Di& to,
        Condition accepts)
       : map_(&map),
@@ -54,13 +75,12 @@ class Walk {
   // Goes on to the cells that are up to `reach` steps away from the start. Whether one of them is
   // accepted: then it is cell().
   bool goOn(std::int64_t reach) {
-    for (; !line_.done(); line_.next(), ++steps_) {
-      if (steps_ > reach) return false;
-      if (accept(currentCell(line_))) return true;
-    }
+    if (walkLine(reach)) return stopAt(currentCell(line_));
+    if (!line_.done()) return false;
     isOver_ = true;
     // The line has come to the end cell or to the first cell outside.
-    return accept(map_->isInside(end_.x, end_.y) ? end_ : currentCell(line_));
+    const Pose2Di last = map_->isInside(end_.x, end_.y) ? end_ : currentCell(line_);
+    return accepts_(map_->getCell(last.x, last.y)) && stopAt(last);
   }
 
   // Whether a cell has been accepted or all have been looked at.
@@ -69,8 +89,21 @@ class Walk {
   const Pose2Di& cell() const { return cell_; }
 
  private:
-  bool accept(const Pose2Di& cell) {
-    if (!accepts_(map_->getCell(cell.x, cell.y))) return false;
+  // Whether the line stops at a cell that is accepted, or else at its end or beyond the reach.
+  bool walkLine(std::int64_t reach) {
+    const Cells cells(*map_);
+    // A copy of its own stays in registers.
+    CellLine line = line_;
+    bool isAccepted = false;
+    for (; !line.done() && steps_ <= reach; line.next(), ++steps_) {
+      isAccepted = accepts_(cells(line.x(), line.y()));
+      if (isAccepted) break;
+    }
+    line_ = line;
+    return isAccepted;
+  }
+
+  bool stopAt(const Pose2Di& cell) {
     cell_ = {cell.x, cell.y, 0.0f};
     return isOver_ = true;
   }
@@ -107,15 +140,30 @@ class Rays {
   float length_;
 };
 
+// One walk for each ray: `lineTo(end)` gives its line and `newCondition()` its condition.
+template <typename Cells, typename Condition, typename LineTo, typename NewCondition>
+std::vector<Walk<Cells, Condition>> walksFrom(const OccupancyMap& map, const Pose2Di& start,
+                                              LineTo lineTo, NewCondition newCondition) {
+  const Rays rays(map, start);
+  std::vector<Walk<Cells, Condition>> walks;
+  walks.reserve(kRays);
+  for (int k = 0; k < kRays; ++k) {
+    const Pose2Di end = rays.end(k);
+    walks.emplace_back(map, lineTo(end), start, end, newCondition());
+  }
+  return walks;
+}
+
 // The best candidate so far.
 struct Nearest {
   Pose2Di cell;
   float norm = kTooFar;
   int ray = -1;
 
-  // Of equally near cells the one of the smaller angle is taken; of none so far, none too far.
+  // Keeps the candidate if it is nearer, or as near and on a ray of smaller angle. One that is too
+  // far is never kept.
   void consider(const Pose2Di& start, const Pose2Di& candidate, int itsRay) {
-    // Too far for differences, perhaps.
+    // Before the difference is taken, which might not fit an int.
     if (stepsBetween(start, candidate) >= static_cast<std::int64_t>(kTooFar)) return;
     const float itsNorm = computeNorm(candidate.x - start.x, candidate.y - start.y);
     if (itsNorm < norm || (itsNorm == norm && itsRay < ray)) {
@@ -129,15 +177,15 @@ struct Nearest {
 // Walks along the rays in rounds, each farther than the one before, so that the nearest candidate
 // is found without walking far along the others. A cell n steps along a ray is at least n cells
 // away: beyond the best candidate's distance, nothing can be nearer or as near.
-template <typename Condition>
-bool nearestOnRays(std::vector<Walk<Condition>>& walks, const Pose2Di& start,
-                   std::int64_t firstReach, Pose2Di& out) {
+template <typename AnyWalk>
+bool nearestOnRays(std::vector<AnyWalk>& walks, const Pose2Di& start, std::int64_t firstReach,
+                   Pose2Di& out) {
   Nearest nearest;
   bool goesOn = true;
   for (std::int64_t reach = firstReach; goesOn; reach *= 8) {
     goesOn = false;
     for (std::size_t k = 0; k < walks.size(); ++k) {
-      Walk<Condition>& walk = walks[k];
+      AnyWalk& walk = walks[k];
       if (walk.isOver()) continue;
       if (walk.goOn(std::min(reach, static_cast<std::int64_t>(nearest.norm)))) {
         nearest.consider(start, walk.cell(), static_cast<int>(k));
@@ -158,14 +206,11 @@ bool nearestInMap(const OccupancyMap& map, const Pose2Di& start, Pose2Di& out,
     out = start;
     return true;
   }
-  const Rays rays(map, start);
-  std::vector<Walk<Condition>> walks;
-  walks.reserve(kRays);
-  for (int k = 0; k < kRays; ++k) {
-    const Pose2Di end = rays.end(k);
-    walks.emplace_back(map, lineInMap(map, start, end), start, end, condition);
-  }
-  return nearestOnRays(walks, start, 16, out);
+  auto walks = walksFrom<InsideCells, Condition>(
+      map, start, [&](const Pose2Di& end) { return lineInMap(map, start, end); },
+      [&] { return condition; });
+  constexpr std::int64_t kFirstReach = 16;
+  return nearestOnRays(walks, start, kFirstReach, out);
 }
 
 // The main direction of obstacles
@@ -229,7 +274,7 @@ bool findFirstFreeCellInLine(const OccupancyMap& map, const Pose2Di& from, const
     out = {from.x, from.y, 0.0f};
     return true;
   }
-  Walk<FreeCellCondition> walk(map, lineInMap(map, from, to), from, to, isFree);
+  Walk<InsideCells, FreeCellCondition> walk(map, lineInMap(map, from, to), from, to, isFree);
   const bool isFound = walk.goOn(std::numeric_limits<std::int64_t>::max());
   if (isFound) out = walk.cell();
   return isFound;
@@ -242,13 +287,8 @@ bool xFindFirstCell(const OccupancyMap& map, const Pose2Di& start, Pose2Di& out,
     out = start;
     return true;
   }
-  const Rays rays(map, start);
-  std::vector<Walk<CellCondition>> walks;
-  walks.reserve(kRays);
-  for (int k = 0; k < kRays; ++k) {
-    const Pose2Di end = rays.end(k);
-    walks.emplace_back(map, wholeLine(start, end), start, end, onRay());
-  }
+  auto walks = walksFrom<AllCells, CellCondition>(
+      map, start, [&](const Pose2Di& end) { return wholeLine(start, end); }, onRay);
   // One round: a condition that looks beyond its own ray sees one ray after the other.
   return nearestOnRays(walks, start, static_cast<std::int64_t>(kTooFar), out);
 }
