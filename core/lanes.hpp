@@ -52,6 +52,20 @@ inline Floats limit(Floats value, float low, float high) {
 #endif
 }
 
+// `value` limited to [low, high]; not-a-number becomes `low`.
+inline float limitOrLow(float value, float low, float high) {
+  const float notBelow = value > low ? value : low;
+  return notBelow < high ? notBelow : high;
+}
+inline Floats limitOrLow(Floats value, float low, float high) {
+#ifdef __SSE__
+  return _mm_min_ps(_mm_max_ps(value, _mm_set1_ps(low)), _mm_set1_ps(high));
+#else
+  const Floats notBelow = choose(value > low, value, Floats{} + low);
+  return choose(notBelow < high, notBelow, Floats{} + high);
+#endif
+}
+
 // Whether a comparison holds in any lane.
 inline bool anyLane(Ints mask) {
 #ifdef __SSE__

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "core/image_ptr.hpp"
+#include "core/lanes.hpp"
 
 namespace Brin {
 namespace {
@@ -49,6 +50,15 @@ std::uint8_t toByte(float probability) {
   const float level = 256.0f * probability;
   if (!(level > 0.0f)) return 0;
   return level < 255.0f ? static_cast<std::uint8_t>(level) : std::uint8_t{255};
+}
+
+// Limits cells to [0, 1]; not-a-number becomes 0.
+void clipRow(float* row, int width) {
+  int x = 0;
+  for (; x + kLanes <= width; x += kLanes) {
+    store(row + x, limitOrLow(load<Floats>(row + x), 0.0f, 1.0f));
+  }
+  for (; x < width; ++x) row[x] = limitOrLow(row[x], 0.0f, 1.0f);
 }
 
 }  // namespace
@@ -116,12 +126,7 @@ void OccupancyMap::clip() {
   if (image == nullptr) return;
   requireKind(image, IPL_DEPTH_32F, 1, "OccupancyMap::clip");
   for (int y = 0; y < image->height; ++y) {
-    float* row = imageRow<float>(*image, y);
-    for (int x = 0; x < image->width; ++x) {
-      // The first comparison also catches not-a-number.
-      if (!(row[x] > 0.0f)) row[x] = 0.0f;
-      if (row[x] > 1.0f) row[x] = 1.0f;
-    }
+    clipRow(imageRow<float>(*image, y), image->width);
   }
 }
 

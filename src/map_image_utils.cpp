@@ -14,8 +14,8 @@
 #include <utility>
 
 #include "core/image_ptr.hpp"
+#include "core/lanes.hpp"
 #include "korrin/core/log.hpp"
-#include "src/cell_update.hpp"
 
 namespace Brin {
 namespace {
@@ -97,6 +97,12 @@ std::optional<ByteLine> lineOfTable(const ByteTable& table, float factor) {
     if (drawn == table) return line;
   }
   return std::nullopt;
+}
+
+// Scales a cell, or four at once, and clips it to what OccupancyMap::clip would make of it.
+template <typename Number>
+Number scaledCell(Number p, float factor) {
+  return limitOrLow((p - kUnknown) * factor + kUnknown, 0.0f, 1.0f);
 }
 
 // Scrolling
@@ -254,11 +260,14 @@ void imgMultiplyProb32F(IplImage* image, float factor) {
 
 void occMapMultiplyProb(OccupancyMap& map, float factor) {
   requireKind(map.image, IPL_DEPTH_32F, 1, "occMapMultiplyProb");
+  const int width = map.image->width;
   for (int y = 0; y < map.image->height; ++y) {
     float* row = imageRow<float>(*map.image, y);
-    // Adds and clips at once, to what OccupancyMap::clip would make of the sum.
-    std::transform(row, row + map.image->width, row,
-                   [=](float p) { return clampedSum((p - kUnknown) * factor, kUnknown); });
+    int x = 0;
+    for (; x + kLanes <= width; x += kLanes) {
+      store(row + x, scaledCell(load<Floats>(row + x), factor));
+    }
+    for (; x < width; ++x) row[x] = scaledCell(row[x], factor);
   }
 }
 

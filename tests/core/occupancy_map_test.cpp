@@ -173,6 +173,24 @@ RC_GTEST_PROP(OccupancyMap, clipsAnyValueAsTheModelDoes, (float value)) {
   RC_ASSERT(sameBits(map.getCell(0, 0), korrin_model::clipped(value)));
 }
 
+TEST(OccupancyMap, clipsEveryCellOfEveryRowAsTheModelDoes) {
+  RandomInputs random(12);
+  for (int width = 0; width < 40; ++width) {
+    OccupancyMap map(width, 5, 1.0f, false);
+    for (int y = 0; y < 5; ++y) {
+      for (int x = 0; x < width; ++x) map.setCell(x, y, random.wildFloat());
+    }
+    const OccupancyMap before = map;
+    map.clip();
+    for (int y = 0; y < 5; ++y) {
+      for (int x = 0; x < width; ++x) {
+        ASSERT_TRUE(sameBits(map.getCell(x, y), korrin_model::clipped(before.getCell(x, y))))
+            << before.getCell(x, y) << " in column " << x << " of " << width;
+      }
+    }
+  }
+}
+
 TEST(OccupancyMap, copiesDeepWithTheSecondImage) {
   RandomInputs random(35);
   korrin_test::MapBounds bounds;
