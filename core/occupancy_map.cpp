@@ -3,9 +3,9 @@
 #include <opencv2/core/core_c.h>
 
 #include <algorithm>
-#include <cmath>
 #include <utility>
 
+#include "core/grid_frame.hpp"
 #include "core/image_ptr.hpp"
 #include "core/lanes.hpp"
 
@@ -13,15 +13,6 @@ namespace Brin {
 namespace {
 
 constexpr float kUnknown = 0.5f;
-
-// The nearest column or row, limited to +-2^28; not-a-number goes to -2^28.
-std::int32_t toCellIndex(float offset, float resolution) {
-  constexpr std::int32_t kLimit = 1 << 28;
-  const float index = std::floor(offset / resolution + 0.5f);
-  if (!(index >= static_cast<float>(-kLimit))) return -kLimit;
-  if (index > static_cast<float>(kLimit)) return kLimit;
-  return static_cast<std::int32_t>(index);
-}
 
 void fill(IplImage& image, float value) {
   for (int y = 0; y < image.height; ++y) {
@@ -72,8 +63,8 @@ OccupancyMapParams::OccupancyMapParams(int width_, int height_, float resolution
 }
 
 Pose2Di OccupancyMapParams::getPixelFromPose(const Pose2D& pose) const {
-  const Pose2D relative = origin.relProject(pose);
-  return {toCellIndex(relative.x, resolution), toCellIndex(relative.y, resolution), relative.theta};
+  const Point2Di cell = GridFrame(*this).cellOf(pose);
+  return {cell.x, cell.y, canonicalAngle(pose.theta - origin.theta)};
 }
 
 Pose2D OccupancyMapParams::getPoseFromPixel(const Pose2Di& cell) const {
