@@ -1,0 +1,179 @@
+// Rays and map updates beside their literal models, on the same inputs. Times are per cell that the
+// literal walk visits, so that maps compare.
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <optional>
+#include <vector>
+
+#include "korrin/occupancy_mapper.hpp"
+#include "models/occupancy_mapper_model.hpp"
+#include "scan_inputs.hpp"
+
+namespace {
+
+using Brin::OccupancyMap;
+using Brin::OccupancyMapper;
+using Brin::Pose2D;
+using Brin::RangeReading;
+using korrin_bench::CellPair;
+using korrin_bench::Floor;
+using Readings = std::vector<RangeReading>;
+
+constexpr float kThreshold = korrin_bench::kThreshold;
+
+// Cells between the ends of what `ray` walked.
+double cellsOf(const RangeReading& ray, const OccupancyMap& map) {
+  return 1.0 + static_cast<double>(ray.range / map.params.resolution);
+}
+
+void setCellRate(benchmark::State& state, double cellsPerIteration) {
+  state.counters["perCell"] =
+      benchmark::Counter(cellsPerIteration, benchmark::Counter::kIsIterationInvariantRate |
+                                                benchmark::Counter::kInvert);
+}
+
+RangeReading libraryRay(const OccupancyMapper& mapper, const CellPair& ends) {
+  return mapper.xThrowRay(ends.from.x, ends.from.y, ends.to.x, ends.to.y, kThreshold);
+}
+
+RangeReading modelRay(const OccupancyMapper& mapper, const CellPair& ends) {
+  return korrin_model::xThrowRay(*mapper.map, ends.from.x, ends.from.y, ends.to.x, ends.to.y,
+                                 kThreshold);
+}
+
+template <typename CastRay>
+void rays(benchmark::State& state, Floor floor, CastRay castRay) {
+  std::optional<OccupancyMap> map = korrin_bench::mapOf(floor);
+  if (!map) return state.SkipWithError(korrin_bench::kNoMap);
+  const OccupancyMapper mapper(&*map);
+  const auto pairs =
+      korrin_bench::beamCells(*map, korrin_bench::freePoses(*map, korrin_bench::kPoses));
+  double cells = 0.0;
+  for (const CellPair& ends : pairs) cells += cellsOf(libraryRay(mapper, ends), *map);
+  for (auto _ : state) {
+    for (const CellPair& ends : pairs) {
+      RangeReading ray = castRay(mapper, ends);
+      benchmark::DoNotOptimize(ray);
+    }
+  }
+  setCellRate(state, cells);
+}
+BENCHMARK_CAPTURE(rays, libraryOffice, Floor::Office, libraryRay);
+BENCHMARK_CAPTURE(rays, libraryWillow, Floor::Willow, libraryRay);
+BENCHMARK_CAPTURE(rays, modelOffice, Floor::Office, modelRay);
+BENCHMARK_CAPTURE(rays, modelWillow, Floor::Willow, modelRay);
+BENCHMARK_CAPTURE(rays, libraryWarehouse, Floor::Warehouse, libraryRay);
+BENCHMARK_CAPTURE(rays, modelWarehouse, Floor::Warehouse, modelRay);
+
+RangeReading libraryPoints(const OccupancyMapper& mapper, const Pose2D& from, const Pose2D& to) {
+  return mapper.throwRay(from, to, kThreshold);
+}
+
+RangeReading modelPoints(const OccupancyMapper& mapper, const Pose2D& from, const Pose2D& to) {
+  return korrin_model::throwRay(*mapper.map, from, to, kThreshold);
+}
+
+template <typename CastRay>
+void raysBetweenPoints(benchmark::State& state, Floor floor, CastRay castRay) {
+  std::optional<OccupancyMap> map = korrin_bench::mapOf(floor);
+  if (!map) return state.SkipWithError(korrin_bench::kNoMap);
+  const OccupancyMapper mapper(&*map);
+  struct Ends {
+    Pose2D from;
+    Pose2D to;
+  };
+  std::vector<Ends> ends;
+  for (const CellPair& pair :
+       korrin_bench::beamCells(*map, korrin_bench::freePoses(*map, korrin_bench::kPoses))) {
+    ends.push_back({map->getPoseFromPixel({pair.from.x, pair.from.y, 0.0f}),
+                    map->getPoseFromPixel({pair.to.x, pair.to.y, 0.0f})});
+  }
+  for (auto _ : state) {
+    for (const Ends& pair : ends) {
+      RangeReading ray = castRay(mapper, pair.from, pair.to);
+      benchmark::DoNotOptimize(ray);
+    }
+  }
+}
+BENCHMARK_CAPTURE(raysBetweenPoints, libraryOffice, Floor::Office, libraryPoints);
+BENCHMARK_CAPTURE(raysBetweenPoints, libraryWillow, Floor::Willow, libraryPoints);
+BENCHMARK_CAPTURE(raysBetweenPoints, modelOffice, Floor::Office, modelPoints);
+BENCHMARK_CAPTURE(raysBetweenPoints, modelWillow, Floor::Willow, modelPoints);
+BENCHMARK_CAPTURE(raysBetweenPoints, libraryWarehouse, Floor::Warehouse, libraryPoints);
+BENCHMARK_CAPTURE(raysBetweenPoints, modelWarehouse, Floor::Warehouse, modelPoints);
+
+void libraryScan(const OccupancyMapper& mapper, const Pose2D& pose, Readings& out) {
+  mapper.simulateScan(pose, korrin_bench::kFieldOfView, 0.1f, korrin_bench::kReach,
+                      korrin_bench::kBeams, out, kThreshold);
+}
+
+void modelScan(const OccupancyMapper& mapper, const Pose2D& pose, Readings& out) {
+  korrin_model::simulateScan(*mapper.map, pose, -0.5f * korrin_bench::kFieldOfView,
+                             0.5f * korrin_bench::kFieldOfView, 0.1f, korrin_bench::kReach,
+                             korrin_bench::kBeams, out, kThreshold);
+}
+
+template <typename Simulate>
+void scans(benchmark::State& state, Floor floor, Simulate simulate) {
+  std::optional<OccupancyMap> map = korrin_bench::mapOf(floor);
+  if (!map) return state.SkipWithError(korrin_bench::kNoMap);
+  const OccupancyMapper mapper(&*map);
+  const auto poses = korrin_bench::freePoses(*map, korrin_bench::kPoses);
+  Readings out;
+  for (auto _ : state) {
+    for (const Pose2D& pose : poses) {
+      simulate(mapper, pose, out);
+      benchmark::DoNotOptimize(out.data());
+    }
+  }
+}
+BENCHMARK_CAPTURE(scans, libraryOffice, Floor::Office, libraryScan);
+BENCHMARK_CAPTURE(scans, libraryWillow, Floor::Willow, libraryScan);
+BENCHMARK_CAPTURE(scans, modelOffice, Floor::Office, modelScan);
+BENCHMARK_CAPTURE(scans, modelWillow, Floor::Willow, modelScan);
+BENCHMARK_CAPTURE(scans, libraryWarehouse, Floor::Warehouse, libraryScan);
+BENCHMARK_CAPTURE(scans, modelWarehouse, Floor::Warehouse, modelScan);
+
+void libraryUpdate(OccupancyMap& map, const Readings& readings, const Pose2D& pose) {
+  OccupancyMapper(&map).updateMap(readings, pose, 0.05f, 0.1f);
+}
+
+// Sums in float, as a plain implementation would have them.
+void modelUpdate(OccupancyMap& map, const Readings& readings, const Pose2D& pose) {
+  korrin_model::updateMap<float>(map, readings, pose, 0.05f, 0.1f);
+}
+
+void modelUpdateWide(OccupancyMap& map, const Readings& readings, const Pose2D& pose) {
+  korrin_model::updateMap<long double>(map, readings, pose, 0.05f, 0.1f);
+}
+
+// Scans as a scanner in the real map would return them, brought into an unknown one.
+template <typename Update>
+void updates(benchmark::State& state, Floor floor, Update update) {
+  std::optional<OccupancyMap> world = korrin_bench::mapOf(floor);
+  if (!world) return state.SkipWithError(korrin_bench::kNoMap);
+  const auto poses = korrin_bench::freePoses(*world, korrin_bench::kPoses);
+  std::vector<Readings> scansThere(poses.size());
+  double cells = 0.0;
+  for (std::size_t i = 0; i < poses.size(); ++i) {
+    libraryScan(OccupancyMapper(&*world), poses[i], scansThere[i]);
+    for (const RangeReading& reading : scansThere[i]) cells += cellsOf(reading, *world);
+  }
+  OccupancyMap map(world->params, false);
+  for (auto _ : state) {
+    map.reset(0.5f);
+    for (std::size_t i = 0; i < poses.size(); ++i) update(map, scansThere[i], poses[i]);
+    benchmark::DoNotOptimize(map.image->imageData);
+  }
+  setCellRate(state, cells);
+}
+BENCHMARK_CAPTURE(updates, libraryOffice, Floor::Office, libraryUpdate);
+BENCHMARK_CAPTURE(updates, libraryWillow, Floor::Willow, libraryUpdate);
+BENCHMARK_CAPTURE(updates, modelOffice, Floor::Office, modelUpdate);
+BENCHMARK_CAPTURE(updates, modelWillow, Floor::Willow, modelUpdate);
+BENCHMARK_CAPTURE(updates, wideModelWillow, Floor::Willow, modelUpdateWide);
+BENCHMARK_CAPTURE(updates, libraryWarehouse, Floor::Warehouse, libraryUpdate);
+BENCHMARK_CAPTURE(updates, modelWarehouse, Floor::Warehouse, modelUpdate);
+
+}  // namespace
