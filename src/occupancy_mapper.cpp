@@ -3,19 +3,17 @@
 #include <cmath>
 #include <string>
 
+#include "core/grid_frame.hpp"
 #include "core/image_ptr.hpp"
 #include "korrin/core/log.hpp"
 #include "src/beam.hpp"
 #include "src/cell_line.hpp"
 #include "src/cell_update.hpp"
+#include "src/inside_line.hpp"
+#include "src/ray.hpp"
 
 namespace Brin {
 namespace {
-
-struct Cell {
-  int x;
-  int y;
-};
 
 bool hasMap(const OccupancyMap* map, const char* function, int line) {
   if (map != nullptr) return true;
@@ -32,23 +30,35 @@ IplImage& cellsOf(const OccupancyMap& map, const char* function) {
 
 CellRect rectOf(const IplImage& cells) { return {cells.width, cells.height}; }
 
-void updateCell(IplImage& cells, Cell at, float increment) {
+void updateCell(IplImage& cells, Point2Di at, float increment) {
+  if (!rectOf(cells).contains(at.x, at.y)) return;
   float& cell = imageRow<float>(cells, at.y)[at.x];
   cell = clampedSum(cell, increment);
 }
 
-void updateCellIfInside(IplImage& cells, Cell at, float increment) {
-  if (rectOf(cells).contains(at.x, at.y)) updateCell(cells, at, increment);
+// All cells of the line but its end cell.
+void updateCrossed(IplImage& cells, Point2Di from, Point2Di to, float increment) {
+  if (InsideLine::canWalk(cells, from, to)) {
+    InsideLine line;
+    line.aim(cells, from, to);
+    line.walk<float>(cells, 0, [=](float& cell) {
+      cell = clampedSum(cell, increment);
+      return false;
+    });
+    return;
+  }
+  for (CellLine line(from.x, from.y, to.x, to.y, rectOf(cells)); !line.done(); line.next()) {
+    updateCell(cells, {line.x(), line.y()}, increment);
+  }
 }
 
 // The end cell gets both increments in turn, each clamped on its own, by intention: with 1.0 and
 // -0.1, a hit cell ends at 0.9 whatever it held.
-void updateLine(IplImage& cells, Cell from, Cell to, float freeInc, float endInc) {
-  for (CellLine line(from.x, from.y, to.x, to.y, rectOf(cells)); !line.done(); line.next()) {
-    updateCell(cells, {line.x(), line.y()}, freeInc);
-  }
-  updateCellIfInside(cells, to, freeInc);
-  updateCellIfInside(cells, to, endInc);
+void updateLine(IplImage& cells, Point2Di from, Point2Di to, float freeInc,
+                float endInc) {
+  updateCrossed(cells, from, to, freeInc);
+  updateCell(cells, to, freeInc);
+  updateCell(cells, to, endInc);
 }
 
 // `from` + trunc(`offset`), which must be a number; offsets beyond 2^28 count as 2^28, so that no
@@ -72,7 +82,8 @@ void forEachBeam(const OccupancyMapParams& params, const std::vector<RangeReadin
     const float dx = range * direction.cosine * inv;
     const float dy = range * direction.sine * inv;
     if (std::isnan(dx) || std::isnan(dy)) continue;
-    handle(reading, Cell{robot.x, robot.y}, Cell{movedBy(robot.x, dx), movedBy(robot.y, dy)});
+    handle(reading, Point2Di(robot.x, robot.y),
+           Point2Di(movedBy(robot.x, dx), movedBy(robot.y, dy)));
   }
 }
 
@@ -82,30 +93,13 @@ RangeReading noRay() {
   return reading;
 }
 
-RangeReading rayReading(const OccupancyMap& map, int dx, int dy, bool isHit) {
-  RangeReading reading(computeNorm(dx, dy) * map.params.resolution, 0.0f);
-  reading.status = isHit ? 0 : 1;
+RangeReading castRay(const RayCaster& caster, Point2Di from, Point2Di to) {
+  Ray ray;
+  ray.aim(caster.cells(), from, to);
+  const RayEnd end = caster.cast(ray);
+  RangeReading reading(end.range, 0.0f);
+  reading.status = end.isHit ? 0 : 1;
   return reading;
-}
-
-RangeReading castRay(const OccupancyMap& map, Cell from, Cell to, float threshold) {
-  const IplImage& cells = cellsOf(map, "OccupancyMapper::xThrowRay");
-  const CellRect rect = rectOf(cells);
-  if (!rect.contains(from.x, from.y)) return rayReading(map, 0, 0, false);
-  CellLine line(from.x, from.y, to.x, to.y, rect);
-  bool isHit = false;
-  for (; !line.done(); line.next()) {
-    isHit = threshold > imageRow<float>(cells, line.y())[line.x()];
-    if (isHit) break;
-  }
-  return rayReading(map, line.x() - from.x, line.y() - from.y, isHit);
-}
-
-RangeReading castBetween(const OccupancyMap& map, const Point2D& from, const Point2D& to,
-                         float threshold) {
-  const Pose2Di a = map.getPixelFromPose({from.x, from.y, 0.0f});
-  const Pose2Di b = map.getPixelFromPose({to.x, to.y, 0.0f});
-  return castRay(map, {a.x, a.y}, {b.x, b.y}, threshold);
 }
 
 }  // namespace
@@ -121,7 +115,7 @@ void OccupancyMapper::updateMap(const std::vector<RangeReading>& readings, const
   if (!hasMap(map, "updateMap", __LINE__)) return;
   IplImage& cells = cellsOf(*map, "OccupancyMapper::updateMap");
   forEachBeam(map->params, readings, robotPose,
-              [&](const RangeReading& reading, Cell start, Cell end) {
+              [&](const RangeReading& reading, const Point2Di& start, const Point2Di& end) {
                 const float free = freeInc * reading.weight;
                 // The far end of a beam that met nothing is freed twice, by intention.
                 const float atEnd = reading.status == 0 ? -occInc * reading.weight : free;
@@ -134,36 +128,27 @@ void OccupancyMapper::updateMap2(const std::vector<RangeReading>& readings, cons
   if (!hasMap(map, "updateMap2", __LINE__)) return;
   IplImage& cells = cellsOf(*map, "OccupancyMapper::updateMap2");
   forEachBeam(map->params, readings, robotPose,
-              [&](const RangeReading& reading, Cell /*start*/, Cell end) {
+              [&](const RangeReading& reading, const Point2Di& /*start*/, const Point2Di& end) {
                 if (reading.status != 0) return;
-                updateCellIfInside(cells, end, -occInc * reading.weight);
+                updateCell(cells, end, -occInc * reading.weight);
               });
 }
 
 RangeReading OccupancyMapper::throwRay(const Point2D& from, const Point2D& to,
                                        float threshold) const {
   if (!hasMap(map, "throwRay", __LINE__)) return noRay();
-  return castBetween(*map, from, to, threshold);
+  const RayCaster caster(*map, threshold, "OccupancyMapper::throwRay");
+  const GridFrame frame(map->params);
+  return castRay(caster, frame.cellOf(from), frame.cellOf(to));
 }
 
 void OccupancyMapper::simulateScan(const Pose2D& pose, float startAngle, float endAngle,
                                    float minRange, float maxRange, int count,
                                    std::vector<RangeReading>& out, float threshold) const {
-  out.clear();
-  if (!hasMap(map, "simulateScan", __LINE__)) return;
-  out.reserve(static_cast<std::size_t>(count));
-  const float step = (endAngle - startAngle) / static_cast<float>(count - 1);
-  const float nearest = limitedRange(minRange, map->params.resolution);
-  const float farthest = limitedRange(maxRange, map->params.resolution);
-  for (int i = 0; i < count; ++i) {
-    const float angle = static_cast<float>(i) * step + startAngle + pose.theta;
-    const Direction direction = directionOf(angle);
-    RangeReading reading = castBetween(*map, beamPoint(pose, direction, nearest),
-                                       beamPoint(pose, direction, farthest), threshold);
-    reading.range += minRange;
-    reading.angle = angle - pose.theta;
-    out.push_back(reading);
-  }
+  if (!hasMap(map, "simulateScan", __LINE__)) return out.clear();
+  const RayCaster caster(*map, threshold, "OccupancyMapper::simulateScan");
+  simulateFan(map->params, pose, {startAngle, endAngle - startAngle, minRange, maxRange, count},
+              caster, out);
 }
 
 void OccupancyMapper::simulateScan(const Pose2D& pose, float fieldOfView, float minRange,
@@ -181,12 +166,13 @@ void OccupancyMapper::xLineBres(int x0, int y0, int x1, int y1, float freeInc, f
 void OccupancyMapper::xLineBres2(int /*x0*/, int /*y0*/, int x1, int y1, float /*freeInc*/,
                                  float endInc) {
   if (!hasMap(map, "xLineBres2", __LINE__)) return;
-  updateCellIfInside(cellsOf(*map, "OccupancyMapper::xLineBres2"), {x1, y1}, endInc);
+  updateCell(cellsOf(*map, "OccupancyMapper::xLineBres2"), {x1, y1}, endInc);
 }
 
 RangeReading OccupancyMapper::xThrowRay(int x0, int y0, int x1, int y1, float threshold) const {
   if (!hasMap(map, "xThrowRay", __LINE__)) return noRay();
-  return castRay(*map, {x0, y0}, {x1, y1}, threshold);
+  const RayCaster caster(*map, threshold, "OccupancyMapper::xThrowRay");
+  return castRay(caster, {x0, y0}, {x1, y1});
 }
 
 }  // namespace Brin

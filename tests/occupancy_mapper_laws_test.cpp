@@ -206,7 +206,7 @@ TEST(OccupancyMapperLaw, simulatedScansAreTheModels) {
     const float endAngle = angle();
     const float minRange = random.chance(0.05) ? random.wildFloat() : random.between(0.0f, 0.3f);
     const float maxRange = random.chance(0.05) ? random.wildFloat() : random.between(0.0f, 60.0f);
-    const int count = random.between(0, 20);
+    const int count = random.chance(0.1) ? random.between(20, 150) : random.between(0, 20);
     const float threshold = anyThreshold(random, map);
     std::vector<RangeReading> actual(3);
     std::vector<RangeReading> expected;

@@ -109,8 +109,12 @@ TEST(OccupancyMapperRay, anyEndIsFineAndCheap) {
 TEST(OccupancyMapperRay, nothingIsBelowWhatIsNotANumberAndItIsBelowNothing) {
   OccupancyMap map = drawMap({"####"});
   expectRay(ray(map, 0, 0, 3, 0, kNan), 3.0f, 1);
-  map.reset(kNan);
-  expectRay(ray(map, 0, 0, 3, 0, kInf), 3.0f, 1);
+  for (float sign : {1.0f, -1.0f}) {
+    map.reset(std::copysign(kNan, sign));
+    expectRay(ray(map, 0, 0, 3, 0, kInf), 3.0f, 1);
+    map.setCell(2, 0, 0.0f);
+    expectRay(ray(map, 0, 0, 3, 0, kInf), 2.0f, 0);
+  }
 }
 
 TEST(OccupancyMapperRay, worldPointsAreTakenToTheirCells) {

@@ -41,7 +41,8 @@ float anyThreshold(RandomInputs& random, const OccupancyMap& map) {
 }
 
 ScanModel anyModel(RandomInputs& random) {
-  ScanModel model(random.between(0, 20), random.between(0.0f, 60.0f), random.between(-7.0f, 7.0f));
+  const int count = random.chance(0.1) ? random.between(20, 150) : random.between(0, 20);
+  ScanModel model(count, random.between(0.0f, 60.0f), random.between(-7.0f, 7.0f));
   if (random.chance(0.5)) model.minRange = random.between(0.0f, 0.5f);
   if (random.chance(0.3)) model.lowThreshold = random.pick<float>({0.2f, 0.5f, 0.9f});
   for (float* field : {&model.maxRange, &model.minRange, &model.fieldOfView, &model.startAngle,

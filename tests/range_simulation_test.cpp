@@ -173,6 +173,9 @@ TEST(GetRange, missingOrMismatchedImagesAreOpenCvsError) {
   IplImage* second = std::exchange(map.secondImage, cvCreateImage(cvSize(3, 2), IPL_DEPTH_32F, 1));
   EXPECT_THROW(beam(map, {0, 0}, {2, 2}), cv::Exception);
   cvReleaseImage(&map.secondImage);
+  map.secondImage = cvCreateImage(cvSize(2, 3), IPL_DEPTH_32F, 1);
+  EXPECT_THROW(beam(map, {0, 0}, {2, 2}), cv::Exception);
+  cvReleaseImage(&map.secondImage);
   map.secondImage = cvCreateImage(cvSize(3, 3), IPL_DEPTH_8U, 1);
   EXPECT_THROW(beam(map, {0, 0}, {2, 2}), cv::Exception);
   cvReleaseImage(&map.secondImage);
