@@ -59,12 +59,7 @@ void rays(benchmark::State& state, Floor floor, CastRay castRay) {
   }
   setCellRate(state, cells);
 }
-BENCHMARK_CAPTURE(rays, libraryOffice, Floor::Office, libraryRay);
-BENCHMARK_CAPTURE(rays, libraryWillow, Floor::Willow, libraryRay);
-BENCHMARK_CAPTURE(rays, modelOffice, Floor::Office, modelRay);
-BENCHMARK_CAPTURE(rays, modelWillow, Floor::Willow, modelRay);
-BENCHMARK_CAPTURE(rays, libraryWarehouse, Floor::Warehouse, libraryRay);
-BENCHMARK_CAPTURE(rays, modelWarehouse, Floor::Warehouse, modelRay);
+KORRIN_COMPARE_ON_FLOORS(rays, libraryRay, modelRay);
 
 RangeReading libraryPoints(const OccupancyMapper& mapper, const Pose2D& from, const Pose2D& to) {
   return mapper.throwRay(from, to, kThreshold);
@@ -96,12 +91,7 @@ void raysBetweenPoints(benchmark::State& state, Floor floor, CastRay castRay) {
     }
   }
 }
-BENCHMARK_CAPTURE(raysBetweenPoints, libraryOffice, Floor::Office, libraryPoints);
-BENCHMARK_CAPTURE(raysBetweenPoints, libraryWillow, Floor::Willow, libraryPoints);
-BENCHMARK_CAPTURE(raysBetweenPoints, modelOffice, Floor::Office, modelPoints);
-BENCHMARK_CAPTURE(raysBetweenPoints, modelWillow, Floor::Willow, modelPoints);
-BENCHMARK_CAPTURE(raysBetweenPoints, libraryWarehouse, Floor::Warehouse, libraryPoints);
-BENCHMARK_CAPTURE(raysBetweenPoints, modelWarehouse, Floor::Warehouse, modelPoints);
+KORRIN_COMPARE_ON_FLOORS(raysBetweenPoints, libraryPoints, modelPoints);
 
 void libraryScan(const OccupancyMapper& mapper, const Pose2D& pose, Readings& out) {
   mapper.simulateScan(pose, korrin_bench::kFieldOfView, 0.1f, korrin_bench::kReach,
@@ -128,12 +118,7 @@ void scans(benchmark::State& state, Floor floor, Simulate simulate) {
     }
   }
 }
-BENCHMARK_CAPTURE(scans, libraryOffice, Floor::Office, libraryScan);
-BENCHMARK_CAPTURE(scans, libraryWillow, Floor::Willow, libraryScan);
-BENCHMARK_CAPTURE(scans, modelOffice, Floor::Office, modelScan);
-BENCHMARK_CAPTURE(scans, modelWillow, Floor::Willow, modelScan);
-BENCHMARK_CAPTURE(scans, libraryWarehouse, Floor::Warehouse, libraryScan);
-BENCHMARK_CAPTURE(scans, modelWarehouse, Floor::Warehouse, modelScan);
+KORRIN_COMPARE_ON_FLOORS(scans, libraryScan, modelScan);
 
 void libraryUpdate(OccupancyMap& map, const Readings& readings, const Pose2D& pose) {
   OccupancyMapper(&map).updateMap(readings, pose, 0.05f, 0.1f);
@@ -168,12 +153,7 @@ void updates(benchmark::State& state, Floor floor, Update update) {
   }
   setCellRate(state, cells);
 }
-BENCHMARK_CAPTURE(updates, libraryOffice, Floor::Office, libraryUpdate);
-BENCHMARK_CAPTURE(updates, libraryWillow, Floor::Willow, libraryUpdate);
-BENCHMARK_CAPTURE(updates, modelOffice, Floor::Office, modelUpdate);
-BENCHMARK_CAPTURE(updates, modelWillow, Floor::Willow, modelUpdate);
+KORRIN_COMPARE_ON_FLOORS(updates, libraryUpdate, modelUpdate);
 BENCHMARK_CAPTURE(updates, wideModelWillow, Floor::Willow, modelUpdateWide);
-BENCHMARK_CAPTURE(updates, libraryWarehouse, Floor::Warehouse, libraryUpdate);
-BENCHMARK_CAPTURE(updates, modelWarehouse, Floor::Warehouse, modelUpdate);
 
 }  // namespace

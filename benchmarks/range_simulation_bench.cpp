@@ -33,12 +33,7 @@ void beams(benchmark::State& state, Floor floor, GetRange getRange) {
     }
   }
 }
-BENCHMARK_CAPTURE(beams, libraryOffice, Floor::Office, Brin::occMapGetRange);
-BENCHMARK_CAPTURE(beams, libraryWillow, Floor::Willow, Brin::occMapGetRange);
-BENCHMARK_CAPTURE(beams, modelOffice, Floor::Office, korrin_model::occMapGetRange);
-BENCHMARK_CAPTURE(beams, modelWillow, Floor::Willow, korrin_model::occMapGetRange);
-BENCHMARK_CAPTURE(beams, libraryWarehouse, Floor::Warehouse, Brin::occMapGetRange);
-BENCHMARK_CAPTURE(beams, modelWarehouse, Floor::Warehouse, korrin_model::occMapGetRange);
+KORRIN_COMPARE_ON_FLOORS(beams, Brin::occMapGetRange, korrin_model::occMapGetRange);
 
 template <typename Simulate>
 void simulatedScans(benchmark::State& state, Floor floor, Simulate simulate) {
@@ -53,12 +48,7 @@ void simulatedScans(benchmark::State& state, Floor floor, Simulate simulate) {
     }
   }
 }
-BENCHMARK_CAPTURE(simulatedScans, libraryOffice, Floor::Office, Brin::occMapSimulateScan);
-BENCHMARK_CAPTURE(simulatedScans, libraryWillow, Floor::Willow, Brin::occMapSimulateScan);
-BENCHMARK_CAPTURE(simulatedScans, modelOffice, Floor::Office, korrin_model::occMapSimulateScan);
-BENCHMARK_CAPTURE(simulatedScans, modelWillow, Floor::Willow, korrin_model::occMapSimulateScan);
-BENCHMARK_CAPTURE(simulatedScans, libraryWarehouse, Floor::Warehouse, Brin::occMapSimulateScan);
-BENCHMARK_CAPTURE(simulatedScans, modelWarehouse, Floor::Warehouse,
-                  korrin_model::occMapSimulateScan);
+KORRIN_COMPARE_ON_FLOORS(simulatedScans, Brin::occMapSimulateScan,
+                         korrin_model::occMapSimulateScan);
 
 }  // namespace

@@ -80,3 +80,12 @@ inline std::vector<CellPair> beamCells(const Brin::OccupancyMap& map,
 }
 
 }  // namespace korrin_bench
+
+// One benchmark with the library and with its model, on every floor.
+#define KORRIN_COMPARE_ON_FLOORS(benchmark, library, model)                  \
+  BENCHMARK_CAPTURE(benchmark, libraryOffice, Floor::Office, library);       \
+  BENCHMARK_CAPTURE(benchmark, modelOffice, Floor::Office, model);           \
+  BENCHMARK_CAPTURE(benchmark, libraryWillow, Floor::Willow, library);       \
+  BENCHMARK_CAPTURE(benchmark, modelWillow, Floor::Willow, model);           \
+  BENCHMARK_CAPTURE(benchmark, libraryWarehouse, Floor::Warehouse, library); \
+  BENCHMARK_CAPTURE(benchmark, modelWarehouse, Floor::Warehouse, model)
