@@ -7,7 +7,16 @@
 
 namespace korrin_tool {
 
+void addBuildCommand(CLI::App& app);
 void addDemoCommand(CLI::App& app);
+void addDilateCommand(CLI::App& app);
+void addHolesCommand(CLI::App& app);
+void addMatchCommand(CLI::App& app);
 void addPlanCommand(CLI::App& app);
+void addQueryCommand(CLI::App& app);
+void addScaleCommand(CLI::App& app);
+void addScrollCommand(CLI::App& app);
+void addSimulateCommand(CLI::App& app);
+void addStatsCommand(CLI::App& app);
 
 }  // namespace korrin_tool
