@@ -7,41 +7,18 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <limits>
 
 #include "core/image_ptr.hpp"
 #include "core/scan_pixel.hpp"
 #include "korrin/core/image.hpp"
-#include "korrin/core/log.hpp"
+#include "src/beam_pixels.hpp"
+#include "src/distance_square.hpp"
+#include "src/pixel_lookup.hpp"
 
 namespace Brin {
 namespace {
 
-// A distance map as the scorers see it. Its rows are taken to follow one another without a gap,
-// whatever the image's row stride: a simplification that is intended.
-struct DistanceSquare {
-  const float* pixels;
-  int side;
-  int half;
-
-  bool spans(int index) const { return index >= 0 && index < side; }
-  float at(int row, int col) const { return pixels[std::ptrdiff_t{row} * side + col]; }
-};
-
-DistanceSquare squareOf(const IplImage* map, const char* function) {
-  requireKind(map, IPL_DEPTH_32F, 1, function);
-  if (map->width < map->height) {
-    cvError(CV_StsUnmatchedSizes, function, "distance map narrower than high", __FILE__, __LINE__);
-  }
-  return {reinterpret_cast<const float*>(map->imageData), map->height, map->height / 2};
-}
-
-bool isStride(int step, const char* function) {
-  if (step >= 1) return true;
-  completeLog(NavLogLevel::Warning, "step must be at least 1.", "src/scan_matching", function,
-              __LINE__);
-  return false;
-}
+constexpr const char* kComponent = "src/scan_matching";
 
 // The picture of the matches, or none: null slot, null picture.
 IplImage* whiteDebugImage(IplImage** slot, const IplImage& map) {
@@ -57,61 +34,91 @@ IplImage* whiteDebugImage(IplImage** slot, const IplImage& map) {
   return *slot;
 }
 
-// What the points visited so far have added up to. The sum is a float and grows point by point.
-struct Tally {
-  float cutOff;  // pixels
-  float sum = 0.0f;
-  std::int64_t matches = 0;
-  std::int64_t visited = 0;
+// Blackens one point's pixel, given relative to the centre, if the point matches.
+void drawMatch(IplImage& debug, const DistanceSquare& square, PixelOffset pixel, float cutOff) {
+  const int col = pixel.col + square.half;
+  const int row = pixel.row + square.half;
+  if (!square.spans(col) || !square.spans(row)) return;
+  // Unlike the map, the debug image is addressed by its own row stride.
+  if (square.at(row, col) <= cutOff) imageRow<std::uint8_t>(debug, row)[col] = 0;
+}
 
-  explicit Tally(float cutOffPixels) : cutOff(cutOffPixels) {}
-
-  void match(float distance) {
-    sum += cutOff - distance;
-    ++matches;
-  }
-
-  float score(int* count, int step) const {
-    if (count != nullptr) {
-      constexpr std::int64_t kMost = std::numeric_limits<int>::max();
-      *count = static_cast<int>(std::min(matches * step, kMost));
-    }
-    const float score = sum / (static_cast<float>(visited) * cutOff);
-    return std::isnan(score) ? 0.0f : score;
-  }
-};
-
-// A pose as it turns points, in single precision.
-struct Turn {
+// A pose in single precision as points see it. Adding a half, and cutting towards zero later, does
+// not round negative offsets to the nearest pixel; kept so on purpose.
+struct Placement {
   float sine;
   float cosine;
+  float x;
+  float y;
+  float scale;  // applied after the shift
 
-  explicit Turn(float theta) : sine(std::sin(theta)), cosine(std::cos(theta)) {}
-  float x(const Point2D& p) const { return p.x * cosine - p.y * sine; }
-  float y(const Point2D& p) const { return p.x * sine + p.y * cosine; }
+  // Points in metres onto pixels.
+  static Placement ofMetres(const Pose2D& pose, float inv) {
+    return {std::sin(pose.theta), std::cos(pose.theta), pose.x, pose.y, inv};
+  }
+  // Points that are in pixels already: only the pose is scaled, which is intended. Times 1 changes
+  // nothing.
+  static Placement ofPixels(const Pose2D& pose, float inv) {
+    return {std::sin(pose.theta), std::cos(pose.theta), pose.x * inv, pose.y * inv, 1.0f};
+  }
+
+  // Offsets with a half added, of a float or of Floats.
+  template <typename T>
+  T column(T px, T py) const {
+    return (px * cosine - py * sine + x) * scale + 0.5f;
+  }
+  template <typename T>
+  T row(T px, T py) const {
+    return (px * sine + py * cosine + y) * scale + 0.5f;
+  }
 };
 
-// Scores items of a sequence: `pixelOf` gives an item's pixel relative to the centre.
-template <typename Item, typename Counts, typename PixelOf>
-Tally tallyMatches(const DistanceSquare& square, const std::vector<Item>& items, float cutOff,
-                   IplImage* debug, int step, Counts counts, PixelOf pixelOf) {
-  Tally tally(cutOff);
-  for (std::size_t i = 0; i < items.size(); i += static_cast<std::size_t>(step)) {
-    if (!counts(items[i])) continue;
-    ++tally.visited;
-    const PixelOffset pixel = pixelOf(items[i]);
-    const int col = pixel.col + square.half;
-    const int row = pixel.row + square.half;
-    if (!square.spans(col) || !square.spans(row)) continue;
-    const float distance = square.at(row, col);
-    // At the cut-off itself a point still matches, unlike in scorePxlScan: both are intended.
-    if (!(distance <= cutOff)) continue;
-    tally.match(distance);
-    // Unlike the map, the debug image is addressed by its own row stride.
-    if (debug != nullptr) imageRow<std::uint8_t>(*debug, row)[col] = 0;
+// Every step-th point at one place, block by block.
+class PointSource {
+ public:
+  PointSource(const std::vector<Point2D>& points, const Placement& placement, int step)
+      : points_(points.data()),
+        left_(visitedOf(points.size(), step)),
+        step_(static_cast<std::size_t>(step)),
+        placement_(placement) {}
+
+  int fill(PixelBlock& block) {
+    const std::size_t count = std::min(left_, std::size_t{PixelBlock::kSize});
+    const std::size_t whole = count - count % kLanes;
+    for (std::size_t i = 0; i < whole; i += kLanes) place(block, i, i + 1, i + 2, i + 3);
+    if (whole < count) {  // fill up the last four with points that are there
+      const std::size_t last = count - 1;
+      place(block, whole, std::min(whole + 1, last), std::min(whole + 2, last), last);
+    }
+    left_ -= count;
+    if (left_ > 0) points_ += count * step_;
+    return static_cast<int>(count);
   }
-  return tally;
-}
+
+ private:
+  // Places four points, counted from the block's first, into the block at the first one's place.
+  void place(PixelBlock& block, std::size_t a, std::size_t b, std::size_t c, std::size_t d) const {
+    const Floats ab = pairOf(a, b);
+    const Floats cd = pairOf(c, d);
+    const Floats x = __builtin_shufflevector(ab, cd, 0, 2, 4, 6);
+    const Floats y = __builtin_shufflevector(ab, cd, 1, 3, 5, 7);
+    store(block.x + a, placement_.column(x, y));
+    store(block.y + a, placement_.row(x, y));
+  }
+
+  // x and y of two points.
+  Floats pairOf(std::size_t a, std::size_t b) const {
+    typedef double Doubles __attribute__((vector_size(16)));  // each as large as a point
+    static_assert(sizeof(Point2D) == sizeof(double));
+    return reinterpret_cast<Floats>(
+        Doubles{load<double>(points_ + a * step_), load<double>(points_ + b * step_)});
+  }
+
+  const Point2D* points_;
+  std::size_t left_;
+  std::size_t step_;
+  Placement placement_;
+};
 
 }  // namespace
 
@@ -132,34 +139,45 @@ void buildLaserDistance(const Scan& scan, const Pose2D& pose, IplImage** laserIm
 float scanScore(const IplImage* distanceMap, const std::vector<Point2D>& points, const Pose2D& pose,
                 float resolution, float maxDist, int* count, IplImage** debugImage, int step) {
   const DistanceSquare square = squareOf(distanceMap, "scanScore");
-  if (!isStride(step, "scanScore")) return 0.0f;
+  if (!isStride(step, kComponent, "scanScore")) return 0.0f;
   IplImage* debug = whiteDebugImage(debugImage, *distanceMap);
   if (points.empty()) return 0.0f;
   const float inv = 1.0f / resolution;
-  const Turn turn(pose.theta);
-  const auto everyPoint = [](const Point2D&) { return true; };
-  // Adding a half and cutting towards zero does not round negative offsets to the nearest pixel;
-  // kept so on purpose.
-  const auto pixelOf = [&](const Point2D& p) -> PixelOffset {
-    return {truncToPixel((turn.x(p) + pose.x) * inv + 0.5f),
-            truncToPixel((turn.y(p) + pose.y) * inv + 0.5f)};
-  };
-  return tallyMatches(square, points, maxDist * inv, debug, step, everyPoint, pixelOf)
-      .score(count, step);
+  const float cutOff = maxDist * inv;
+  const Placement placement = Placement::ofMetres(pose, inv);
+  // At the cut-off itself a point still matches, unlike in scorePxlScan: both are intended.
+  const Tally tally =
+      tallyBlocks(PixelRange::upToCutOff(square, cutOff), PointSource(points, placement, step));
+  if (debug != nullptr) {
+    for (std::size_t i = 0; i < tally.visited; ++i) {
+      const Point2D& p = points[i * static_cast<std::size_t>(step)];
+      const PixelOffset pixel{truncToPixel(placement.column(p.x, p.y)),
+                              truncToPixel(placement.row(p.x, p.y))};
+      drawMatch(*debug, square, pixel, cutOff);
+    }
+  }
+  return scoreOf(tally.sum, tally.matches, tally.visited, cutOff, count, step);
 }
 
 float scanScore(const IplImage* distanceMap, const Scan& scan, const Pose2D& pose, float resolution,
                 float maxDist, int* count, IplImage** debugImage, int step) {
   const DistanceSquare square = squareOf(distanceMap, "scanScore");
-  if (!isStride(step, "scanScore")) return 0.0f;
+  if (!isStride(step, kComponent, "scanScore")) return 0.0f;
   IplImage* debug = whiteDebugImage(debugImage, *distanceMap);
   const float inv = 1.0f / resolution;
-  const auto isHit = [](const RangeReading& reading) { return reading.status != 1; };
-  const auto pixelOf = [&](const RangeReading& reading) { return scanPixel(reading, pose, inv); };
-  const Tally tally =
-      tallyMatches(square, scan.readings, maxDist * inv, debug, step, isHit, pixelOf);
-  // Only here do readings without a hit not count as visited; the points overload knows none.
-  return tally.visited == 0 ? 0.0f : tally.score(count, step);
+  const float cutOff = maxDist * inv;
+  const Tally tally = tallyBlocks(PixelRange::upToCutOff(square, cutOff),
+                                  BeamSource(scan.readings, pose, inv, step));
+  if (debug != nullptr) {
+    for (std::size_t i = 0; i < visitedOf(scan.readings.size(), step); ++i) {
+      const RangeReading& reading = scan.readings[i * static_cast<std::size_t>(step)];
+      if (isVisited(reading)) drawMatch(*debug, square, scanPixel(reading, pose, inv), cutOff);
+    }
+  }
+  // Readings without a hit are not visited, so there may be none; the points overload knows no
+  // such points.
+  if (tally.visited == 0) return 0.0f;
+  return scoreOf(tally.sum, tally.matches, tally.visited, cutOff, count, step);
 }
 
 void ScanDistMap::build(const Scan& scan, const Pose2D& pose, float resolution_) {
@@ -180,21 +198,12 @@ float ScanDistMap::score(const Scan& scan, const Pose2D& pose, float maxDist, in
 float ScanDistMap::scorePxlScan(const std::vector<Point2D>& points, const Pose2D& pose,
                                 float maxDist, int* count) const {
   const DistanceSquare square = squareOf(distanceMap, "scorePxlScan");
-  if (!isStride(step, "scorePxlScan") || points.empty()) return 0.0f;
+  if (!isStride(step, kComponent, "scorePxlScan") || points.empty()) return 0.0f;
   const float inv = 1.0f / resolution;
-  const Turn turn(pose.theta);
-  // With an odd side the last column and row are out of bounds; intended.
-  const auto isNear = [half = square.half](int offset) { return offset >= -half && offset < half; };
-  Tally tally(maxDist * inv);
-  for (std::size_t i = 0; i < points.size(); i += static_cast<std::size_t>(step)) {
-    ++tally.visited;
-    const int col = truncToPixel(turn.x(points[i]) + pose.x * inv + 0.5f);
-    const int row = truncToPixel(turn.y(points[i]) + pose.y * inv + 0.5f);
-    if (!isNear(col) || !isNear(row)) continue;
-    const float distance = square.at(row + square.half, col + square.half);
-    if (distance < tally.cutOff) tally.match(distance);
-  }
-  return tally.score(count, step);
+  const float cutOff = maxDist * inv;
+  const Tally tally = tallyBlocks(PixelRange::belowCutOff(square, cutOff),
+                                  PointSource(points, Placement::ofPixels(pose, inv), step));
+  return scoreOf(tally.sum, tally.matches, tally.visited, cutOff, count, step);
 }
 
 }  // namespace Brin

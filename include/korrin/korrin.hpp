@@ -1,6 +1,7 @@
 // All of libkorrin.
 #pragma once
 
+#include "korrin/batch_scoring.hpp"
 #include "korrin/core/geometry.hpp"
 #include "korrin/core/image.hpp"
 #include "korrin/core/log.hpp"
