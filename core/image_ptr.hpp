@@ -54,8 +54,7 @@ inline bool hasKind(const IplImage& image, int depth, int channels) {
 inline void requireKind(const IplImage* image, int depth, int channels, const char* function) {
   if (image == nullptr || image->imageData == nullptr) {
     cvError(CV_StsNullPtr, function, "null image", __FILE__, __LINE__);
-  }
-  if (!hasKind(*image, depth, channels)) {
+  } else if (!hasKind(*image, depth, channels)) {
     cvError(CV_StsUnmatchedFormats, function, "image of another depth or channel count", __FILE__,
             __LINE__);
   }

@@ -23,7 +23,8 @@ inline std::int32_t truncToPixel(double value) {
 }
 
 // The pixel of `reading` seen from `pose`, relative to the picture's centre pixel; `inv` is pixels
-// per metre. Sine, cosine and all that follows are in double precision.
+// per metre. The bearing is a sum of floats; its sine and cosine and all that follows are in double
+// precision.
 inline PixelOffset scanPixel(const RangeReading& reading, const Pose2D& pose, float inv) {
   const double a = reading.angle + pose.theta;
   const double range = reading.range;

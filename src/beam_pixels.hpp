@@ -3,7 +3,7 @@
 // korrin_model::scanScore takes a sine and a cosine in double precision for each reading and pose,
 // which is most of its work. But all that matters of them is a pixel. Here they are computed in
 // float, with a bound on how far the offset can be from the exact one; only where a border between
-// two pixels lies within that bound (about one reading in 500) scanPixel is asked. So no pixel ever
+// two pixels lies within that bound (about one reading in 500) is scanPixel asked. So no pixel ever
 // differs.
 //
 // The bound. An offset is v = (c * range + p) * inv + 0.5, with c a sine or cosine that is off by
@@ -24,10 +24,10 @@
 #include <limits>
 #include <vector>
 
+#include "core/lanes.hpp"
 #include "core/scan_pixel.hpp"
 #include "korrin/core/geometry.hpp"
 #include "korrin/core/scan.hpp"
-#include "src/lanes.hpp"
 #include "src/pixel_lookup.hpp"
 
 namespace Brin {
@@ -39,11 +39,6 @@ inline Floats withBits(Ints v) { return reinterpret_cast<Floats>(v); }
 
 inline Floats absoluteOf(Floats v) { return withBits(bitsOf(v) & all(0x7fffffff)); }
 
-inline bool isTrueInAll(Ints lanes) {
-  const auto halves = reinterpret_cast<std::int64_t __attribute__((vector_size(16)))>(lanes);
-  return (halves[0] & halves[1]) == -1;
-}
-
 // Added and taken away again, it rounds a float below 2^22 to the nearest whole number, which the
 // last bits of the sum count.
 constexpr float kRounder = 12582912.0f;  // 1.5 * 2^23
@@ -53,9 +48,9 @@ struct SineCosine {
   Floats cosine;
 };
 
-// To within 2^-20 for angles up to kLargestAngle; any finite numbers beyond. The angle is taken to
-// within a quarter of a right angle, and there the Taylor series up to the ninth and eighth power
-// leave out less than 2^-25.
+// To within 2^-20 for angles up to kLargestAngle; any numbers at all beyond. Whole quarter turns
+// are taken off the angle, and for the rest, at most an eighth of a turn, the Taylor series up to
+// the ninth and eighth power leave out less than 2^-25.
 constexpr float kLargestAngle = 64.0f;
 inline SineCosine sineCosine(Floats angle) {
   const Floats counter = angle * 0.636619772f + kRounder;
@@ -89,7 +84,7 @@ template <typename Literal>
 void settle(PixelBlock& block, int at, Floats x, Floats y, Ints isClear, Literal literal) {
   store(block.x + at, x);
   store(block.y + at, y);
-  if (isTrueInAll(isClear)) return;
+  if (!anyLane(~isClear)) return;
   for (int lane = 0; lane < kLanes; ++lane) {
     if (isClear[lane] != 0) continue;
     const PixelOffset pixel = literal(lane);

@@ -18,8 +18,8 @@
 #include <cmath>
 #include <vector>
 
-#include "korrin/core/scan.hpp"
 #include "core/lanes.hpp"
+#include "korrin/core/scan.hpp"
 
 namespace Brin {
 
@@ -55,8 +55,7 @@ class GapScreen {
     const Floats a0{q[-1].angle, q[0].angle, q[1].angle, q[2].angle};
     const Floats bound = absolute(r0 - r1) + absolute(r1) * absolute(a0 - a1) +
                          1e-5f * (absolute(r0) + absolute(r1));
-    const Ints close = bound < Floats{clearlyBelow_, clearlyBelow_, clearlyBelow_, clearlyBelow_};
-    return (close[0] & close[1] & close[2] & close[3]) != 0;
+    return !anyLane(~(bound < clearlyBelow_));
   }
   static Floats absolute(Floats v) {
     return reinterpret_cast<Floats>(reinterpret_cast<Ints>(v) & all(0x7fffffff));

@@ -17,8 +17,8 @@
 #include <cstdint>
 #include <limits>
 
+#include "core/lanes.hpp"
 #include "src/distance_square.hpp"
-#include "src/lanes.hpp"
 
 namespace Brin {
 
