@@ -88,6 +88,7 @@ class CellLine {
 
   // Minor steps made when `step` major ones are: floor((2 step b + a) / (2 a)).
   std::uint64_t minorSteps(std::uint64_t step) const {
+    if (step == 0) return 0;  // most lines start here, and a division is slow
     const std::uint64_t product = step * minorLength_;
     const std::uint64_t remainder = product % majorLength_;
     return product / majorLength_ + (2 * remainder >= majorLength_ ? 1 : 0);
@@ -107,7 +108,7 @@ class CellLine {
 
   // Puts the walk to the cell that `step` steps from the start reach.
   void startAt(std::uint64_t step) {
-    const std::uint64_t minor = majorLength_ == 0 ? 0 : minorSteps(step);
+    const std::uint64_t minor = minorSteps(step);
     major_.at += major_.sign * static_cast<std::int64_t>(step);
     minor_.at += minor_.sign * static_cast<std::int64_t>(minor);
     // 2 b (step + 1) - a - 2 a minor, rearranged so that no product exceeds 64 bits.
@@ -141,10 +142,10 @@ class CellLine {
            [](std::uint64_t n) { return n; });
     narrow(minor_, alongX_ ? rect.height : rect.width, minorLength_, first,
            [this](std::uint64_t n) { return firstStepWithMinor(n); });
-    if (first < end_) {
-      startAt(first);
-    } else {
+    if (first >= end_) {
       step_ = end_ = 0;
+    } else if (first > 0) {
+      startAt(first);
     }
   }
 

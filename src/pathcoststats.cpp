@@ -5,8 +5,10 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "core/grid_frame.hpp"
 #include "korrin/core/log.hpp"
 #include "src/cell_line.hpp"
+#include "src/inside_line.hpp"
 
 namespace Brin {
 namespace {
@@ -49,10 +51,28 @@ float addOutsideCells(float sum, std::int64_t count) {
 class SegmentSum {
  public:
   void addValue(float value) {
-    if (value < stats_.minCost) stats_.minCost = value;
-    if (value > stats_.maxCost) stats_.maxCost = value;
+    stats_.minCost = value < stats_.minCost ? value : stats_.minCost;
+    stats_.maxCost = value > stats_.maxCost ? value : stats_.maxCost;
     sum_ += value;
     ++count_;
+  }
+
+  // The cells of a line that stays inside the map. The sums are variables of their own meanwhile:
+  // what nobody else can reach stays in registers.
+  void addInside(const IplImage& image, const InsideLine& line) {
+    float least = stats_.minCost;
+    float most = stats_.maxCost;
+    float sum = sum_;
+    line.walk<const float>(image, 0, [&](float value) {
+      least = value < least ? value : least;
+      most = value > most ? value : most;
+      sum += value;
+      return false;
+    });
+    stats_.minCost = least;
+    stats_.maxCost = most;
+    sum_ = sum;
+    count_ += line.length();
   }
 
   void addOutside(std::int64_t count) {
@@ -75,12 +95,12 @@ class SegmentSum {
   std::int64_t count_ = 0;
 };
 
-// One pair of consecutive poses: the cells of the line from p on, step 0 being p itself. Cells lie
+// The cells of one pair of consecutive poses: the line from p on, step 0 being p itself. Cells lie
 // within +-2^28, so differences fit an int, and products of two of them 64 bits.
 class Segment {
  public:
-  Segment(const OccupancyMap& map, const Pose2D& from, const Pose2D& to, bool isLast)
-      : map_(map), p_(map.getPixelFromPose(from)), q_(map.getPixelFromPose(to)), isLast_(isLast) {
+  Segment(const OccupancyMap& map, Point2Di p, Point2Di q, bool isLast)
+      : map_(map), p_(p), q_(q), isLast_(isLast) {
     const std::int64_t dx = std::abs(q_.x - p_.x);
     const std::int64_t dy = std::abs(q_.y - p_.y);
     majorLength_ = std::max(dx, dy);
@@ -92,8 +112,8 @@ class Segment {
 
   // The segment's length when the cell after `step` steps is its last one.
   float lengthAt(std::int64_t step) const {
-    const std::int64_t minor =
-        majorLength_ == 0 ? 0 : (2 * step * minorLength_ + majorLength_) / (2 * majorLength_);
+    if (step == 0) return map_.params.resolution;
+    const std::int64_t minor = (2 * step * minorLength_ + majorLength_) / (2 * majorLength_);
     const float cells = computeNorm(static_cast<int>(step), static_cast<int>(minor));
     return (cells + 1.0f) * map_.params.resolution;
   }
@@ -122,33 +142,61 @@ class Segment {
   PathCostStats summarise(std::int64_t count) const {
     if (count == 0) return {};
     SegmentSum sum;
-    CellLine line(p_.x, p_.y, q_.x, q_.y, rectOf(map_));
     const std::int64_t walked = std::min(count, majorLength_);
-    const std::int64_t before = line.done() ? walked : std::min(walked, stepsTo(line));
-    const std::int64_t inside =
-        std::min(walked - before, static_cast<std::int64_t>(line.remaining()));
-    sum.addOutside(before);
-    for (std::int64_t i = 0; i < inside; ++i, line.next()) {
-      sum.addValue(map_.getCell(line.x(), line.y()));
+    if (walked == 1) {  // as nearly always on a planned path, and there is no line to set up
+      sum.addValue(map_.getCell(p_.x, p_.y));
+    } else if (walked == majorLength_ && staysInside()) {
+      InsideLine line;
+      line.aim(*map_.image, p_, q_);
+      sum.addInside(*map_.image, line);
+    } else {
+      addLine(walked, sum);
     }
-    sum.addOutside(walked - before - inside);
     if (count > majorLength_) sum.addValue(map_.getCell(q_.x, q_.y));
     return sum.stats(lengthAt(count - 1));
   }
 
  private:
+  bool staysInside() const {
+    return map_.isInside(q_.x, q_.y) && InsideLine::canWalk(*map_.image, p_, q_);
+  }
+
+  // Adds the first `count` cells of the line, wherever they are.
+  void addLine(std::int64_t count, SegmentSum& sum) const {
+    CellLine line(p_.x, p_.y, q_.x, q_.y, rectOf(map_));
+    const std::int64_t before = line.done() ? count : std::min(count, stepsTo(line));
+    const std::int64_t inside =
+        std::min(count - before, static_cast<std::int64_t>(line.remaining()));
+    sum.addOutside(before);
+    for (std::int64_t i = 0; i < inside; ++i, line.next()) {
+      sum.addValue(map_.getCell(line.x(), line.y()));
+    }
+    sum.addOutside(count - before - inside);
+  }
+
   // How many steps from p the line's current cell is.
   std::int64_t stepsTo(const CellLine& line) const {
     return std::max(std::abs(line.x() - p_.x), std::abs(line.y() - p_.y));
   }
 
   const OccupancyMap& map_;
-  Pose2Di p_;
-  Pose2Di q_;
+  Point2Di p_;
+  Point2Di q_;
   bool isLast_;
   std::int64_t majorLength_;
   std::int64_t minorLength_;
 };
+
+PathCostStats merge(const PathCostStats& a, const PathCostStats& b) {
+  PathCostStats merged;
+  merged.minCost = a.minCost > b.minCost ? b.minCost : a.minCost;
+  merged.maxCost = b.maxCost > a.maxCost ? b.maxCost : a.maxCost;
+  merged.length = a.length + b.length;
+  if (merged.length > kLengthMargin) {
+    merged.avgCost = (a.avgCost * a.length + b.avgCost * b.length) / merged.length;
+  }
+  return merged;
+}
 
 PathCostStats statsOfOnePose(const OccupancyMap& map, const Pose2D& pose) {
   const Pose2Di cell = map.getPixelFromPose(pose);
@@ -164,14 +212,7 @@ void logInfo(const char* message, int line) {
 }  // namespace
 
 PathCostStats mergePathCostStats(const PathCostStats& a, const PathCostStats& b) {
-  PathCostStats merged;
-  merged.minCost = a.minCost > b.minCost ? b.minCost : a.minCost;
-  merged.maxCost = b.maxCost > a.maxCost ? b.maxCost : a.maxCost;
-  merged.length = a.length + b.length;
-  if (merged.length > kLengthMargin) {
-    merged.avgCost = (a.avgCost * a.length + b.avgCost * b.length) / merged.length;
-  }
-  return merged;
+  return merge(a, b);
 }
 
 PathCostStats computePathCostStat(const OccupancyMap& map, const std::vector<Pose2D>& path,
@@ -186,15 +227,19 @@ PathCostStats computePathCostStat(const OccupancyMap& map, const std::vector<Pos
   }
   PathCostStats total;
   float travelled = 0.0f;
+  const GridFrame frame(map);
+  Point2Di next = frame.cellOf(path.front());
   for (std::size_t i = 0; i + 1 < path.size(); ++i) {
-    const Segment segment(map, path[i], path[i + 1], i + 2 == path.size());
+    const Point2Di here = next;
+    next = frame.cellOf(path[i + 1]);
+    const Segment segment(map, here, next, i + 2 == path.size());
     std::int64_t count = segment.cellCount();
     if (maxLength != nullptr) {
       const float remaining = *maxLength - travelled;
       count = segment.cellsWithin(remaining + kLengthMargin);
     }
     const PathCostStats stats = segment.summarise(count);
-    total = mergePathCostStats(stats, total);
+    total = merge(stats, total);
     if (count < segment.cellCount()) return total;
     travelled += stats.length;
   }
