@@ -6,8 +6,8 @@
 #include <algorithm>
 
 #include "core/image_ptr.hpp"
-#include "src/distance_transform.hpp"
 #include "core/lanes.hpp"
+#include "src/distance_transform.hpp"
 
 namespace Brin {
 namespace {

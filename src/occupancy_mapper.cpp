@@ -54,8 +54,7 @@ void updateCrossed(IplImage& cells, Point2Di from, Point2Di to, float increment)
 
 // The end cell gets both increments in turn, each clamped on its own, by intention: with 1.0 and
 // -0.1, a hit cell ends at 0.9 whatever it held.
-void updateLine(IplImage& cells, Point2Di from, Point2Di to, float freeInc,
-                float endInc) {
+void updateLine(IplImage& cells, Point2Di from, Point2Di to, float freeInc, float endInc) {
   updateCrossed(cells, from, to, freeInc);
   updateCell(cells, to, freeInc);
   updateCell(cells, to, endInc);
