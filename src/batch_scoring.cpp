@@ -172,7 +172,6 @@ void scanScores(const IplImage* distanceMap, const Scan& scan, const std::vector
     const Tally tally = isBounded
                             ? tallyBlocks(range, TurnedScan::Source(turned, poses[i], inv))
                             : tallyBlocks(range, BeamSource(scan.readings, poses[i], inv, step));
-    if (tally.visited == 0) continue;
     results.setScore(
         i, scoreOf(tally.sum, tally.matches, tally.visited, cutOff, results.count(i), step));
   }

@@ -50,18 +50,15 @@ struct SineCosine {
 
 // To within 2^-20 for angles up to kLargestAngle; any numbers at all beyond. Whole quarter turns
 // are taken off the angle, and for the rest, at most an eighth of a turn, the Taylor series up to
-// the ninth and eighth power leave out less than 2^-25.
-constexpr float kLargestAngle = 64.0f;
+// the seventh and eighth power leave out less than 2^-21.
+constexpr float kLargestAngle = 16.0f;
 inline SineCosine sineCosine(Floats angle) {
   const Floats counter = angle * 0.636619772f + kRounder;
   const Floats turns = counter - kRounder;  // quarter turns
-  // A quarter turn in three parts, of which the first two have few enough digits for exact
-  // products.
-  const Floats r =
-      ((angle - turns * 1.5703125f) - turns * 4.83810901641845703e-4f) - turns * 1.58932547e-8f;
+  // A quarter turn in two parts, the first with few enough digits for an exact product.
+  const Floats r = (angle - turns * 1.5703125f) - turns * 4.83826795e-4f;
   const Floats s = r * r;
-  const Floats sine =
-      r + r * s * (-1.0f / 6 + s * (1.0f / 120 + s * (-1.0f / 5040 + s * (1.0f / 362880))));
+  const Floats sine = r + r * s * (-1.0f / 6 + s * (1.0f / 120 + s * (-1.0f / 5040)));
   const Floats cosine =
       1.0f + s * (-0.5f + s * (1.0f / 24 + s * (-1.0f / 720 + s * (1.0f / 40320))));
   const Ints quarter = bitsOf(counter);
