@@ -19,14 +19,21 @@ constexpr float kMetresPerRadian = 1.0f;  // what a turn counts in the distance 
 constexpr std::size_t kSetSize = 20;      // scans in a local set
 constexpr std::size_t kRecent = 8;        // of these, in step 1, the last ones
 constexpr float kUsefulRange = 30.0f;     // metres; beyond, beams are too far apart to match
+constexpr float kSpare = 2.0f;  // metres that a reference reaches beyond the scan it is made for
 constexpr int kSettlings = 3;
 constexpr float kMatchResolution = 0.05f;  // metres a pixel of a reference
 
+// How a scan is refined.
+struct Refining {
+  float cutOff;
+  Stiffness stiffness;
+  int shifts;
+  int turns;
+};
+
 // In step 1 the guess comes from odometry, which slips; in step 3 it is good already.
-constexpr Stiffness kCarryStiffness{1.0f, 20.0f};
-constexpr float kCarryCutOff = 0.3f;
-constexpr Stiffness kSettleStiffness{16.0f, 320.0f};
-constexpr float kSettleCutOff = 0.15f;
+constexpr Refining kCarrying{0.3f, {1.0f, 20.0f}, 4, 12};
+constexpr Refining kSettling{0.15f, {16.0f, 320.0f}, 3, 6};
 
 using Scans = std::vector<LoggedScan>;
 
@@ -35,18 +42,28 @@ bool isFarFrom(const Pose2D& key, const Pose2D& pose) {
   return std::hypot(apart.x, apart.y) > kKeyDistance || std::fabs(apart.theta) > kKeyTurn;
 }
 
-// The hits of several scans as one scan seen from `viewpoint`.
+// The hits of several scans as one scan seen from `viewpoint`, as far as `reach` metres.
 Brin::Scan mergedScan(const Scans& scans, const std::vector<std::size_t>& set,
-                      const Pose2D& viewpoint) {
+                      const Pose2D& viewpoint, float reach) {
   Brin::Scan merged;
   for (const std::size_t index : set) {
     const Pose2D sensor = viewpoint.relProject(scans[index].pose);
     for (const Point2D& hit : hitPoints(scans[index].scan, kUsefulRange)) {
       const Pose2D point = sensor.absProject({hit.x, hit.y, 0.0f});
-      merged.readings.emplace_back(std::hypot(point.x, point.y), std::atan2(point.y, point.x));
+      const float range = std::hypot(point.x, point.y);
+      if (range < reach) merged.readings.emplace_back(range, std::atan2(point.y, point.x));
     }
   }
   return merged;
+}
+
+// How far a reference has to reach for a scan.
+float reachFor(const Brin::Scan& scan) {
+  float farthest = 0.0f;
+  for (const Point2D& hit : hitPoints(scan, kUsefulRange)) {
+    farthest = std::max(farthest, Brin::computeNorm(hit));
+  }
+  return farthest + kSpare;
 }
 
 // Up to `count` of the candidates [0, end) nearest to `pose`, none of them `except`.
@@ -68,20 +85,30 @@ std::vector<std::size_t> nearest(const Scans& scans, const std::vector<std::size
   return set;
 }
 
-// A local set of scans as a reference, seen from where it was made for.
-struct LocalReference {
-  Pose2D viewpoint;
-  ReferenceScan scan;
+// A local set of scans as a reference for a scan, seen from where that scan is believed to be; also
+// for the scans that follow it closely.
+class LocalReference {
+ public:
+  LocalReference(const Scans& scans, const std::vector<std::size_t>& set, const Brin::Scan& scan,
+                 const Pose2D& viewpoint, const Refining& refining)
+      : viewpoint_(viewpoint),
+        refining_(refining),
+        reference_(mergedScan(scans, set, viewpoint, reachFor(scan)), kMatchResolution,
+                   refining.cutOff) {}
 
-  LocalReference(const Scans& scans, const std::vector<std::size_t>& set, const Pose2D& viewpoint_,
-                 float cutOff)
-      : viewpoint(viewpoint_), scan(mergedScan(scans, set, viewpoint_), kMatchResolution, cutOff) {}
+  const Pose2D& viewpoint() const { return viewpoint_; }
 
-  Pose2D refine(const LoggedScan& logged, const Pose2D& guess, const Stiffness& stiffness) const {
-    const std::vector<Point2D> points = hitPoints(logged.scan, kUsefulRange);
-    return viewpoint.absProject(
-        refinePose(scan, points, viewpoint.relProject(guess), stiffness).pose);
+  Pose2D refine(const Brin::Scan& scan, const Pose2D& guess) const {
+    const ScoredPose refined =
+        refinePose(reference_, hitPoints(scan, kUsefulRange), viewpoint_.relProject(guess),
+                   refining_.stiffness, refining_.shifts, refining_.turns);
+    return viewpoint_.absProject(refined.pose);
   }
+
+ private:
+  const Pose2D viewpoint_;
+  const Refining refining_;
+  const ReferenceScan reference_;
 };
 
 // Step 1.
@@ -106,10 +133,12 @@ class Carrying {
   void place(std::size_t i) {
     const Pose2D motion = logged_[i - 1].pose.relProject(logged_[i].pose);
     const Pose2D guess = placed_[i - 1].pose.absProject(motion);
-    if (!reference_ || isFarFrom(reference_->viewpoint, guess)) {
-      reference_ = std::make_unique<LocalReference>(placed_, localSet(guess), guess, kCarryCutOff);
+    const Brin::Scan& scan = placed_[i].scan;
+    if (!reference_ || isFarFrom(reference_->viewpoint(), guess)) {
+      reference_ =
+          std::make_unique<LocalReference>(placed_, localSet(guess), scan, guess, kCarrying);
     }
-    placed_[i].pose = reference_->refine(placed_[i], guess, kCarryStiffness);
+    placed_[i].pose = reference_->refine(scan, guess);
   }
 
   std::vector<std::size_t> localSet(const Pose2D& guess) const {
@@ -143,9 +172,10 @@ void settle(Scans& scans, const Progress& progress) {
     if (nextKey < keys.size() && keys[nextKey] == i) {
       ++nextKey;
       const auto set = nearest(scans, keys, keys.size(), scans[i].pose, kSetSize, i);
-      reference = std::make_unique<LocalReference>(scans, set, scans[i].pose, kSettleCutOff);
+      reference =
+          std::make_unique<LocalReference>(scans, set, scans[i].scan, scans[i].pose, kSettling);
     }
-    scans[i].pose = reference->refine(scans[i], scans[i].pose, kSettleStiffness);
+    scans[i].pose = reference->refine(scans[i].scan, scans[i].pose);
     progress(static_cast<double>(i + 1) / static_cast<double>(scans.size()));
   }
 }

@@ -128,9 +128,9 @@ SearchResult searchAllPoses(const ReferenceScan& reference, const std::vector<Po
 }
 
 ScoredPose refinePose(const ReferenceScan& reference, const std::vector<Point2D>& points,
-                      const Pose2D& guess, const Stiffness& stiffness) {
+                      const Pose2D& guess, const Stiffness& stiffness, int shifts, int turns) {
   Refinement refinement(reference, points, guess, stiffness);
-  refinement.round(3, 0.05f, 6, 0.5f * kDegree);
+  refinement.round(shifts, 0.05f, turns, 0.5f * kDegree);
   refinement.round(2, 0.025f, 2, 0.25f * kDegree);
   refinement.round(1, 0.0125f, 1, 0.125f * kDegree);
   return refinement.best();

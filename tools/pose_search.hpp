@@ -77,10 +77,10 @@ struct Stiffness {
   float perSquareRadian;
 };
 
-// The best pose near a good guess: within 0.15 m along each axis and 3 degrees on a grid of 0.05 m
-// and half a degree, then around the best of these at half and at a quarter of these steps. Its
-// score is the one before the loss. A pose other than the guess is truly better than the guess.
+// The best pose near a good guess: on a grid of 0.05 m and half a degree, `shifts` and `turns`
+// steps each way, then around the best of these at half and at a quarter of these steps. Its score
+// is the one before the loss. A pose other than the guess is truly better than the guess.
 ScoredPose refinePose(const ReferenceScan& reference, const std::vector<Brin::Point2D>& points,
-                      const Brin::Pose2D& guess, const Stiffness& stiffness);
+                      const Brin::Pose2D& guess, const Stiffness& stiffness, int shifts, int turns);
 
 }  // namespace korrin_tool

@@ -145,7 +145,7 @@ TEST(RefinePose, FindsTheWayBackFromASlip) {
   const ReferenceScan distances(world.scan(first, 360, 30.0f), 0.05f, 0.3f);
   const std::vector<Point2D> points = hitPoints(world.scan(first.absProject(moved), 360, 30.0f));
   const Pose2D slipped(moved.x - 0.12f, moved.y + 0.1f, moved.theta + 2.5f * kDegree);
-  const ScoredPose refined = refinePose(distances, points, slipped, {1.0f, 20.0f});
+  const ScoredPose refined = refinePose(distances, points, slipped, {1.0f, 20.0f}, 3, 6);
   EXPECT_NEAR(refined.pose.x, moved.x, 0.03f);
   EXPECT_NEAR(refined.pose.y, moved.y, 0.03f);
   EXPECT_NEAR(refined.pose.theta, moved.theta, 0.6f * kDegree);
@@ -165,7 +165,7 @@ TEST(RefinePose, KeepsTheGuessWhereTheScanLeavesADirectionOpen) {
     points.emplace_back(0.05f * static_cast<float>(i), -1.0f);
   }
   const ReferenceScan distances(scanOfPoints(wall), 0.05f, 0.3f);
-  const ScoredPose refined = refinePose(distances, points, {0.4f, 0.1f, 0.0f}, {1.0f, 20.0f});
+  const ScoredPose refined = refinePose(distances, points, {0.4f, 0.1f, 0.0f}, {1.0f, 20.0f}, 3, 6);
   EXPECT_NEAR(refined.pose.x, 0.4f, 0.026f);
   EXPECT_NEAR(refined.pose.y, 0.0f, 0.03f);
 }
@@ -173,7 +173,7 @@ TEST(RefinePose, KeepsTheGuessWhereTheScanLeavesADirectionOpen) {
 TEST(RefinePose, StaysAtTheGuessWhenNothingIsBetter) {
   const ReferenceScan distances(scanOfPoints({{1.0f, 0.0f}}), 0.05f, 0.2f);
   const ScoredPose refined =
-      refinePose(distances, {{50.0f, 50.0f}}, {0.1f, 0.2f, 0.3f}, {1.0f, 20.0f});
+      refinePose(distances, {{50.0f, 50.0f}}, {0.1f, 0.2f, 0.3f}, {1.0f, 20.0f}, 3, 6);
   EXPECT_EQ(refined.score, 0.0f);
   EXPECT_EQ(refined.pose.x, 0.1f);
   EXPECT_EQ(refined.pose.theta, 0.3f);
