@@ -156,7 +156,7 @@ TEST(InsideLine, agreesWithTheLiteralWalkOnRandomLines) {
     const Cells expected = modelCells(image, from, to);
     ASSERT_EQ(visitedCells(image, line), expected);
     ASSERT_EQ(namedCells(line), expected);
-    const auto first = static_cast<std::int64_t>(random.bits() % expected.size());
+    const auto first = static_cast<std::ptrdiff_t>(random.bits() % expected.size());
     ASSERT_EQ(visitedCells(image, line, first), Cells(expected.begin() + first, expected.end()));
   }
 }
