@@ -105,14 +105,15 @@ void simulateFan(const OccupancyMapParams& grid, const Pose2D& pose, const BeamF
   out.reserve(static_cast<std::size_t>(fan.count));
   FanAim beams(grid, pose, fan);
   Ray rays[FanAim::kBatch];
+  RayEnd ends[FanAim::kBatch];
   for (std::int32_t left = fan.count; left > 0; left -= FanAim::kBatch) {
     const std::int32_t n = std::min(left, FanAim::kBatch);
     beams.aim(fan.count - left, n);
     for (std::int32_t i = 0; i < n; ++i) rays[i].aim(caster.cells(), beams.start(i), beams.end(i));
+    caster.cast(rays, ends, n);
     for (std::int32_t i = 0; i < n; ++i) {
-      const RayEnd end = caster.cast(rays[i]);
-      out.emplace_back(end.range + fan.minRange, beams.angle(i));
-      out.back().status = end.isHit ? 0 : 1;
+      out.emplace_back(ends[i].range + fan.minRange, beams.angle(i));
+      out.back().status = ends[i].isHit ? 0 : 1;
     }
   }
 }

@@ -55,10 +55,11 @@ class InsideLine {
     const std::int64_t b = std::min(std::abs(dx), std::abs(dy));
     majorSign_ = (alongX_ ? dx : dy) > 0 ? 1 : -1;
     majorStart_ = alongX_ ? from.x : from.y;
-    const bool isDescending = (alongX_ ? dy : dx) < 0;
+    const std::int32_t minorAscends = (alongX_ ? dy : dx) >= 0 ? 1 : 0;
+    octant_ = (alongX_ ? 4 : 0) + (majorSign_ > 0 ? 2 : 0) + minorAscends;
     const std::int64_t minorStart = alongX_ ? from.y : from.x;
-    position_ = minorStart * kOne + (isDescending ? kOne / 2 - 1 : kOne / 2);
-    slope_ = a == 0 ? 0 : (b * kOne + a - 1) / a * (isDescending ? -1 : 1);
+    position_ = minorStart * kOne + (minorAscends != 0 ? kOne / 2 : kOne / 2 - 1);
+    slope_ = a == 0 ? 0 : (b * kOne + a - 1) / a * (minorAscends != 0 ? 1 : -1);
     length_ = a;
     if (!contains(image, to)) {
       const std::int64_t xRoom = dx > 0 ? image.width - from.x : from.x + 1;
@@ -74,6 +75,18 @@ class InsideLine {
   // The cell after k steps; k = length() gives the end cell or the first cell outside.
   std::int32_t x(std::int64_t k) const { return alongX_ ? major(k) : minor(k); }
   std::int32_t y(std::int64_t k) const { return alongX_ ? minor(k) : major(k); }
+
+  // Its direction to an eighth of a turn: 4 when its longer axis is x, plus 2 when coordinates grow
+  // along that axis, plus 1 when they grow along the other.
+  std::int32_t octant() const { return octant_; }
+
+  // The walk in the numbers it is made of: after k steps it is at majorStart() + k * majorSign()
+  // along the longer axis and at (position() + k * slope()) >> kFraction along the other.
+  static constexpr int kFraction = 44;
+  std::int32_t majorStart() const { return majorStart_; }
+  std::int32_t majorSign() const { return majorSign_; }
+  std::int64_t position() const { return position_; }
+  std::int64_t slope() const { return slope_; }
 
   // Calls visit(pixel) for the pixels of the walk from step `first` on until it returns true.
   // Returns the step at which it did, or length().
@@ -99,7 +112,6 @@ class InsideLine {
   }
 
  private:
-  static constexpr int kFraction = 44;
   static constexpr std::int64_t kOne = std::int64_t{1} << kFraction;
 
   static bool contains(const IplImage& image, Point2Di cell) {
@@ -149,6 +161,7 @@ class InsideLine {
   }
 
   bool alongX_ = false;
+  std::int32_t octant_ = 0;
   std::int32_t majorSign_ = 1;
   std::int32_t majorStart_ = 0;
   std::int64_t position_ = 0;  // along the shorter axis, of cells 2^-44 wide, plus a half

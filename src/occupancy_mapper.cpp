@@ -92,15 +92,6 @@ RangeReading noRay() {
   return reading;
 }
 
-RangeReading castRay(const RayCaster& caster, Point2Di from, Point2Di to) {
-  Ray ray;
-  ray.aim(caster.cells(), from, to);
-  const RayEnd end = caster.cast(ray);
-  RangeReading reading(end.range, 0.0f);
-  reading.status = end.isHit ? 0 : 1;
-  return reading;
-}
-
 }  // namespace
 
 OccupancyMapper::OccupancyMapper(OccupancyMap* map_) : map(map_) {}
@@ -136,16 +127,18 @@ void OccupancyMapper::updateMap2(const std::vector<RangeReading>& readings, cons
 RangeReading OccupancyMapper::throwRay(const Point2D& from, const Point2D& to,
                                        float threshold) const {
   if (!hasMap(map, "throwRay", __LINE__)) return noRay();
-  const RayCaster caster(*map, threshold, "OccupancyMapper::throwRay");
+  const RayRules rules(*map, threshold, "OccupancyMapper::throwRay");
+  const RayCaster caster(rules);
   const GridFrame frame(map->params);
-  return castRay(caster, frame.cellOf(from), frame.cellOf(to));
+  return castBetween(caster, frame.cellOf(from), frame.cellOf(to));
 }
 
 void OccupancyMapper::simulateScan(const Pose2D& pose, float startAngle, float endAngle,
                                    float minRange, float maxRange, int count,
                                    std::vector<RangeReading>& out, float threshold) const {
   if (!hasMap(map, "simulateScan", __LINE__)) return out.clear();
-  const RayCaster caster(*map, threshold, "OccupancyMapper::simulateScan");
+  const RayRules rules(*map, threshold, "OccupancyMapper::simulateScan");
+  const RayCaster caster(rules);
   simulateFan(map->params, pose, {startAngle, endAngle - startAngle, minRange, maxRange, count},
               caster, out);
 }
@@ -170,8 +163,9 @@ void OccupancyMapper::xLineBres2(int /*x0*/, int /*y0*/, int x1, int y1, float /
 
 RangeReading OccupancyMapper::xThrowRay(int x0, int y0, int x1, int y1, float threshold) const {
   if (!hasMap(map, "xThrowRay", __LINE__)) return noRay();
-  const RayCaster caster(*map, threshold, "OccupancyMapper::xThrowRay");
-  return castRay(caster, {x0, y0}, {x1, y1});
+  const RayRules rules(*map, threshold, "OccupancyMapper::xThrowRay");
+  const RayCaster caster(rules);
+  return castBetween(caster, {x0, y0}, {x1, y1});
 }
 
 }  // namespace Brin

@@ -14,13 +14,6 @@ namespace {
 
 constexpr const char* kFile = "src/range_simulation";
 
-RayCaster beamCaster(const OccupancyMap& map, const ScanModel& model, float threshold,
-                     const char* function) {
-  RayCaster caster(map, threshold, function);
-  caster.asBeams(map, model.lowThreshold, function);
-  return caster;
-}
-
 }  // namespace
 
 ScanModel::ScanModel(int count_, float maxRange_, float fieldOfView_)
@@ -56,18 +49,16 @@ float ScanModel::scanLikelihood(const std::vector<RangeReading>& scanA,
 
 RangeReading occMapGetRange(const OccupancyMap& map, const ScanModel& model, const Point2Di& from,
                             const Point2Di& to, float threshold) {
-  const RayCaster caster = beamCaster(map, model, threshold, "occMapGetRange");
-  Ray ray;
-  ray.aim(caster.cells(), from, to);
-  const RayEnd end = caster.cast(ray);
-  RangeReading reading(end.range, 0.0f);
-  reading.status = end.isHit ? 0 : 1;
-  return reading;
+  const RayRules rules = RayRules::ofBeams(map, threshold, model.lowThreshold, "occMapGetRange");
+  const RayCaster caster(rules);
+  return castBetween(caster, from, to);
 }
 
 void occMapSimulateScan(const OccupancyMap& map, const ScanModel& model, const Pose2D& pose,
                         std::vector<RangeReading>& out, float threshold) {
-  const RayCaster caster = beamCaster(map, model, threshold, "occMapSimulateScan");
+  const RayRules rules =
+      RayRules::ofBeams(map, threshold, model.lowThreshold, "occMapSimulateScan");
+  const RayCaster caster(rules);
   simulateFan(map.params, pose,
               {model.startAngle, model.fieldOfView, model.minRange, model.maxRange, model.count},
               caster, out);

@@ -15,6 +15,7 @@
 #include "korrin/occupancymap_utils.hpp"
 #include "korrin/path_upsample.hpp"
 #include "korrin/pathcoststats.hpp"
+#include "korrin/prepared_map.hpp"
 #include "korrin/range_simulation.hpp"
 #include "korrin/safepathsimplifier.hpp"
 #include "korrin/scan_holes.hpp"
