@@ -30,8 +30,19 @@ void requireImage(const IplImage* image, const char* function) {
   }
 }
 
-ImagePtr cloneImage(const IplImage* image) {
-  return ImagePtr(static_cast<IplImage*>(cvClone(image)));
+// What cvClone does with an image, in steps: it loses the header when there is no memory for what that points to.
+ImagePtr cloneImage(const IplImage& image) {
+  IplImage header = image;
+  header.roi = nullptr;
+  header.imageData = nullptr;
+  ImagePtr clone(cvCloneImage(&header));
+  if (image.roi != nullptr) {
+    cvSetImageROI(clone.get(), cvGetImageROI(&image));
+    cvSetImageCOI(clone.get(), image.roi->coi);
+  }
+  cvCreateData(clone.get());
+  std::memcpy(clone->imageData, image.imageData, static_cast<std::size_t>(image.imageSize));
+  return clone;
 }
 
 // Scaling
@@ -305,7 +316,7 @@ void mergeImages2(std::vector<ImageToMerge> images, IplImage** out, float resolu
                   float /*extra*/) {
   if (images.empty()) return;
   requireMergeable(images, out);
-  const IplImage* first = images.front().image;
+  const IplImage& first = *images.front().image;
   const ImagePtr scaled = cloneImage(first);
   const ImagePtr shifted = cloneImage(first);
   ImagePtr fresh = *out == nullptr ? cloneImage(first) : nullptr;
@@ -338,7 +349,7 @@ void rotateIplImage90_2(const IplImage* src, IplImage* dst) {
     cvError(CV_StsOutOfRange, kFunction, "not a square image", __FILE__, __LINE__);
   }
   if (src->imageData == dst->imageData) {
-    const ImagePtr copy = cloneImage(src);
+    const ImagePtr copy = cloneImage(*src);
     return rotateIplImage90_2(copy.get(), dst);
   }
   if (holdsPlainCells(*src) && holdsPlainCells(*dst)) return turnCells(*src, *dst);

@@ -44,6 +44,22 @@ TEST(MergeImages2, imagesAreAveraged) {
             (Rows<float>{{0.5f, 1.0f, 0.25f, 0.5f}}));
 }
 
+TEST(MergeImages2, aNewImageHasTheRegionAndTheOtherPixelsOfTheFirst) {
+  const ImagePtr a = floatImage({{0.1f, 0.2f, 0.3f, 0.4f}, {0.5f, 0.6f, 0.7f, 0.8f}});
+  const ImagePtr b = floatImage({{0.9f, 0.8f, 0.7f, 0.6f}, {0.5f, 0.4f, 0.3f, 0.2f}});
+  cvSetImageROI(a.get(), cvRect(1, 0, 2, 2));
+  cvSetImageROI(b.get(), cvRect(0, 0, 2, 2));
+  const std::vector<ImageToMerge> images = {{a.get(), 0, 0, 0}, {b.get(), 0, 0, 0}};
+  IplImage* out = nullptr;
+  Brin::mergeImages2(images, &out, 1.0f, 0.0f);
+  const ImagePtr owned(out);
+  EXPECT_EQ(rowsOf<float>(*owned),
+            (Rows<float>{{0.1f, 0.55f, 0.55f, 0.4f}, {0.5f, 0.55f, 0.55f, 0.8f}}));
+  ASSERT_NE(owned->roi, nullptr);
+  EXPECT_EQ(owned->roi->xOffset, 1);
+  EXPECT_EQ(owned->roi->coi, 0);
+}
+
 TEST(MergeImages2, shiftsAreInMetres) {
   const ImagePtr a = floatImage({{0.0f, 0.25f, 1.0f}, {1.0f, 0.75f, 0.0f}});
   IplImage* out = nullptr;
