@@ -43,7 +43,8 @@ def chosen_rows(word):
 
 
 def run(program, names, repetitions, min_time):
-    """The medians of the named benchmarks: name -> the benchmark's JSON record."""
+    """Of the named benchmarks the medians (name -> the benchmark's JSON record) and, of those that
+    refused to run, what they said (name -> message)."""
     pattern = "^(" + "|".join(re.escape(name) for name in sorted(names)) + ")$"
     with tempfile.TemporaryDirectory() as folder:
         out = os.path.join(folder, "out.json")
@@ -53,8 +54,10 @@ def run(program, names, repetitions, min_time):
              f"--benchmark_out={out}", "--benchmark_out_format=json"],
             check=True, stdout=sys.stderr)
         report = json.loads(pathlib.Path(out).read_text())
-    medians = {b["run_name"]: b for b in report["benchmarks"] if b["aggregate_name"] == "median"}
-    return medians, report["context"]
+    records = report["benchmarks"]
+    medians = {b["run_name"]: b for b in records if b.get("aggregate_name") == "median"}
+    refused = {b["run_name"]: b["error_message"] for b in records if b.get("error_occurred")}
+    return medians, refused, report["context"]
 
 
 def figure(record, counter):
@@ -123,12 +126,14 @@ def main():
     if not rows:
         sys.exit("no row of benchmarks/goals.json matches")
     names = {row[key] for row in rows for key in ("ours", "other")}
-    medians, context = run(arguments.program, names, arguments.repetitions, arguments.min_time)
+    medians, refused, context = run(arguments.program, names, arguments.repetitions, arguments.min_time)
     text = machine(context) + "\n\n" + table(rows, medians)
     print(text)
     if arguments.write:
         write_page(text)
-    missing = sorted(names - set(medians))
+    for name, message in sorted(refused.items()):
+        print(f"{name} did not run: {message}", file=sys.stderr)
+    missing = sorted(names - set(medians) - set(refused))
     if missing:
         sys.exit("these benchmarks are named but do not exist: " + ", ".join(missing))
 

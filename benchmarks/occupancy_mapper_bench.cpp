@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "korrin/occupancy_mapper.hpp"
@@ -133,27 +134,52 @@ void modelUpdateWide(OccupancyMap& map, const Readings& readings, const Pose2D& 
   korrin_model::updateMap<long double>(map, readings, pose, 0.05f, 0.1f);
 }
 
-// Scans as a scanner in the real map would return them, brought into an unknown one.
-template <typename Update>
-void updates(benchmark::State& state, Floor floor, Update update) {
+using korrin_bench::ScansToMap;
+
+// Scans as a scanner in the real map would return them, and an unknown one to bring them into.
+std::optional<ScansToMap> scansOn(Floor floor) {
   std::optional<OccupancyMap> world = korrin_bench::mapOf(floor);
-  if (!world) return state.SkipWithError(korrin_bench::kNoMap);
+  if (!world) return std::nullopt;
   const auto poses = korrin_bench::freePoses(*world, korrin_bench::kPoses);
-  std::vector<Readings> scansThere(poses.size());
-  double cells = 0.0;
+  ScansToMap input{std::vector<Readings>(poses.size()), poses, {world->params, false}};
   for (std::size_t i = 0; i < poses.size(); ++i) {
-    libraryScan(OccupancyMapper(&*world), poses[i], scansThere[i]);
-    for (const RangeReading& reading : scansThere[i]) cells += cellsOf(reading, *world);
+    libraryScan(OccupancyMapper(&*world), poses[i], input.scans[i]);
   }
-  OccupancyMap map(world->params, false);
+  return input;
+}
+
+template <typename Update>
+void timeUpdates(benchmark::State& state, ScansToMap input, Update update) {
+  double cells = 0.0;
+  for (const Readings& scan : input.scans) {
+    for (const RangeReading& reading : scan) cells += cellsOf(reading, input.map);
+  }
   for (auto _ : state) {
-    map.reset(0.5f);
-    for (std::size_t i = 0; i < poses.size(); ++i) update(map, scansThere[i], poses[i]);
-    benchmark::DoNotOptimize(map.image->imageData);
+    input.map.reset(0.5f);
+    for (std::size_t i = 0; i < input.poses.size(); ++i) {
+      update(input.map, input.scans[i], input.poses[i]);
+    }
+    benchmark::DoNotOptimize(input.map.image->imageData);
   }
   setCellRate(state, cells);
 }
+
+template <typename Update>
+void updates(benchmark::State& state, Floor floor, Update update) {
+  std::optional<ScansToMap> input = scansOn(floor);
+  if (!input) return state.SkipWithError(korrin_bench::kNoMap);
+  timeUpdates(state, *std::move(input), update);
+}
 KORRIN_COMPARE_ON_FLOORS(updates, libraryUpdate, modelUpdate);
 BENCHMARK_CAPTURE(updates, wideModelWillow, Floor::Willow, modelUpdateWide);
+
+template <typename Update>
+void updatesOfLog(benchmark::State& state, Update update) {
+  std::optional<ScansToMap> input = korrin_bench::intelLog();
+  if (!input) return state.SkipWithError(korrin_bench::kNoLog);
+  timeUpdates(state, *std::move(input), update);
+}
+BENCHMARK_CAPTURE(updatesOfLog, libraryIntel, libraryUpdate);
+BENCHMARK_CAPTURE(updatesOfLog, modelIntel, modelUpdate);
 
 }  // namespace

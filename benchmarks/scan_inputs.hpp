@@ -1,7 +1,7 @@
 // Maps, poses and beams that the benchmarks of scans share.
 //
-// Real maps are read from ../shared/data/maps, relative to the directory that the program is
-// started from; without them, or without the map reader, benchmarks on them report an error.
+// Real maps and logs are read from ../shared/data, relative to the directory that the program is
+// started from; without them, or without their readers, benchmarks on them report an error.
 #pragma once
 
 #include <cmath>
@@ -17,6 +17,8 @@
 #include "support/office_map.hpp"
 #include "support/random_inputs.hpp"
 #ifdef KORRIN_BENCH_READS_MAPS
+#include "tools/carmen_log.hpp"
+#include "tools/grid_builder.hpp"
 #include "tools/map_file.hpp"
 #endif
 
@@ -46,6 +48,33 @@ inline std::optional<Brin::OccupancyMap> mapOf(Floor floor) {
 }
 
 constexpr const char* kNoMap = "the real map is not there; run from the project's directory";
+
+// Scans, where each was taken, and an unknown map that has room for them.
+struct ScansToMap {
+  std::vector<std::vector<Brin::RangeReading>> scans;
+  std::vector<Brin::Pose2D> poses;
+  Brin::OccupancyMap map;
+};
+
+// Those of the Intel research lab, 910 of 180 beams, in cells of 5 cm; nothing when the log is not
+// there.
+inline std::optional<ScansToMap> intelLog() {
+#ifdef KORRIN_BENCH_READS_MAPS
+  const std::string file = "../shared/data/logs/intel-corrected.log.gz";
+  if (!std::ifstream(file).good()) return std::nullopt;
+  const std::vector<korrin_tool::LoggedScan> logged = korrin_tool::readCarmenLog(file).scans;
+  ScansToMap input{{}, {}, {*korrin_tool::gridAround(logged, 0.05f), false}};
+  for (const korrin_tool::LoggedScan& scan : logged) {
+    input.scans.push_back(scan.scan.readings);
+    input.poses.push_back(scan.pose);
+  }
+  return input;
+#else
+  return std::nullopt;
+#endif
+}
+
+constexpr const char* kNoLog = "the Intel log is not there; run from the project's directory";
 
 // Robots in free cells of the map, each with a heading of its own.
 inline std::vector<Brin::Pose2D> freePoses(const Brin::OccupancyMap& map, int count) {
