@@ -56,7 +56,7 @@ struct BeamFan {
 // need not wait for it; each stage by itself runs several beams at once. Whole scans gain a third.
 class FanAim {
  public:
-  static constexpr std::int32_t kBatch = 32;
+  static constexpr std::int32_t kBatch = 64;
 
   FanAim(const OccupancyMapParams& grid, const Pose2D& pose, const BeamFan& fan)
       : frame_(grid),
