@@ -1,0 +1,158 @@
+// What is safe from several threads at once, done from eight, with the answers compared. The preset
+// `tsan` runs this under the thread sanitizer: `scripts/test tsan`.
+#include <gtest/gtest.h>
+#include <opencv2/core/core_c.h>
+
+#include <atomic>
+#include <functional>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "korrin/korrin.hpp"
+#include "support/workload.hpp"
+
+using namespace korrin_test;
+
+namespace {
+
+constexpr int kThreads = 8;
+
+// Runs `work(i)` for i from 0 to 7, each on a thread of its own, all at the same time.
+void onThreads(const std::function<void(int)>& work) {
+  std::atomic<int> waiting{kThreads};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&, i] {
+      --waiting;
+      while (waiting > 0) std::this_thread::yield();
+      work(i);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+class Threads : public testing::Test {
+ protected:
+  Threads() : previous_(Brin::setLogSink([](const Brin::LogRecord&) {})) {}
+  ~Threads() override { Brin::setLogSink(previous_); }
+
+ private:
+  Brin::LogSink previous_;
+};
+
+// Each thread begins with another family, so that different ones meet. All read the same maps,
+// scans and paths; what they write is their own. Path finders share state, so they take turns.
+TEST_F(Threads, GiveTheSameAnswersInEveryFamilyAsOne) {
+  const World world = makeWorld(80, 60, 181);
+  std::vector<Words> expected(families().size());
+  for (std::size_t i = 0; i < expected.size(); ++i) families()[i].run(world, expected[i]);
+  std::mutex finders;
+  std::atomic<int> agreeing{0};
+  onThreads([&](int thread) {
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+      const std::size_t k = (i + 3 * static_cast<std::size_t>(thread)) % expected.size();
+      std::unique_lock<std::mutex> turn(finders, std::defer_lock);
+      if (!families()[k].isThreadSafe) turn.lock();
+      Words words;
+      families()[k].run(world, words);
+      if (words.all() == expected[k].all()) ++agreeing;
+    }
+  });
+  EXPECT_EQ(agreeing, kThreads * static_cast<int>(expected.size()));
+}
+
+// One mapper, one path simplifier, one reference scan, shared by all.
+TEST_F(Threads, MayReadOneObject) {
+  World world = makeWorld(80, 60, 181);
+  const Brin::OccupancyMapper mapper(&world.map);
+  const Brin::PathSimplifier simplifier;
+  Brin::ScanDistMap reference;
+  reference.build(world.scan, {0.0f, 0.0f, 0.0f}, 0.05f);
+  const auto ask = [&](Words& words) {
+    std::vector<Brin::RangeReading> readings;
+    for (const Brin::Pose2D& pose : world.poses) {
+      words.add(mapper.throwRay(world.poses.front(), pose, 0.45f));
+      mapper.simulateScan(pose, 3.0f, 0.1f, 5.0f, 50, readings, 0.45f);
+      words.add(readings);
+      words.add(reference.score(world.points, pose, 0.5f, nullptr));
+      words.add(reference.score(world.scan, pose, 0.5f, nullptr));
+    }
+    words.add(simplifier.sample(world.path));
+  };
+  Words expected;
+  ask(expected);
+  std::atomic<int> agreeing{0};
+  onThreads([&](int) {
+    Words words;
+    ask(words);
+    if (words.all() == expected.all()) ++agreeing;
+  });
+  EXPECT_EQ(agreeing, kThreads);
+  cvReleaseImage(&reference.distanceMap);
+  cvReleaseImage(&reference.laserImage);
+}
+
+std::atomic<int> heardByOne{0};
+std::atomic<int> heardByTheOther{0};
+std::atomic<int> garbled{0};
+
+void hear(const Brin::LogRecord& record, std::atomic<int>& heard) {
+  if (record.message != "message " + std::to_string(record.line)) ++garbled;
+  ++heard;
+}
+void one(const Brin::LogRecord& record) { hear(record, heardByOne); }
+void theOther(const Brin::LogRecord& record) { hear(record, heardByTheOther); }
+
+// While one thread swaps the sinks, every record of the others reaches exactly one of them.
+TEST_F(Threads, LoseNoRecordWhileTheSinkIsSwapped) {
+  constexpr int kFewest = 2000;
+  heardByOne = heardByTheOther = garbled = 0;
+  Brin::setLogSink(one);
+  std::atomic<int> told{0};
+  std::atomic<int> logging{kThreads - 1};
+  onThreads([&](int thread) {
+    if (thread == 0) {
+      for (bool odd = false; logging > 0; odd = !odd) {
+        const Brin::LogSink before = Brin::setLogSink(odd ? one : theOther);
+        if (before != (odd ? theOther : one)) ++garbled;
+        std::this_thread::yield();
+      }
+      return;
+    }
+    for (int i = 0; i < kFewest || heardByOne == 0 || heardByTheOther == 0; ++i) {
+      const int line = ++told;
+      Brin::completeLog(Brin::NavLogLevel::Info, "message " + std::to_string(line), "file", "f",
+                        line);
+    }
+    --logging;
+  });
+  EXPECT_EQ(heardByOne + heardByTheOther, told);
+  EXPECT_EQ(garbled, 0);
+}
+
+// What the whole process shares, and why finders belong to one thread: the weight and the three
+// tables are one object each, whichever thread looks, and making a finder rewrites them all.
+TEST_F(Threads, ShareTheWeightAndTheNeighbourTables) {
+  using Brin::OccMapPathFinder;
+  const OccMapPathFinder here(nullptr, 0.0f);
+  OccMapPathFinder::setHWeight(0.25f);
+  Brin::kSimpleNeighborDeltas.clear();
+  float weightThere = 0.0f;
+  std::size_t offsetsThere = 1;
+  std::thread([&] {
+    weightThere = OccMapPathFinder::Node::hWeight;
+    offsetsThere = Brin::kSimpleNeighborDeltas.size();
+    const OccMapPathFinder there(nullptr, 0.0f);
+    OccMapPathFinder::setHWeight(0.75f);
+  }).join();
+  EXPECT_EQ(weightThere, 0.25f);
+  EXPECT_EQ(offsetsThere, 0u);
+  EXPECT_EQ(OccMapPathFinder::Node::hWeight, 0.75f);
+  EXPECT_EQ(Brin::kSimpleNeighborDeltas.size(), 8u);
+  const OccMapPathFinder next(nullptr, 0.0f);
+  EXPECT_EQ(OccMapPathFinder::Node::hWeight, 0.5f);
+}
+
+}  // namespace
