@@ -1,0 +1,19 @@
+// The parts of the module, one for each family of headers.
+#pragma once
+
+#include <pybind11/pybind11.h>
+
+namespace korrin_python {
+
+void bindGeometry(pybind11::module_& module);
+void bindOccupancyMap(pybind11::module_& module);
+void bindScan(pybind11::module_& module);
+void bindPathFinder(pybind11::module_& module);
+void bindPaths(pybind11::module_& module);
+void bindMapBuilding(pybind11::module_& module);
+void bindMapProcessing(pybind11::module_& module);
+void bindMapQueries(pybind11::module_& module);
+void bindScanHoles(pybind11::module_& module);
+void bindScanMatching(pybind11::module_& module);
+
+}  // namespace korrin_python

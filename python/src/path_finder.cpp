@@ -1,0 +1,521 @@
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "korrin/occmap_path_finder.hpp"
+#include "python/src/arrays.hpp"
+#include "python/src/bindings.hpp"
+#include "python/src/log.hpp"
+
+namespace korrin_python {
+namespace {
+
+using Brin::OccMapPathFinder;
+using Brin::OccupancyMap;
+using Brin::Pose2D;
+using Brin::Pose2Di;
+using Node = OccMapPathFinder::Node;
+
+constexpr const char* kFinderDoc = R"(Plans paths over a map: weighted A* from cell to cell.
+
+A cell is free when its value is not below `obstacle_threshold` (0.2 at first), and freer cells are
+cheaper. With a coarse factor above 1 the map is reduced so many times before each search. Settings
+take effect at the next request. Fields that are arrays are copies.
+
+The weight of the distance to the goal (set_h_weight) and the neighbour tables are shared by all
+finders of the process, and every new finder sets the weight back to 0.5. Threads may share finders
+all the same: one request runs at a time, while other Python code goes on.
+
+>>> map = korrin.OccupancyMap(200, 100, 0.05)     # 10 m x 5 m
+>>> map.reset(1)
+>>> map.image[:80, 100] = 0                       # a wall with a way round
+>>> finder = korrin.OccMapPathFinder(map, 0)
+>>> path = finder.compute_path((1, 1, 0), (9, 1, 0))
+>>> path.shape[1], np.round(path[0], 3).tolist(), np.round(path[-1], 3).tolist()
+(3, [1.0, 1.0, 0.0], [9.0, 1.0, 0.0])
+>>> bool(path[:, 1].max() > 3.9)
+True
+)";
+
+constexpr const char* kPosesDoc = R"(The way between two world poses (metres, radians) as an N x 3
+array of poses: the centres of its cells, both ends included. The heading of the start is dropped.
+
+Empty, with one log record that says why, when there is none: the start or the goal is not free or
+off the map, or there is no way.
+
+>>> map = korrin.OccupancyMap(20, 20, 0.5)
+>>> korrin.OccMapPathFinder(map, 0).compute_path((1, 1, 0), (2, 1, 0)).tolist()
+[[1.0, 1.0, 0.0], [1.5, 1.0, 0.0], [2.0, 1.0, 0.0]]
+)";
+
+constexpr const char* kCellsDoc = R"(The same between two cells of the coarse map, given as Pose2Di
+or by keyword; N x 3: column, row, heading. The start keeps its heading, all other cells have 0.
+
+>>> map = korrin.OccupancyMap(20, 20, 0.5)
+>>> finder = korrin.OccMapPathFinder(map, 0)
+>>> finder.compute_path(start_cell=(1, 1, 0), end_cell=(3, 1, 0)).tolist()
+[[1.0, 1.0, 0.0], [2.0, 1.0, 0.0], [3.0, 1.0, 0.0]]
+)";
+
+// A finder, the map that it plans on, and the size of its arrays.
+class Finder {
+ public:
+  Finder(std::shared_ptr<OccupancyMap> map, float value) : map_(std::move(map)) {
+    unlockedAlone([&] { finder_ = std::make_unique<OccMapPathFinder>(map_.get(), value); });
+  }
+
+  std::shared_ptr<OccupancyMap> map() const { return map_; }
+
+  void setMap(std::shared_ptr<OccupancyMap> map) {
+    // Swapped while no request runs; the old map goes when the lock is left.
+    unlockedAlone([&] {
+      map_.swap(map);
+      finder_->setOccMap(map_.get());
+    });
+  }
+
+  // Reads or sets a field while no request runs.
+  template <typename Value>
+  Value get(Value OccMapPathFinder::*field) const {
+    Value value{};
+    unlockedAlone([&] { value = finder_.get()->*field; });
+    return value;
+  }
+  template <typename Value>
+  void set(Value OccMapPathFinder::*field, const Value& value) {
+    unlockedAlone([&] { finder_.get()->*field = value; });
+  }
+
+  // Does `work` with the finder while no other request runs.
+  template <typename Work>
+  void with(const Work& work) {
+    unlockedAlone([&] { work(*finder_); });
+  }
+
+  // The same for work that may search, and so replace the arrays. They are put away meanwhile: if
+  // there are others afterwards, a request was accepted and they are of the coarse map's size.
+  template <typename Work>
+  void search(const Work& work) {
+    unlockedAlone([&] {
+      auto states = std::move(finder_->cellStates);
+      auto restore = [&] {
+        if (!finder_->cellStates) finder_->cellStates = std::move(states);
+      };
+      try {
+        work(*finder_);
+      } catch (...) {
+        columns_ = rows_ = 0;
+        restore();
+        throw;
+      }
+      if (finder_->cellStates) {
+        columns_ = finder_->coarseMap.image->width;
+        rows_ = finder_->coarseMap.image->height;
+      }
+      restore();
+    });
+  }
+
+  // A copy of one of the arrays, rows x columns; None before the first accepted request.
+  py::object array(OccMapPathFinder::CellArray OccMapPathFinder::*field) {
+    std::vector<std::int32_t> cells;
+    py::ssize_t columns = 0;
+    py::ssize_t rows = 0;
+    with([&](OccMapPathFinder& finder) {
+      const std::int32_t* first = (finder.*field).get();
+      columns = columns_;
+      rows = rows_;
+      if (first != nullptr) cells.assign(first, first + columns * rows);
+    });
+    if (cells.empty()) return py::none();
+    return takeOver(std::move(cells)).reshape({rows, columns});
+  }
+
+  // One entry of an array; IndexError off the map of the last accepted request.
+  std::int32_t entry(const Pose2Di& cell, OccMapPathFinder::CellArray OccMapPathFinder::*field) {
+    std::int32_t value = 0;
+    with([&](OccMapPathFinder& finder) {
+      if (cell.x < 0 || cell.y < 0 || cell.x >= columns_ || cell.y >= rows_) {
+        throw py::index_error("the cell is off the map of the last accepted request");
+      }
+      value =
+          (finder.*field)[static_cast<std::size_t>(cell.y) * static_cast<std::size_t>(columns_) +
+                          static_cast<std::size_t>(cell.x)];
+    });
+    return value;
+  }
+
+ private:
+  std::shared_ptr<OccupancyMap> map_;
+  std::unique_ptr<OccMapPathFinder> finder_;
+  std::int32_t columns_ = 0;
+  std::int32_t rows_ = 0;
+};
+
+template <typename Place>
+std::vector<Place> computePath(Finder& self, const Place& start, const Place& end) {
+  std::vector<Place> path;
+  self.search([&](OccMapPathFinder& finder) { finder.computePath(start, end, path); });
+  return path;
+}
+
+float hWeight() {
+  float weight = 0.0f;
+  unlockedAlone([&] { weight = Node::hWeight; });
+  return weight;
+}
+
+void setHWeight(float weight) {
+  unlockedAlone([&] { OccMapPathFinder::setHWeight(weight); });
+}
+
+template <const std::vector<Pose2Di>& Table>
+std::vector<Pose2Di> neighborDeltas() {
+  std::vector<Pose2Di> deltas;
+  unlockedAlone([&] { deltas = Table; });
+  return deltas;
+}
+
+using FinderClass = py::class_<Finder>;
+
+template <typename Value>
+void field(FinderClass& type, const char* name, Value OccMapPathFinder::*member, const char* doc) {
+  type.def_property(
+      name, [member](const Finder& self) { return self.get(member); },
+      [member](Finder& self, const Value& value) { self.set(member, value); }, doc);
+}
+
+template <typename Value>
+void constField(FinderClass& type, const char* name, Value OccMapPathFinder::*member,
+                const char* doc) {
+  type.def_property_readonly(
+      name, [member](const Finder& self) { return self.get(member); }, doc);
+}
+
+void bindNode(FinderClass& type) {
+  PYBIND11_NUMPY_DTYPE(Node, x, y, theta, parent, f, g, h);
+  py::class_<Node>(type, "Node", R"(A node of a search.
+
+>>> korrin.OccMapPathFinder.Node().parent
+-1
+)")
+      .def(py::init<>())
+      .def_property_static(
+          "h_weight", [](const py::object&) { return hWeight(); },
+          [](const py::object&, float weight) { setHWeight(weight); },
+          "The weight of the distance to the goal, of all finders of the process")
+      .def_readwrite("x", &Node::x, "Column")
+      .def_readwrite("y", &Node::y, "Row")
+      .def_readwrite("theta", &Node::theta, "The start's heading in the start node, else 0")
+      .def_readwrite("parent", &Node::parent, "Index into closed_nodes, -1: start")
+      .def_readwrite("f", &Node::f, "Priority, lower first")
+      .def_readwrite("g", &Node::g, "Cost from the start")
+      .def_readwrite("h", &Node::h, "Straight distance to the goal, metres");
+}
+
+void bindFields(FinderClass& type) {
+  using F = OccMapPathFinder;
+  type.def_property("occ_map", &Finder::map, &Finder::setMap, "The map to plan on, or None");
+  field(type, "obstacle_threshold", &F::obstacleThreshold, "A cell below it is an obstacle");
+  field(type, "init_param", &F::initParam, "The constructor's second argument, not used");
+  field(type, "coarse_factor", &F::coarseFactor, "Cells along one side of a coarse cell");
+  field(type, "angle_cost_factor", &F::angleCostFactor, "Cost of a turn, metres a radian");
+  constField(type, "start", &F::start, "Cell of the last accepted request");
+  constField(type, "end", &F::end, "Cell of the last accepted request");
+  constField(type, "num_iterations", &F::numIterations, "Nodes expanded by the last search");
+  constField(type, "neighborhood_type", &F::neighborhoodType, "As it was set last");
+  constField(type, "neighbor_deltas", &F::neighborDeltas, "Steps that are tried, N x 3");
+  const auto copied = [](auto member) {
+    return [member](const Finder& self) { return takeOver(self.get(member)); };
+  };
+  type.def_property_readonly("nodes", copied(&F::nodes), "Every node, a structured array")
+      .def_property_readonly("closed_nodes", copied(&F::closedNodes), "Expanded nodes, in order")
+      .def_property_readonly("open_list", copied(&F::openList), "Indexes into nodes, next first")
+      .def_property_readonly(
+          "cell_states", [](Finder& self) { return self.array(&F::cellStates); },
+          "Rows x columns: 0 never seen, 1 open, 2 closed; None before the first request")
+      .def_property_readonly(
+          "cell_nodes", [](Finder& self) { return self.array(&F::cellNodes); },
+          "Rows x columns: index into nodes; None before the first request")
+      .def_property(
+          "coarse_map",
+          [](Finder& self) {
+            auto copy = std::make_shared<OccupancyMap>(0, 0, 1.0f, false);
+            self.with([&](F& finder) { *copy = finder.coarseMap; });
+            return copy;
+          },
+          [](Finder& self, const OccupancyMap& map) {
+            self.with([&](F& finder) { finder.coarseMap = map; });
+          },
+          "The map that is searched; a copy, both ways");
+}
+
+void bindSettings(FinderClass& type) {
+  using F = OccMapPathFinder;
+  type.def("set_occ_map", &Finder::setMap, py::arg("map"), R"(Plans on another map from now on.
+
+>>> finder = korrin.OccMapPathFinder(None, 0)
+>>> finder.set_occ_map(korrin.OccupancyMap(4, 4, 1))
+>>> len(finder.compute_path((0, 0, 0), (3, 0, 0)))
+4
+)")
+      .def_static("set_h_weight", &setHWeight, py::arg("weight"),
+                  R"(The weight of the distance to the goal, in [0, 1], of all finders there are.
+
+0 finds a cheapest path, 0.5 (plain A*) stands at first, 1 runs at the goal greedily.
+
+>>> finder = korrin.OccMapPathFinder(None, 0)
+>>> korrin.OccMapPathFinder.set_h_weight(0.25)
+>>> finder.Node.h_weight
+0.25
+)")
+      .def(
+          "set_obstacle_threshold",
+          [](Finder& self, float value) { self.set(&F::obstacleThreshold, value); },
+          py::arg("threshold"), R"(Sets the value below which a cell is an obstacle.
+
+>>> korrin.OccMapPathFinder(None, 0).set_obstacle_threshold(0.4)
+)")
+      .def(
+          "get_obstacle_threshold",
+          [](const Finder& self) { return self.get(&F::obstacleThreshold); },
+          R"(The value below which a cell is an obstacle.
+
+>>> round(korrin.OccMapPathFinder(None, 0).get_obstacle_threshold(), 3)
+0.2
+)")
+      .def(
+          "set_coarse_factor",
+          [](Finder& self, std::int32_t value) { self.set(&F::coarseFactor, value); },
+          py::arg("factor"), R"(Searches a map so many times coarser.
+
+>>> finder = korrin.OccMapPathFinder(korrin.OccupancyMap(40, 40, 0.25), 0)
+>>> finder.set_coarse_factor(4)
+>>> len(finder.compute_path((0, 0, 0), (3, 0, 0)))
+4
+)")
+      .def(
+          "set_angle_cost_factor",
+          [](Finder& self, float value) { self.set(&F::angleCostFactor, value); },
+          py::arg("factor"), R"(Metres that a turn of one radian before the first step costs.
+
+>>> korrin.OccMapPathFinder(None, 0).set_angle_cost_factor(0.5)
+)")
+      .def(
+          "get_angle_cost_factor", [](const Finder& self) { return self.get(&F::angleCostFactor); },
+          R"(Metres that a turn of one radian before the first step costs.
+
+>>> korrin.OccMapPathFinder(None, 0).get_angle_cost_factor()
+0.0
+)")
+      .def(
+          "set_neighborhood_type",
+          [](Finder& self, F::NeighborhoodType value) {
+            self.with([&](F& finder) { finder.setNeighborhoodType(value); });
+          },
+          py::arg("type"), R"(Chooses the steps: the 8 adjacent cells, or 12 or 16 farther ones.
+
+>>> finder = korrin.OccMapPathFinder(None, 0)
+>>> finder.set_neighborhood_type(finder.Triple)
+>>> len(finder.neighbor_deltas)
+16
+)")
+      .def(
+          "get_num_iterations", [](const Finder& self) { return self.get(&F::numIterations); },
+          R"(Nodes that the last accepted request expanded.
+
+>>> korrin.OccMapPathFinder(None, 0).get_num_iterations()
+0
+)");
+}
+
+void bindSteps(FinderClass& type) {
+  using F = OccMapPathFinder;
+  type.def(
+          "x_do_compute_path",
+          [](Finder& self, const Pose2Di& start, const Pose2Di& end) {
+            std::vector<Pose2Di> path;
+            self.search([&](F& finder) { finder.xDoComputePath(start, end, path); });
+            return path;
+          },
+          py::arg("start_cell"), py::arg("end_cell"),
+          R"(Searches `coarse_map` as it is, between two of its cells.
+
+>>> finder = korrin.OccMapPathFinder(None, 0)
+>>> finder.coarse_map = korrin.OccupancyMap(3, 1, 1)
+>>> len(finder.x_do_compute_path((0, 0, 0), (2, 0, 0)))
+3
+)")
+      .def(
+          "x_find_path",
+          [](Finder& self) {
+            bool found = false;
+            self.with([&](F& finder) { found = finder.xFindPath(); });
+            return found;
+          },
+          R"(Expands nodes until the goal is taken (True) or none is open (False).
+
+>>> korrin.OccMapPathFinder(None, 0).x_find_path()
+False
+)")
+      .def(
+          "x_build_path",
+          [](Finder& self) {
+            std::vector<Pose2Di> path;
+            self.with([&](F& finder) { finder.xBuildPath(path); });
+            return path;
+          },
+          R"(The cells from the start to the node closed last, N x 3.
+
+>>> korrin.OccMapPathFinder(None, 0).x_build_path().shape
+(0, 3)
+)")
+      .def(
+          "x_add_in_open_nodes",
+          [](Finder& self, const Node& node) {
+            self.with([&](F& finder) { finder.xAddInOpenNodes(node); });
+          },
+          py::arg("node"), R"(Stores a node and files it in the open list.
+
+>>> finder = korrin.OccMapPathFinder(korrin.OccupancyMap(4, 4, 1), 0)
+>>> path = finder.compute_path((0, 0, 0), (0, 0, 0))
+>>> finder.x_add_in_open_nodes(finder.Node())
+>>> finder.open_list.tolist()
+[1]
+)")
+      .def(
+          "x_cmp_pt",
+          [](Finder& self, const Pose2Di& a, const Pose2Di& b, bool near) {
+            bool same = false;
+            self.with([&](F& finder) { same = finder.xCmpPt(a, b, near); });
+            return same;
+          },
+          py::arg("a"), py::arg("b"), py::arg("near_is_enough"),
+          R"(Whether two cells are the same, or with `near_is_enough` and Double next to each other.
+
+>>> korrin.OccMapPathFinder(None, 0).x_cmp_pt((1, 2, 0), (1, 2, 0), False)
+True
+)")
+      .def(
+          "x_get_cell_state",
+          [](Finder& self, const Pose2Di& cell) { return self.entry(cell, &F::cellStates); },
+          py::arg("cell"), R"(The cell's entry of cell_states; IndexError off the searched map.
+
+>>> finder = korrin.OccMapPathFinder(korrin.OccupancyMap(4, 4, 1), 0)
+>>> path = finder.compute_path((0, 0, 0), (3, 0, 0))
+>>> finder.x_get_cell_state((3, 0, 0))
+2
+)")
+      .def(
+          "x_get_cell_node",
+          [](Finder& self, const Pose2Di& cell) { return self.entry(cell, &F::cellNodes); },
+          py::arg("cell"), R"(The cell's entry of cell_nodes; IndexError off the searched map.
+
+>>> finder = korrin.OccMapPathFinder(korrin.OccupancyMap(4, 4, 1), 0)
+>>> path = finder.compute_path((0, 0, 0), (3, 0, 0))
+>>> finder.nodes[finder.x_get_cell_node((3, 0, 0))]["x"]
+3
+)")
+      .def(
+          "x_find_node",
+          [](Finder& self, const Pose2Di& cell) -> py::object {
+            std::vector<Node> found;
+            self.with([&](F& finder) {
+              if (const Node* node = finder.xFindNode(cell)) found.push_back(*node);
+            });
+            return found.empty() ? py::none() : py::cast(found.front());
+          },
+          py::arg("cell"), R"(A copy of the first open node at a cell, or None.
+
+>>> finder = korrin.OccMapPathFinder(korrin.OccupancyMap(4, 4, 1), 0)
+>>> path = finder.compute_path((0, 0, 0), (3, 0, 0))
+>>> finder.x_find_node((2, 1, 0)).parent
+1
+)")
+      .def(
+          "x_distance",
+          [](Finder& self, int dx, int dy) {
+            float metres = 0.0f;
+            self.with([&](F& finder) { metres = finder.xDistance(dx, dy); });
+            return metres;
+          },
+          py::arg("dx"), py::arg("dy"), R"(The length of a cell offset on the coarse map, metres.
+
+>>> korrin.OccMapPathFinder(None, 0).x_distance(3, 4)
+5.0
+)")
+      .def(
+          "x_compute_angle_cost",
+          [](Finder& self, float theta, const Pose2Di& delta) {
+            float cost = 0.0f;
+            self.with([&](F& finder) { cost = finder.xComputeAngleCost(theta, delta); });
+            return cost;
+          },
+          py::arg("theta"), py::arg("delta"),
+          R"(What turning from heading `theta` (radians) to the direction of a step costs.
+
+>>> finder = korrin.OccMapPathFinder(None, 0)
+>>> finder.set_angle_cost_factor(2)
+>>> finder.x_compute_angle_cost(0.5, (1, 0, 0))
+1.0
+)");
+}
+
+void bindTables(py::module_& module) {
+  module.def(
+      "init_neighbor_deltas", [] { unlockedAlone(&Brin::initNeighborDeltas); },
+      R"(Fills the three neighbour tables, as every new finder does.
+
+>>> korrin.init_neighbor_deltas()
+)");
+  module.def("k_simple_neighbor_deltas", &neighborDeltas<Brin::kSimpleNeighborDeltas>,
+             R"(The offsets of the 8 adjacent cells, N x 3; empty until there was a finder.
+
+>>> korrin.init_neighbor_deltas()
+>>> korrin.k_simple_neighbor_deltas()[0].tolist()
+[-1.0, -1.0, 0.0]
+)");
+  module.def("k_double_neighbor_deltas", &neighborDeltas<Brin::kDoubleNeighborDeltas>,
+             R"(The offsets of 12 cells 2 or the root of 5 away, likewise.
+
+>>> korrin.init_neighbor_deltas()
+>>> len(korrin.k_double_neighbor_deltas())
+12
+)");
+  module.def("k_triple_neighbor_deltas", &neighborDeltas<Brin::kTripleNeighborDeltas>,
+             R"(The offsets of 16 cells up to the root of 10 away, likewise.
+
+>>> korrin.init_neighbor_deltas()
+>>> len(korrin.k_triple_neighbor_deltas())
+16
+)");
+}
+
+}  // namespace
+
+void bindPathFinder(py::module_& module) {
+  bindTables(module);
+  FinderClass type(module, "OccMapPathFinder", kFinderDoc);
+  py::enum_<OccMapPathFinder::NeighborhoodType>(type, "NeighborhoodType",
+                                                R"(Which cells a step can reach.
+
+>>> korrin.OccMapPathFinder.Simple
+<NeighborhoodType.Simple: 0>
+)")
+      .value("Simple", OccMapPathFinder::Simple)
+      .value("Double", OccMapPathFinder::Double)
+      .value("Triple", OccMapPathFinder::Triple)
+      .export_values();
+  bindNode(type);
+  type.def(py::init<std::shared_ptr<OccupancyMap>, float>(), py::arg("map"),
+           py::arg("value") = 0.0f)
+      .def("compute_path", &computePath<Pose2D>, py::arg("start_pose"), py::arg("end_pose"),
+           kPosesDoc)
+      .def("compute_path", &computePath<Pose2Di>, py::arg("start_cell"), py::arg("end_cell"),
+           kCellsDoc);
+  bindFields(type);
+  bindSettings(type);
+  bindSteps(type);
+}
+
+}  // namespace korrin_python
