@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <new>
 
 #include "korrin/core/log.hpp"
 #include "korrin/map_image_utils.hpp"
 #include "src/cell_state.hpp"
 #include "src/path_search.hpp"
+#include "src/zeroed_array.hpp"
 
 namespace Brin {
 
@@ -30,14 +30,6 @@ constexpr int kNoPathLine = 269;
 
 void logSearch(NavLogLevel level, const char* message, int line) {
   completeLog(level, message, kFile, "xDoComputePath", line);
-}
-
-OccMapPathFinder::CellArray makeZeroedArray(std::size_t cells) {
-  // Never 0 bytes, for which null would be a success. Large blocks come from the system as pages
-  // that are zero already, so that what a search does not touch costs nothing.
-  void* memory = std::calloc(std::max<std::size_t>(cells, 1), sizeof(std::int32_t));
-  if (memory == nullptr) throw std::bad_alloc();
-  return OccMapPathFinder::CellArray(static_cast<std::int32_t*>(memory));
 }
 
 float priority(float g, float h) {
@@ -147,7 +139,7 @@ void OccMapPathFinder::xDoComputePath(const Pose2Di& startCell, const Pose2Di& e
     return;
   }
   resetSearch(from, to);
-  if (xFindPath()) {
+  if (PathSearch(*this).run()) {
     xBuildPath(path);
   } else {
     logSearch(NavLogLevel::Error, "No path could be found.", kNoPathLine);
@@ -167,8 +159,8 @@ void OccMapPathFinder::resetSearch(const Pose2Di& startCell, const Pose2Di& endC
 
   const auto columns = static_cast<std::size_t>(coarseMap.image->width);
   const auto rows = static_cast<std::size_t>(coarseMap.image->height);
-  cellStates = makeZeroedArray(columns * rows);
-  cellNodes = makeZeroedArray(columns * rows);
+  cellStates = makeZeroedArray<std::int32_t>(columns * rows);
+  cellNodes = makeZeroedArray<std::int32_t>(columns * rows);
   arrayWidth_ = coarseMap.image->width;
   arrayHeight_ = coarseMap.image->height;
   xAddInOpenNodes({start.x, start.y, start.theta, -1, priority(0.0f, 0.0f), 0.0f, 0.0f});
@@ -179,7 +171,39 @@ bool OccMapPathFinder::xFindPath() {
   const bool arraysFit = coarseMap.image != nullptr && coarseMap.image->width == arrayWidth_ &&
                          coarseMap.image->height == arrayHeight_;
   if (!arraysFit) return false;
-  return PathSearch(*this).run();
+  bool isFirst = true;
+  while (!openList.empty()) {
+    ++numIterations;
+    const Node current = nodes[static_cast<std::size_t>(openList.front())];
+    openList.erase(openList.begin());
+    closedNodes.push_back(current);
+    const Pose2Di cell(current.x, current.y, 0.0f);
+    xGetCellState(cell) = kClosed;
+    if (xCmpPt(cell, end, true)) return true;
+    for (const Pose2Di& delta : neighborDeltas) tryNeighbor(current, delta, isFirst);
+    isFirst = false;
+  }
+  return false;
+}
+
+void OccMapPathFinder::tryNeighbor(const Node& current, const Pose2Di& delta, bool isFirst) {
+  const Pose2Di cell(current.x + delta.x, current.y + delta.y, 0.0f);
+  if (!isFree(cell)) return;
+  const float p = coarseMap.getCell(cell.x, cell.y);
+  float g = current.g + xDistance(delta.x, delta.y) * (1.0f + 2.0f * (1.0f - p));
+  if (isFirst) g += xComputeAngleCost(start.theta, delta);
+  const float h = xDistance(end.x - cell.x, end.y - cell.y);
+  const auto parent = static_cast<std::int32_t>(closedNodes.size()) - 1;
+  const Node offer{cell.x, cell.y, 0.0f, parent, priority(g, h), g, h};
+  std::int32_t& state = xGetCellState(cell);
+  if (state == kOpen) {
+    // A node that becomes cheaper keeps its place in the list on purpose.
+    Node& known = nodes[static_cast<std::size_t>(xGetCellNode(cell))];
+    if (known.g > g) known = offer;
+  } else if (state == kNeverSeen) {
+    xAddInOpenNodes(offer);
+    state = kOpen;
+  }
 }
 
 void OccMapPathFinder::xBuildPath(std::vector<Pose2Di>& path) {

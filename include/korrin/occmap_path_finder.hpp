@@ -216,6 +216,7 @@ class KORRIN_EXPORT OccMapPathFinder {
   std::size_t entryOf(const Pose2Di& cell) const;
   bool refreshCoarseMap();
   void resetSearch(const Pose2Di& startCell, const Pose2Di& endCell);
+  void tryNeighbor(const Node& current, const Pose2Di& delta, bool isFirst);
 
   // The size of the map that the two arrays were made for.
   std::int32_t arrayWidth_;
