@@ -75,6 +75,16 @@ inline bool anyLane(Ints mask) {
 #endif
 }
 
+// One bit for each lane, set where a comparison holds.
+inline unsigned laneBits(Ints mask) {
+#ifdef __SSE__
+  return static_cast<unsigned>(_mm_movemask_ps(reinterpret_cast<Floats>(mask)));
+#else
+  const Ints bits = mask & Ints{1, 2, 4, 8};
+  return static_cast<unsigned>(bits[0] | bits[1] | bits[2] | bits[3]);
+#endif
+}
+
 // The first lane in which a comparison holds; kLanes if there is none.
 inline int firstLane(Ints mask) {
   int lane = 0;

@@ -2,22 +2,18 @@
 //
 // The search needs a sequence of nodes, each with a priority, and these operations:
 //
-//   file(node, f)     inserts right behind the hindmost entry whose present priority is below f, or
-//                     at the front when there is none
-//   takeFirst()       removes the front entry
-//   lower(node, f)    gives an entry a lower priority, in its place
-//   putInFront(node, f), copyTo(nodes)   take over and tell the whole order
+//   file(node, f)    inserts right behind the hindmost entry whose present priority is below f, or
+//                    at the front when there is none
+//   takeFirst()      removes the front entry
+//   change(node, f)  gives an entry another priority, in its place
+//   copyTo(nodes)    tells the whole order
 //
-// A lowered entry keeps its place, so the sequence is not sorted, and no key made of priority and
-// age tells its order: a heap would take entries in another one. But where a new entry goes depends
-// only on the lowest priority from each entry to the end, its key here, and keys do ascend. The
-// sequence is cut into blocks; for each, the lowest key in it and behind it is known as well.
-// Counting blocks, and then entries of one block, whose keys are below f finds the place without a
-// branch; a search across a large floor keeps thousands of entries, most of which a scan would
-// meet.
-//
-// Within a block a key may leave out what is behind the block: the block is only searched when
-// nothing behind it is below f.
+// A changed entry keeps its place, so the sequence is not sorted, and no key made of priority and
+// age tells its order: a heap would take entries in another one. The sequence is therefore kept as
+// it is, as the leaves of a tree of three levels in which every parent knows the lowest priority
+// below each child. On each level the hindmost child that is lower than f is found by comparing
+// all of them at once, without a branch. A search across a large floor keeps thousands of entries
+// here, most of which a scan would meet.
 //
 // Not-a-number is below nothing, and nothing is below it. The literal model is a vector that is
 // scanned from the back; see tests/open_list_test.cpp.
@@ -27,257 +23,286 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 #include <utility>
 #include <vector>
+
+#include "core/lanes.hpp"
 
 namespace Brin {
 
 class OpenList {
  public:
-  bool empty() const { return order_.empty(); }
-
-  void clear() {
-    while (!empty()) takeFirst();
+  OpenList() {
+    top_.reserve(8);
+    addTop(0, newBranch());
+    branches_[0].insert(0, newLeaf(0), kHighest);
   }
+
+  bool empty() const { return size_ == 0; }
 
   // `node` is an index, not negative, that is not in the list.
   void file(std::int32_t node, float f) {
-    if (empty()) addFrontBlock();
-    std::size_t at = blockFor(f);
-    int place = blockAt(at).placeFor(f);
-    if (blockAt(at).last == kBlockSize) {
-      if (blockAt(at).first > 0) {
-        place -= blockAt(at).first;
-        blockAt(at).slideToTheFront();
-      } else {
-        split(at);
-        if (place > kHalf) {
-          place -= kHalf;
-        } else {
-          ++at;  // the front half
-        }
-      }
+    ++size_;
+    const std::size_t at = branchFor(f);
+    const std::int32_t branchId = order_[at];
+    Row* branch = &branches_[slot(branchId)];
+    int place = std::min(branch->hindmostBelow(f), branch->count - 1);
+    const std::int32_t leafId = branch->items[slot(place)];
+    Row* leaf = &leaves_[slot(leafId)];
+    if (leaf->count == kRowSize) {
+      --size_;
+      splitLeaf(at, place);
+      return file(node, f);
     }
-    blockAt(at).insert(place, node, f);
-    rememberBlock(node, order_[at]);
+    leaf->insert(leaf->hindmostBelow(f), node, f);
+    rememberLeaf(node, leafId);
+    lowerTo(branch->lows[slot(place)], f);
+    lowerTo(top_[at], f);
   }
 
   // The list must not be empty.
   std::int32_t first() const {
-    const Block& front = blockAt(order_.size() - 1);
-    return front.nodes[slot(front.first)];
+    const Row& leaf = leaves_[slot(branches_[slot(order_.back())].last())];
+    return leaf.last();
   }
 
   // The list must not be empty.
   std::int32_t takeFirst() {
-    Block& front = blockAt(order_.size() - 1);
-    const std::int32_t node = front.takeFirst();
-    if (front.first == front.last) removeFrontBlock();
+    --size_;
+    Row& branch = branches_[slot(order_.back())];
+    Row& leaf = leaves_[slot(branch.last())];
+    const std::int32_t node = leaf.takeLast();
+    if (leaf.count == 0) removeFrontLeaf();
     return node;
   }
 
-  // Does nothing when `node` is not in the list, or its priority is not above `f`.
-  void lower(std::int32_t node, float f) {
-    if (slot(node) >= blockOfNode_.size()) return;
-    const std::int32_t id = blockOfNode_[slot(node)];
-    Block& block = storage_[slot(id)];
-    const int place = block.placeOf(node);
-    if (place < 0) return;
-    block.lowerUpTo(place, f);
-    std::size_t at = positionOfBlock_[slot(id)];
-    for (; at < lowest_.size() && f < lowest_[at]; ++at) lowest_[at] = f;
-  }
-
-  // Inserts at the front, whatever the priorities.
-  void putInFront(std::int32_t node, float f) {
-    if (empty() || blockAt(order_.size() - 1).first == 0) addFrontBlock();
-    blockAt(order_.size() - 1).putInFront(node, f);
-    rememberBlock(node, order_.back());
+  // Does nothing when `node` is not in the list.
+  void change(std::int32_t node, float f) {
+    if (slot(node) >= leafOfNode_.size()) return;
+    const std::int32_t leafId = leafOfNode_[slot(node)];
+    Row& leaf = leaves_[slot(leafId)];
+    const int place = leaf.placeOf(node);
+    if (place >= leaf.count) return;
+    const float before = leaf.lows[slot(place)];
+    leaf.lows[slot(place)] = f;
+    const std::int32_t branchId = branchOfLeaf_[slot(leafId)];
+    Row& branch = branches_[slot(branchId)];
+    const int leafPlace = branch.placeOf(leafId);
+    const std::size_t at = positionOfBranch_[slot(branchId)];
+    if (f <= before) {
+      lowerTo(branch.lows[slot(leafPlace)], f);
+      lowerTo(top_[at], f);
+    } else {
+      branch.lows[slot(leafPlace)] = leaf.lowest();
+      top_[at] = branch.lowest();
+    }
   }
 
   // `nodes` receives all nodes from front to back.
   void copyTo(std::vector<std::int32_t>& nodes) const {
     nodes.clear();
     for (std::size_t at = order_.size(); at-- > 0;) {
-      const Block& block = blockAt(at);
-      nodes.insert(nodes.end(), block.nodes.begin() + block.first,
-                   block.nodes.begin() + block.last);
+      const Row& branch = branches_[slot(order_[at])];
+      for (int i = branch.count; i-- > 0;) {
+        const Row& leaf = leaves_[slot(branch.items[slot(i)])];
+        for (int k = leaf.count; k-- > 0;) nodes.push_back(leaf.items[slot(k)]);
+      }
     }
   }
 
  private:
-  // Small enough to compare and to shift in a few instructions, large enough for few blocks.
-  static constexpr int kBlockSize = 32;
-  static constexpr int kHalf = kBlockSize / 2;
+  static constexpr int kRowSize = 16;
+  static constexpr int kHalf = kRowSize / 2;
   static constexpr float kHighest = std::numeric_limits<float>::infinity();
 
   static std::size_t slot(int i) { return static_cast<std::size_t>(i); }
 
-  // Entries [first, last), in order. What the search does all the time goes over the whole block,
-  // in loops of a fixed length and without a branch.
-  struct Block {
-    // Twice as long as can be filled, so that a shift need not look for the end.
-    std::array<float, 2 * kBlockSize> keys;  // ascending; -infinity before entries, infinity behind
-    std::array<std::int32_t, 2 * kBlockSize> nodes;  // -1 before and behind
-    int first;
-    int last;
+  static void lowerTo(float& low, float f) {
+    if (f < low) low = f;
+  }
 
-    // No entries, and room for them behind `place` (0) or before it (kBlockSize).
-    void makeEmpty(int place) {
-      keys.fill(kHighest);
-      nodes.fill(-1);
-      std::fill_n(keys.begin(), place, -kHighest);
-      first = last = place;
+  // One bit for each of kRowSize numbers, set where it is below `f`.
+  static unsigned bitsBelow(const float* numbers, float f) {
+    unsigned bits = 0;
+    for (int i = 0; i < kRowSize; i += kLanes) {
+      bits |= laneBits(load<Floats>(numbers + i) < Floats{f, f, f, f}) << i;
+    }
+    return bits;
+  }
+
+  // Up to kRowSize items from back to front, each with the lowest priority in it: nodes in a leaf,
+  // leaves in a branch.
+  struct Row {
+    // Twice as long as can be filled, so that a shift need not look for the end. What is not filled
+    // holds infinity and -1.
+    std::array<float, 2 * kRowSize> lows;
+    std::array<std::int32_t, 2 * kRowSize> items;
+    int count = 0;
+
+    Row() {
+      lows.fill(kHighest);
+      items.fill(-1);
     }
 
-    // The slot behind the hindmost entry below `f`; the first one when there is none.
-    int placeFor(float f) const {
-      int below = 0;
-      for (int i = 0; i < kBlockSize; ++i) below += keys[slot(i)] < f ? 1 : 0;
-      return std::max(first, below);
+    std::int32_t last() const { return items[slot(count - 1)]; }
+
+    // The place of the hindmost item below `f`; `count` when there is none.
+    int hindmostBelow(float f) const {
+      return __builtin_ctz(bitsBelow(lows.data(), f) | 1u << count);
     }
 
-    // The slot of `node`, or -1.
-    int placeOf(std::int32_t node) const {
-      int behind = 0;  // a sum of at most one
-      for (int i = 0; i < kBlockSize; ++i) behind += nodes[slot(i)] == node ? i + 1 : 0;
-      return behind - 1;
-    }
-
-    // `last` must be less than kBlockSize.
-    void insert(int place, std::int32_t node, float f) {
-      const float next = keys[slot(place)];
-      shift(keys.data() + place);
-      shift(nodes.data() + place);
-      keys[slot(place)] = f < next ? f : next;
-      nodes[slot(place)] = node;
-      ++last;
-    }
-
-    // `first` must be greater than 0.
-    void putInFront(std::int32_t node, float f) {
-      const float next = keys[slot(first)];
-      --first;
-      keys[slot(first)] = f < next ? f : next;
-      nodes[slot(first)] = node;
-    }
-
-    std::int32_t takeFirst() {
-      keys[slot(first)] = -kHighest;
-      return std::exchange(nodes[slot(first++)], -1);
-    }
-
-    // Lowers the keys up to and including that at `place` to `f` where they are higher.
-    void lowerUpTo(int place, float f) {
-      for (int i = 0; i < kBlockSize; ++i) {
-        const float key = keys[slot(i)];
-        keys[slot(i)] = i <= place && f < key ? f : key;
+    // The place of an item; `count` when it is not there.
+    int placeOf(std::int32_t item) const {
+      unsigned bits = 1u << count;
+      for (int i = 0; i < kRowSize; i += kLanes) {
+        bits |= laneBits(load<Ints>(items.data() + i) == all(item)) << i;
       }
+      return __builtin_ctz(bits);
     }
 
-    void slideToTheFront() {
-      std::copy(keys.begin() + first, keys.end(), keys.begin());
-      std::copy(nodes.begin() + first, nodes.end(), nodes.begin());
-      last -= first;
-      first = 0;
+    float lowest() const {
+      float low = kHighest;
+      for (int i = 0; i < kRowSize; ++i) low = lows[slot(i)] < low ? lows[slot(i)] : low;
+      return low;
     }
 
-    // Moves kBlockSize numbers one slot on.
-    template <typename Number>
-    static void shift(Number* numbers) {
-      constexpr int kStride = 4;
-      for (int i = kBlockSize - kStride; i >= 0; i -= kStride) {
-        Number moved[kStride];
-        std::memcpy(moved, numbers + i, sizeof moved);
-        std::memcpy(numbers + i + 1, moved, sizeof moved);
+    // There must be room.
+    void insert(int place, std::int32_t item, float low) {
+      shift(lows.data() + place);
+      shift(items.data() + place);
+      lows[slot(place)] = low;
+      items[slot(place)] = item;
+      ++count;
+    }
+
+    std::int32_t takeLast() {
+      --count;
+      lows[slot(count)] = kHighest;
+      return std::exchange(items[slot(count)], -1);
+    }
+
+    // Moves the front half to the empty row `other`.
+    void moveHalf(Row& other) {
+      std::swap_ranges(lows.begin() + kHalf, lows.begin() + kRowSize, other.lows.begin());
+      std::swap_ranges(items.begin() + kHalf, items.begin() + kRowSize, other.items.begin());
+      count = other.count = kHalf;
+    }
+
+    // Moves kRowSize numbers one slot on.
+    static void shift(void* numbers) {
+      auto* bytes = static_cast<char*>(numbers);
+      for (int i = kRowSize - kLanes; i >= 0; i -= kLanes) {
+        store(bytes + 4 * (i + 1), load<Ints>(bytes + 4 * i));
       }
     }
   };
 
-  Block& blockAt(std::size_t at) { return storage_[slot(order_[at])]; }
-  const Block& blockAt(std::size_t at) const { return storage_[slot(order_[at])]; }
-
-  // The block of the hindmost entry below `f`; the front block when no other has one.
-  std::size_t blockFor(float f) const {
-    const std::size_t others = lowest_.size() - 1;
-    std::size_t part = 0;
-    for (std::size_t at = 15; at < others; at += 16) part += lowest_[at] < f ? 0 : 16;
-    if (part + 16 <= others) {
-      std::int32_t notBelow = 0;
-      for (std::size_t at = part; at < part + 16; ++at) notBelow += lowest_[at] < f ? 0 : 1;
-      return part + static_cast<std::size_t>(notBelow);
+  // The branch of the hindmost entry below `f`; the front one when there is none.
+  std::size_t branchFor(float f) const {
+    std::size_t from = 0;
+    unsigned bits = bitsBelow(top_.data(), f);
+    while (bits == 0 && from + kRowSize < order_.size()) {
+      from += kRowSize;
+      bits = bitsBelow(top_.data() + from, f);
     }
-    std::int32_t notBelow = 0;
-    for (std::size_t at = part; at < others; ++at) notBelow += lowest_[at] < f ? 0 : 1;
-    return part + static_cast<std::size_t>(notBelow);
+    const std::size_t front = order_.size() - 1;
+    return bits == 0 ? front : from + slot(__builtin_ctz(bits));
   }
 
-  void rememberBlock(std::int32_t node, std::int32_t id) {
-    if (slot(node) >= blockOfNode_.size()) blockOfNode_.resize(2 * slot(node) + 1);
-    blockOfNode_[slot(node)] = id;
+  void rememberLeaf(std::int32_t node, std::int32_t leafId) {
+    if (slot(node) >= leafOfNode_.size()) leafOfNode_.resize(2 * slot(node) + 64);
+    leafOfNode_[slot(node)] = leafId;
   }
 
-  // Moves the hind half of the full block at `at` to a new block behind it.
-  void split(std::size_t at) {
-    const std::int32_t hindId = newBlock();
-    Block& front = blockAt(at);
-    Block& hind = storage_[slot(hindId)];
-    hind.makeEmpty(0);
-    for (int i = kHalf; i < kBlockSize; ++i) {
-      std::swap(hind.keys[slot(i - kHalf)], front.keys[slot(i)]);
-      std::swap(hind.nodes[slot(i - kHalf)], front.nodes[slot(i)]);
-      rememberBlock(hind.nodes[slot(i - kHalf)], hindId);
+  void splitLeaf(std::size_t at, int place) {
+    if (branches_[slot(order_[at])].count == kRowSize) {
+      splitBranch(at);
+      if (place >= kHalf) {
+        ++at;
+        place -= kHalf;
+      }
     }
-    hind.last = front.last = kHalf;
-    const auto offset = static_cast<std::ptrdiff_t>(at);
-    order_.insert(order_.begin() + offset, hindId);
-    lowest_.insert(lowest_.begin() + offset, lowestFrom(at));
-    for (std::size_t i = at; i < order_.size(); ++i) positionOfBlock_[slot(order_[i])] = i;
+    const std::int32_t branchId = order_[at];
+    const std::int32_t frontId = newLeaf(branchId);
+    Row& branch = branches_[slot(branchId)];
+    Row& leaf = leaves_[slot(branch.items[slot(place)])];
+    Row& front = leaves_[slot(frontId)];
+    leaf.moveHalf(front);
+    for (int i = 0; i < kHalf; ++i) rememberLeaf(front.items[slot(i)], frontId);
+    branch.lows[slot(place)] = leaf.lowest();
+    branch.insert(place + 1, frontId, front.lowest());
   }
 
-  void addFrontBlock() {
-    // The one that was in front so far needs its minimum from now on.
-    if (!empty()) lowest_.back() = lowestFrom(order_.size() - 1);
-    const std::int32_t id = newBlock();
-    storage_[slot(id)].makeEmpty(kBlockSize);
-    positionOfBlock_[slot(id)] = order_.size();
-    order_.push_back(id);
-    lowest_.push_back(kHighest);
+  void splitBranch(std::size_t at) {
+    const std::int32_t frontId = newBranch();
+    Row& branch = branches_[slot(order_[at])];
+    Row& front = branches_[slot(frontId)];
+    branch.moveHalf(front);
+    for (int i = 0; i < kHalf; ++i) branchOfLeaf_[slot(front.items[slot(i)])] = frontId;
+    addTop(at + 1, frontId);
+    top_[at] = branch.lowest();
+    top_[at + 1] = front.lowest();
   }
 
-  void removeFrontBlock() {
-    free_.push_back(order_.back());
-    order_.pop_back();
-    lowest_.pop_back();
+  void addTop(std::size_t at, std::int32_t branchId) {
+    order_.insert(order_.begin() + static_cast<std::ptrdiff_t>(at), branchId);
+    top_.resize(order_.size());
+    top_.insert(top_.begin() + static_cast<std::ptrdiff_t>(at), kHighest);
+    top_.resize(order_.size());
+    top_.resize((order_.size() + kRowSize - 1) / kRowSize * kRowSize, kHighest);
+    for (std::size_t i = at; i < order_.size(); ++i) positionOfBranch_[slot(order_[i])] = i;
   }
 
-  // The id of a block that is not in use.
-  std::int32_t newBlock() {
-    if (free_.empty()) {
-      storage_.emplace_back();
-      positionOfBlock_.push_back(0);
-      return static_cast<std::int32_t>(storage_.size() - 1);
+  void removeFrontLeaf() {
+    Row& branch = branches_[slot(order_.back())];
+    if (branch.count == 1) {
+      if (order_.size() == 1) {  // stays, empty
+        branch.lows[0] = kHighest;
+        top_[0] = kHighest;
+        return;
+      }
+      freeBranches_.push_back(order_.back());
+      order_.pop_back();
+      top_[order_.size()] = kHighest;
     }
-    const std::int32_t id = free_.back();
-    free_.pop_back();
+    freeLeaves_.push_back(branch.takeLast());
+  }
+
+  std::int32_t newLeaf(std::int32_t branchId) {
+    const std::int32_t id = unused(leaves_, freeLeaves_);
+    branchOfLeaf_.resize(leaves_.size());
+    branchOfLeaf_[slot(id)] = branchId;
     return id;
   }
 
-  // The lowest key of the block at `at` and all behind it.
-  float lowestFrom(std::size_t at) const {
-    const float here = blockAt(at).keys[slot(blockAt(at).first)];
-    return at > 0 ? std::min(here, lowest_[at - 1]) : here;
+  std::int32_t newBranch() {
+    const std::int32_t id = unused(branches_, freeBranches_);
+    positionOfBranch_.resize(branches_.size());
+    return id;
   }
 
-  std::vector<Block> storage_;      // by block id
-  std::vector<std::int32_t> free_;  // ids that are not in use
-  // From back to front, so that taking the front entries moves nothing.
-  std::vector<std::int32_t> order_;  // ids
-  std::vector<float> lowest_;        // of that block and all behind it; unused for the front block
-  std::vector<std::size_t> positionOfBlock_;  // by block id: index into order_
-  std::vector<std::int32_t> blockOfNode_;     // by node: block id
+  // The id of an empty row.
+  static std::int32_t unused(std::vector<Row>& rows, std::vector<std::int32_t>& free) {
+    if (free.empty()) {
+      rows.emplace_back();
+      return static_cast<std::int32_t>(rows.size() - 1);
+    }
+    const std::int32_t id = free.back();
+    free.pop_back();
+    return id;
+  }
+
+  std::size_t size_ = 0;
+  std::vector<Row> leaves_;    // by leaf id
+  std::vector<Row> branches_;  // by branch id
+  std::vector<std::int32_t> freeLeaves_;
+  std::vector<std::int32_t> freeBranches_;
+  std::vector<std::int32_t> order_;  // branch ids, from back to front
+  std::vector<float> top_;           // the lowest priority in each
+  std::vector<std::size_t> positionOfBranch_;
+  std::vector<std::int32_t> branchOfLeaf_;
+  std::vector<std::int32_t> leafOfNode_;
 };
 
 }  // namespace Brin

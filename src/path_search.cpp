@@ -4,23 +4,20 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <limits>
 
 #include "src/cell_state.hpp"
-
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
 
 namespace Brin {
 namespace {
 
-// A mark is a cell's lowest cost so far, as the bits of a float; or kNeverSeen or kClosed. What
-// looks like one of these two but is a cost is marked as -0.
+// A mark is a cell's lowest cost so far, as the bits of a float; or kNeverSeen or kClosed, and so
+// costs that have the bits of one of these are marked with the next higher ones. Whoever compares
+// with marks looks at the node itself before anything is changed.
 std::int32_t markOf(float cost) {
+  static_assert(kNeverSeen == 0 && kClosed == 2, "both are even");
   std::int32_t bits;
   std::memcpy(&bits, &cost, sizeof bits);
-  return bits == kNeverSeen || bits == kClosed ? std::numeric_limits<std::int32_t>::min() : bits;
+  return bits == kNeverSeen || bits == kClosed ? bits + 1 : bits;
 }
 
 }  // namespace
@@ -33,32 +30,34 @@ PathSearch::PathSearch(OccMapPathFinder& finder)
       height_(finder.coarseMap.image->height),
       reach_(0),
       threshold_(finder.obstacleThreshold),
-      resolution_(finder.coarseMap.params.resolution),
       gWeight_(1.0f - Node::hWeight),
-      hWeight_(Node::hWeight),
-      isSmall_(width_ * width_ + height_ * height_ < (1 << 24)) {
+      hWeight_(Node::hWeight) {
   for (const Pose2Di& delta : finder.neighborDeltas) addStep(delta);
-  steps_.resize(groups_.size() * kLanes);
-  changes_.resize(steps_.size());
-  restoreOpenList();
+  open_.file(0, finder.nodes[0].f);
 }
 
 void PathSearch::addStep(const Pose2Di& delta) {
+  const float length = finder_.xDistance(delta.x, delta.y);
+  steps_.push_back(
+      {delta.x, delta.y, length, finder_.xComputeAngleCost(finder_.start.theta, delta)});
+
   const std::int64_t dx = delta.x;
   const std::int64_t dy = delta.y;
-  reach_ = std::max({reach_, std::abs(dx), std::abs(dy)});
-  const auto offset = static_cast<std::ptrdiff_t>(dy * width_ + dx);
-  const std::size_t lane = steps_.size() % kLanes;
-  if (lane == 0) groups_.emplace_back();
-  groups_.back().offsets[lane] = offset;
-  groups_.back().lengths[lane / 4][lane % 4] = finder_.xDistance(delta.x, delta.y);
-  steps_.push_back({delta.x, delta.y, offset, finder_.xDistance(delta.x, delta.y),
-                    finder_.xComputeAngleCost(finder_.start.theta, delta)});
+  reach_ = std::max({reach_, std::abs(dx) + kLanes - 1, std::abs(dy)});
+  const bool goesOn = steps_.size() > 1 && steps_.end()[-2].dx < dx && groups_.back().dy == dy &&
+                      dx - groups_.back().dx < kLanes;
+  if (!goesOn) {
+    groups_.push_back(
+        {delta.x, delta.y, static_cast<std::ptrdiff_t>(dy * width_ + dx), Floats{}, Ints{}});
+  }
+  StepGroup& group = groups_.back();
+  group.lengths[dx - group.dx] = length;
+  group.isStep[dx - group.dx] = -1;
 }
 
 bool PathSearch::run() {
   bool found = false;
-  for (bool isFirst = true; !open_.empty(); isFirst = false) {
+  for (bool isFirst = true; !found && !open_.empty(); isFirst = false) {
     ++finder_.numIterations;
     finder_.closedNodes.push_back(finder_.nodes[static_cast<std::size_t>(open_.takeFirst())]);
     const Node& current = finder_.closedNodes.back();
@@ -71,7 +70,6 @@ bool PathSearch::run() {
     } else {
       expand(current);
     }
-    updateOpenList();
   }
   finish();
   return found;
@@ -98,123 +96,82 @@ inline bool PathSearch::isInner(const Node& node) const {
 }
 
 void PathSearch::expandWithCare(const Node& current, bool isFirst) {
-  for (std::size_t i = 0; i < steps_.size(); ++i) {
-    const Step& step = steps_[i];
+  for (const Step& step : steps_) {
     const std::int64_t x = std::int64_t{current.x} + step.dx;
     const std::int64_t y = std::int64_t{current.y} + step.dy;
     if (x < 0 || y < 0 || x >= width_ || y >= height_) continue;
-    const float p =
-        values_[static_cast<std::ptrdiff_t>(y) * width_ + static_cast<std::ptrdiff_t>(x)];
+    const float p = values_[static_cast<std::ptrdiff_t>(y * width_ + x)];
     if (threshold_ > p) continue;
     float g = current.g + step.length * (1.0f + 2.0f * (1.0f - p));
     if (isFirst) g += step.turnCost;
-    offer(current, step, g);
+    offer(static_cast<std::int32_t>(x), static_cast<std::int32_t>(y), g);
   }
 }
 
 // The same where no step leads off the map, and none costs a turn.
 void PathSearch::expand(const Node& current) {
+  constexpr std::size_t kGroups = 8;  // whose lanes fit the bits of a number
   const std::ptrdiff_t cell = current.y * width_ + current.x;
-  const float* value = values_ + cell;
-  const std::int32_t* mark = marks_ + cell;
-  const Step* step = steps_.data();
-  for (const StepGroup& group : groups_) {
-    Floats g[2];
-    unsigned lanes = 0;
-    for (int half = 0; half < 2; ++half) {
-      const std::ptrdiff_t* at = group.offsets + half * 4;
-      const Floats p = {value[at[0]], value[at[1]], value[at[2]], value[at[3]]};
-      const Ints marks = {mark[at[0]], mark[at[1]], mark[at[2]], mark[at[3]]};
-      const auto known = reinterpret_cast<Floats>(marks);
-      g[half] = current.g + group.lengths[half] * (1.0f + 2.0f * (1.0f - p));
-      const Ints isNews = ~(threshold_ > p) & ((known == 0.0f) | (known > g[half]));
-      lanes |= lanesThatAre(isNews) << (half * 4);
+  for (std::size_t from = 0; from < groups_.size(); from += kGroups) {
+    const StepGroup* groups = groups_.data() + from;
+    const std::size_t count = std::min(kGroups, groups_.size() - from);
+    float costs[kGroups * kLanes];
+    unsigned news = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+      const StepGroup& group = groups[i];
+      const auto p = load<Floats>(values_ + cell + group.offset);
+      const auto marks = load<Ints>(marks_ + cell + group.offset);
+      const Floats g = current.g + group.lengths * (1.0f + 2.0f * (1.0f - p));
+      const Ints isLower = reinterpret_cast<Floats>(marks) > g;
+      store(costs + i * kLanes, g);
+      news |= laneBits(group.isStep & ~(threshold_ > p) & ((marks == kNeverSeen) | isLower))
+              << (i * kLanes);
     }
-    for (; lanes != 0; lanes &= lanes - 1) {
-      const int lane = __builtin_ctz(lanes);
-      offer(current, step[lane], g[lane / 4][lane % 4]);
+    for (; news != 0; news &= news - 1) {
+      const auto lane = static_cast<unsigned>(__builtin_ctz(news));
+      const StepGroup& group = groups[lane / kLanes];
+      const auto along = static_cast<std::int32_t>(lane % kLanes);
+      offer(current.x + group.dx + along, current.y + group.dy, costs[lane]);
     }
-    step += kLanes;
   }
 }
 
-inline unsigned PathSearch::lanesThatAre(Ints truths) {
-#ifdef __SSE2__
-  return static_cast<unsigned>(_mm_movemask_ps(reinterpret_cast<__m128>(truths)));
-#else
-  const Ints bits = truths & Ints{1, 2, 4, 8};
-  return static_cast<unsigned>(bits[0] | bits[1] | bits[2] | bits[3]);
-#endif
-}
-
-inline float PathSearch::distanceToEnd(std::int32_t x, std::int32_t y) const {
-  const std::int32_t dx = finder_.end.x - x;
-  const std::int32_t dy = finder_.end.y - y;
-  if (isSmall_) return std::sqrt(static_cast<float>(dx * dx + dy * dy)) * resolution_;
-  const double a = dx;
-  const double b = dy;
-  return static_cast<float>(std::sqrt(a * a + b * b)) * resolution_;
-}
-
-inline void PathSearch::offer(const Node& current, const Step& step, float g) {
-  const std::ptrdiff_t cell = current.y * width_ + current.x + step.offset;
+inline void PathSearch::offer(std::int32_t x, std::int32_t y, float g) {
+  const std::ptrdiff_t cell = y * width_ + x;
   const std::int32_t mark = marks_[cell];
-  std::vector<Node>& nodes = finder_.nodes;
   if (mark == kNeverSeen) {
-    const std::int32_t x = current.x + step.dx;
-    const std::int32_t y = current.y + step.dy;
-    // As xDistance computes it.
-    const float h = distanceToEnd(x, y);
-    const auto index = static_cast<std::int32_t>(nodes.size());
-    marks_[cell] = markOf(g);
-    finder_.cellNodes[static_cast<std::size_t>(cell)] = index;
-    Node& node = nodes.emplace_back();
-    node.x = x;
-    node.y = y;
-    node.parent = finder_.numIterations - 1;
-    node.f = gWeight_ * g + hWeight_ * h;
-    node.g = g;
-    node.h = h;
-    changes_[count_++] = {index, node.f, true};
+    add(x, y, g);
   } else if (mark != kClosed) {
     const std::int32_t index = finder_.cellNodes[static_cast<std::size_t>(cell)];
-    Node& node = nodes[static_cast<std::size_t>(index)];
-    if (!(node.g > g)) return;
-    const float before = node.f;
-    marks_[cell] = markOf(g);
-    node.parent = finder_.numIterations - 1;
-    node.g = g;
-    node.f = gWeight_ * g + hWeight_ * node.h;
-    changes_[count_++] = {index, node.f, false};
-    if (!(node.f <= before)) {
-      // Only with a weight outside [0, 1] or costs that are not finite.
-      --count_;
-      updateOpenList();
-      open_.copyTo(finder_.openList);
-      restoreOpenList();
+    if (finder_.nodes[static_cast<std::size_t>(index)].g > g) {
+      marks_[cell] = markOf(g);
+      lower(index, g);
     }
   }
+}
+
+inline void PathSearch::add(std::int32_t x, std::int32_t y, float g) {
+  const std::ptrdiff_t cell = y * width_ + x;
+  const auto index = static_cast<std::int32_t>(finder_.nodes.size());
+  marks_[cell] = markOf(g);
+  finder_.cellNodes[static_cast<std::size_t>(cell)] = index;
+  Node& node = finder_.nodes.emplace_back();
+  node.x = x;
+  node.y = y;
+  node.parent = finder_.numIterations - 1;
+  node.g = g;
+  node.h = finder_.xDistance(finder_.end.x - x, finder_.end.y - y);
+  node.f = gWeight_ * g + hWeight_ * node.h;
+  open_.file(index, node.f);
 }
 
 // A node that becomes cheaper keeps its place in the open list on purpose.
-inline void PathSearch::updateOpenList() {
-  for (std::size_t i = 0; i < count_; ++i) {
-    const Change& change = changes_[i];
-    if (change.isNew) {
-      open_.file(change.index, change.f);
-    } else {
-      open_.lower(change.index, change.f);
-    }
-  }
-  count_ = 0;
-}
-
-void PathSearch::restoreOpenList() {
-  open_.clear();
-  const std::vector<std::int32_t>& order = finder_.openList;
-  for (auto node = order.rbegin(); node != order.rend(); ++node) {
-    open_.putInFront(*node, finder_.nodes[static_cast<std::size_t>(*node)].f);
-  }
+inline void PathSearch::lower(std::int32_t index, float g) {
+  Node& node = finder_.nodes[static_cast<std::size_t>(index)];
+  node.parent = finder_.numIterations - 1;
+  node.g = g;
+  node.f = gWeight_ * g + hWeight_ * node.h;
+  open_.change(index, node.f);
 }
 
 void PathSearch::finish() {

@@ -7,7 +7,7 @@
 //   - the open list: OpenList keeps its order without scanning it;
 //   - neighbours to which the way at hand is no news, about four of five. The lowest cost of every
 //     cell so far is kept by cell, in the array that holds the states afterwards; comparing with
-//     it, for four neighbours at once and without a branch, leaves few to look at closely;
+//     it, for the neighbours of a row at once and without a branch, leaves few to look at closely;
 //   - waiting for memory: what the next node needs is asked for while this one is expanded.
 //
 // The literal model is tests/models/occmap_path_finder_model.hpp; see
@@ -18,6 +18,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "core/lanes.hpp"
 #include "korrin/occmap_path_finder.hpp"
 #include "src/open_list.hpp"
 
@@ -39,38 +40,28 @@ class PathSearch {
   struct Step {
     std::int32_t dx;
     std::int32_t dy;
-    std::ptrdiff_t offset;  // from cell to cell
-    float length;           // metres
-    float turnCost;         // when it is the first step
+    float length;    // metres
+    float turnCost;  // when it is the first step
   };
 
-  // Four steps side by side. Spare places hold the step to the cell itself, which is closed.
-  static constexpr std::size_t kLanes = 8;
-  using Floats = float __attribute__((vector_size(16)));
-  using Ints = std::int32_t __attribute__((vector_size(16)));
+  // Steps that follow each other in the table and lead to cells of one row, at most kLanes apart.
   struct StepGroup {
-    std::ptrdiff_t offsets[kLanes] = {};
-    Floats lengths[2] = {};  // metres
+    std::int32_t dx;  // of the first one
+    std::int32_t dy;
+    std::ptrdiff_t offset;  // from cell to cell
+    Floats lengths;         // metres
+    Ints isStep;            // -1 where there is a step, else 0
   };
 
-  struct Change {
-    std::int32_t index;
-    float f;
-    bool isNew;
-  };
-  std::vector<Change> changes_;
   void addStep(const Pose2Di& delta);
   void prefetch(std::int32_t index) const;
   bool isGoal(const Node& node) const;
   bool isInner(const Node& node) const;
   void expand(const Node& current);
   void expandWithCare(const Node& current, bool isFirst);
-  static unsigned lanesThatAre(Ints truths);
-  void offer(const Node& current, const Step& step, float g);
-  void updateOpenList();
-  float distanceToEnd(std::int32_t x, std::int32_t y) const;
-  std::size_t count_ = 0;
-  void restoreOpenList();
+  void offer(std::int32_t x, std::int32_t y, float g);
+  void add(std::int32_t x, std::int32_t y, float g);
+  void lower(std::int32_t index, float g);
   void finish();
 
   OccMapPathFinder& finder_;
@@ -81,12 +72,10 @@ class PathSearch {
   const float* values_;            // by cell
   std::ptrdiff_t width_;
   std::ptrdiff_t height_;
-  std::int64_t reach_;  // the longest step along an axis
+  std::int64_t reach_;  // the longest step along an axis, and the lanes of a group
   float threshold_;
-  float resolution_;
   float gWeight_;
   float hWeight_;
-  bool isSmall_;
 };
 
 }  // namespace Brin
