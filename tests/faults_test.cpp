@@ -138,6 +138,7 @@ struct Robot {
   World world = makeWorld(36, 28, 61);
   OccupancyMap map{3, 2, 1.0f, true};
   Brin::OccMapPathFinder finder{&world.map, 0.0f};
+  Brin::PreparedMap prepared{map, 0.45f};
   Brin::ObstacleDilater dilater{36, 28};
   Brin::SafePathSimplifier simplifier;
   Brin::ScanDistMap reference;
@@ -202,6 +203,13 @@ const Call kCalls[] = {
        words.add(robot.readings);
        const Brin::ScanModel model(90, 5.0f, 3.0f);
        Brin::occMapSimulateScan(robot.world.map, model, {0.0f, 0.0f, 0.5f}, robot.readings, 0.45f);
+       words.add(robot.readings);
+     }},
+    {"prepare",
+     [](Robot& robot, Words& words) {
+       robot.map = robot.world.map;
+       robot.prepared.refresh();
+       robot.prepared.simulateScan({0.0f, 0.0f, 0.5f}, 3.0f, 0.1f, 5.0f, 40, robot.readings);
        words.add(robot.readings);
      }},
     {"mergeImages2",

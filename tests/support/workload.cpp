@@ -325,6 +325,22 @@ void simulatedScans(const World& world, Words& words) {
   }
 }
 
+void preparedMaps(const World& world, Words& words) {
+  const Brin::ScanModel model(181, 10.0f, 3.0f);
+  OccupancyMap map = world.map;
+  Brin::PreparedMap prepared(map, 0.45f);
+  map.setCell(20, 15, 0.0f);
+  prepared.refresh(20, 15, 1, 1);
+  std::vector<Brin::RangeReading> readings;
+  for (std::size_t i = 0; i < 10; ++i) {
+    prepared.simulateScan(world.poses[i], 3.0f, 0.1f, 10.0f, 91, readings);
+    words.add(readings);
+    prepared.occMapSimulateScan(model, world.poses[i], readings);
+    words.add(readings);
+    words.add(prepared.throwRay(world.poses[i], world.poses[i + 1]));
+  }
+}
+
 void likelihood(const World& world, Words& words) {
   const Brin::ScanModel model(181, 10.0f, 3.0f);
   std::vector<Brin::RangeReading> other = world.scan.readings;
@@ -525,6 +541,7 @@ const std::vector<Family>& families() {
       {"map update", kOwn, true, updateMaps},
       {"rays", kOwn, true, rays},
       {"simulated scans", kOwn, true, simulatedScans},
+      {"prepared maps", kOwn, true, preparedMaps},
       {"scan likelihood", kBorrowed, true, likelihood},
       {"dilation", kOwn, true, dilate},
       {"dilation with a blur", kBorrowed, true, dilateSmoothly},
