@@ -157,10 +157,9 @@ void OccMapPathFinder::resetSearch(const Pose2Di& startCell, const Pose2Di& endC
   openList.clear();
   closedNodes.clear();
 
-  const auto columns = static_cast<std::size_t>(coarseMap.image->width);
-  const auto rows = static_cast<std::size_t>(coarseMap.image->height);
-  cellStates = makeZeroedArray<std::int32_t>(columns * rows);
-  cellNodes = makeZeroedArray<std::int32_t>(columns * rows);
+  const std::int64_t cells = std::int64_t{coarseMap.image->width} * coarseMap.image->height;
+  cellStates = makeZeroedArray<std::int32_t>(cells);
+  cellNodes = makeZeroedArray<std::int32_t>(cells);
   arrayWidth_ = coarseMap.image->width;
   arrayHeight_ = coarseMap.image->height;
   xAddInOpenNodes({start.x, start.y, start.theta, -1, priority(0.0f, 0.0f), 0.0f, 0.0f});

@@ -42,7 +42,8 @@ namespace korrin_test {
 inline std::int64_t blocksInUse = 0;
 inline std::int64_t allocationsLeft = -1;  // before failure; negative: it never comes
 inline bool isFailingOn = false;
-inline std::size_t firstRefused = 0;  // bytes; 0: none
+inline std::size_t firstRefused = 0;    // bytes; 0: none
+inline std::size_t largestRequest = 0;  // bytes; to be set back to 0 by whoever wants to know
 
 class FailingMemory {
  public:
@@ -64,6 +65,7 @@ class FailingMemory {
 };
 
 KORRIN_TEST_PLAIN inline bool refuses(std::size_t size) {
+  if (size > largestRequest) largestRequest = size;
   if (allocationsLeft < 0) return false;
   if (allocationsLeft > 0) {
     --allocationsLeft;
