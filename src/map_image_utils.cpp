@@ -30,7 +30,8 @@ void requireImage(const IplImage* image, const char* function) {
   }
 }
 
-// What cvClone does with an image, in steps: it loses the header when there is no memory for what that points to.
+// What cvClone does with an image, in steps: it loses the header when there is no memory for what
+// that points to.
 ImagePtr cloneImage(const IplImage& image) {
   IplImage header = image;
   header.roi = nullptr;
@@ -110,10 +111,21 @@ std::optional<ByteLine> lineOfTable(const ByteTable& table, float factor) {
   return std::nullopt;
 }
 
-// Scales a cell, or four at once, and clips it to what OccupancyMap::clip would make of it.
+// Scales a cell, or four at once, and limits it to [0, 1]; not-a-number becomes 0.
 template <typename Number>
 Number scaledCell(Number p, float factor) {
   return limitOrLow((p - kUnknown) * factor + kUnknown, 0.0f, 1.0f);
+}
+
+void scaleCells(IplImage& image, float factor) {
+  for (int y = 0; y < image.height; ++y) {
+    float* row = imageRow<float>(image, y);
+    int x = 0;
+    for (; x + kLanes <= image.width; x += kLanes) {
+      store(row + x, scaledCell(load<Floats>(row + x), factor));
+    }
+    for (; x < image.width; ++x) row[x] = scaledCell(row[x], factor);
+  }
 }
 
 // Scrolling
@@ -259,7 +271,8 @@ void imgMultiplyProb8(IplImage* image, float factor) {
 
 void imgMultiplyProb32F(IplImage* image, float factor) {
   requireKind(image, IPL_DEPTH_32F, 1, "imgMultiplyProb32F");
-  if (image->width <= 0 || image->height <= 0) return;
+  if (image->roi == nullptr) return scaleCells(*image, factor);
+  // Everything is scaled, but only the region of interest limited.
   for (int y = 0; y < image->height; ++y) {
     float* row = imageRow<float>(*image, y);
     std::transform(row, row + image->width, row,
@@ -271,15 +284,7 @@ void imgMultiplyProb32F(IplImage* image, float factor) {
 
 void occMapMultiplyProb(OccupancyMap& map, float factor) {
   requireKind(map.image, IPL_DEPTH_32F, 1, "occMapMultiplyProb");
-  const int width = map.image->width;
-  for (int y = 0; y < map.image->height; ++y) {
-    float* row = imageRow<float>(*map.image, y);
-    int x = 0;
-    for (; x + kLanes <= width; x += kLanes) {
-      store(row + x, scaledCell(load<Floats>(row + x), factor));
-    }
-    for (; x < width; ++x) row[x] = scaledCell(row[x], factor);
-  }
+  scaleCells(*map.image, factor);
 }
 
 void scrollIplImage(const IplImage* src, IplImage* dst, const Point2D& shift) {

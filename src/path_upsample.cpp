@@ -52,16 +52,25 @@ class Axis {
 };
 
 // Writes the cells of the line from `a` up to, but without, `b` and returns the place after them.
-Pose2Di* drawSegment(const Pose2Di& a, const Pose2Di& b, Pose2Di* next) {
+// There is room up to `end`. Of a line as short as those that planners make, three cells are
+// written whatever their number is, for what comes next to write over: a loop that ends now here,
+// now there takes longer.
+Pose2Di* drawSegment(const Pose2Di& a, const Pose2Di& b, Pose2Di* next, const Pose2Di* end) {
+  constexpr int kShort = 3;
   const std::int64_t steps = segmentLength(a, b);
   Axis x(a.x, b.x, distance(a.x, b.x), steps);
   Axis y(a.y, b.y, distance(a.y, b.y), steps);
-  for (const Pose2Di* end = next + steps; next != end; ++next) {
-    *next = Pose2Di(x.at(), y.at(), 0.0f);
+  const auto draw = [&](Pose2Di* cell) {
+    *cell = Pose2Di(x.at(), y.at(), 0.0f);
     x.next();
     y.next();
+  };
+  if (steps <= kShort && end - next >= kShort) {
+    for (int i = 0; i < kShort; ++i) draw(next + i);
+  } else {
+    for (std::int64_t i = 0; i < steps; ++i) draw(next + i);
   }
-  return next;
+  return next + steps;
 }
 
 }  // namespace
@@ -80,7 +89,8 @@ void pathUpSample(const std::vector<Pose2Di>& in, std::vector<Pose2Di>& out) {
   if (count > out.capacity()) out.clear();
   out.resize(count);
   Pose2Di* next = out.data();
-  for (std::size_t i = 0; i + 1 < in.size(); ++i) next = drawSegment(in[i], in[i + 1], next);
+  const Pose2Di* end = next + count;
+  for (std::size_t i = 0; i + 1 < in.size(); ++i) next = drawSegment(in[i], in[i + 1], next, end);
   *next = Pose2Di(in.back().x, in.back().y, 0.0f);
 }
 

@@ -144,6 +144,13 @@ TEST(ImgMultiplyProb32F, whatIsNotANumberBecomesZeroInEveryColumn) {
   }
 }
 
+TEST(ImgMultiplyProb32F, onlyARegionOfInterestIsLimited) {
+  const ImagePtr image = floatImage({{0.0f, 0.0f, 1.0f}, {0.0f, 1.0f, 1.0f}});
+  cvSetImageROI(image.get(), cvRect(1, 0, 2, 1));
+  Brin::imgMultiplyProb32F(image.get(), 2.0f);
+  EXPECT_EQ(rowsOf<float>(*image), (Rows<float>{{-0.5f, 0.0f, 1.0f}, {-0.5f, 1.5f, 1.5f}}));
+}
+
 TEST(ImgMultiplyProb32F, anImageOfAnotherKindIsRefused) {
   EXPECT_THROW(Brin::imgMultiplyProb32F(nullptr, 2.0f), cv::Exception);
   const ImagePtr bytes = byteImage({{1, 2, 3, 4}});

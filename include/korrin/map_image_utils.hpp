@@ -51,12 +51,13 @@ KORRIN_EXPORT void computeCoarserMap(const OccupancyMap& fine, OccupancyMap& coa
 // byte for such a factor, and the byte 127 for an infinite one.
 KORRIN_EXPORT void imgMultiplyProb8(IplImage* image, float factor);
 
-// Scales an image of floats (32 bits, one channel): p becomes (p - 0.5) * factor + 0.5, then
-// cvThreshold limits it to [0, 1]. What is not a number becomes 0.
+// Scales an image of floats (32 bits, one channel): p becomes (p - 0.5) * factor + 0.5, limited to
+// [0, 1]. What is not a number becomes 0. Bit for bit what two calls of cvThreshold make of it, to
+// which a region of interest counts: what lies outside is scaled, but not limited.
 KORRIN_EXPORT void imgMultiplyProb32F(IplImage* image, float factor);
 
 // Scales a map's probability image, as imgMultiplyProb32F does it but with OccupancyMap::clip for
-// the limits. The second image stays as it is.
+// the limits, to which no region of interest counts. The second image stays as it is.
 KORRIN_EXPORT void occMapMultiplyProb(OccupancyMap& map, float factor);
 
 // Scrolling: the cells move, those that leave are lost, those that enter are unknown (0.5).
