@@ -16,6 +16,7 @@
 #include "core/image_ptr.hpp"
 #include "core/lanes.hpp"
 #include "korrin/core/log.hpp"
+#include "src/coarser_map.hpp"
 
 namespace Brin {
 namespace {
@@ -244,13 +245,8 @@ void computeCoarserMap(const OccupancyMap& fine, OccupancyMap& coarse, int facto
     return;
   }
   requireKind(fine.image, IPL_DEPTH_32F, 1, "computeCoarserMap");
-  OccupancyMapParams params(fine.image->width / factor, fine.image->height / factor,
-                            static_cast<float>(factor) * fine.params.resolution,
-                            OccupancyMapParams::Corner);
-  params.origin = fine.params.origin;
-  OccupancyMap reduced(params, true);
-  // OpenCV refuses to resize to nothing.
-  if (params.width > 0 && params.height > 0) cvResize(fine.image, reduced.image, CV_INTER_LINEAR);
+  OccupancyMap reduced(coarserParams(fine, factor), true);
+  fillCoarserImage(fine, reduced);
   coarse = std::move(reduced);
 }
 

@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdlib>
 
 #include "korrin/core/log.hpp"
 #include "korrin/map_image_utils.hpp"
 #include "src/cell_state.hpp"
+#include "src/coarser_map.hpp"
 #include "src/path_search.hpp"
 #include "src/zeroed_array.hpp"
 
@@ -34,6 +36,88 @@ void logSearch(NavLogLevel level, const char* message, int line) {
 
 float priority(float g, float h) {
   return (1.0f - OccMapPathFinder::Node::hWeight) * g + OccMapPathFinder::Node::hWeight * h;
+}
+
+bool isFree(const OccMapPathFinder& finder, const Pose2Di& cell) {
+  // Only a threshold above the value blocks: a value that is not a number does not.
+  return finder.coarseMap.isInside(cell.x, cell.y) &&
+         !(finder.obstacleThreshold > finder.coarseMap.getCell(cell.x, cell.y));
+}
+
+// Reduces the caller's map into the finder's. While the size stays the same, only the cells and the
+// geometry of the old one are replaced.
+void refill(OccupancyMap& coarse, const OccupancyMap& fine, int factor) {
+  const bool isReducible = fine.image != nullptr && hasKind(*fine.image, IPL_DEPTH_32F, 1);
+  if (isReducible && fine.image != coarse.image) {
+    const OccupancyMapParams params = coarserParams(fine, factor);
+    if (isLayerOf(coarse.image, params) && isLayerOf(coarse.secondImage, params)) {
+      fillCoarserImage(fine, coarse);
+      coarse.params = params;
+      return;
+    }
+  }
+  computeCoarserMap(fine, coarse, factor);
+}
+
+// Whether there is a fresh coarse map to search.
+bool refreshCoarseMap(OccMapPathFinder& finder) {
+  if (finder.occMap == nullptr) {
+    completeLog(NavLogLevel::Warning, "occMap is null, there is no map to plan on.", kFile,
+                "computePath", __LINE__);
+    return false;
+  }
+  if (finder.coarseFactor < 1) {
+    completeLog(NavLogLevel::Warning, "coarseFactor is below 1, there is no map to plan on.", kFile,
+                "computePath", __LINE__);
+    return false;
+  }
+  refill(finder.coarseMap, *finder.occMap, finder.coarseFactor);
+  return true;
+}
+
+// The fast search addresses cells by their number.
+bool hasPaddedRows(const IplImage& image) {
+  return image.widthStep != static_cast<std::int64_t>(sizeof(float)) * image.width;
+}
+
+// Empties the sequences, and replaces the arrays by new ones for the coarse map.
+void makeArrays(OccMapPathFinder& finder) {
+  finder.cellStates.reset();
+  finder.cellNodes.reset();
+  finder.nodes.clear();
+  finder.openList.clear();
+  finder.closedNodes.clear();
+  const IplImage& image = *finder.coarseMap.image;
+  const std::int64_t cells = std::int64_t{image.width} * image.height;
+  finder.cellStates = makeZeroedArray<std::int32_t>(cells);
+  finder.cellNodes = makeZeroedArray<std::int32_t>(cells);
+}
+
+// Steps to one neighbor.
+void tryNeighbor(OccMapPathFinder& finder, const OccMapPathFinder::Node& current,
+                 const Pose2Di& delta, bool isFirst) {
+  const std::int64_t x = std::int64_t{current.x} + delta.x;
+  const std::int64_t y = std::int64_t{current.y} + delta.y;
+  const IplImage& image = *finder.coarseMap.image;
+  if (x < 0 || y < 0 || x >= image.width || y >= image.height) return;
+  const Pose2Di cell(static_cast<std::int32_t>(x), static_cast<std::int32_t>(y), 0.0f);
+  if (!isFree(finder, cell)) return;
+  const float p = finder.coarseMap.getCell(cell.x, cell.y);
+  float g = current.g + finder.xDistance(delta.x, delta.y) * (1.0f + 2.0f * (1.0f - p));
+  if (isFirst) g += finder.xComputeAngleCost(finder.start.theta, delta);
+  const float h = finder.xDistance(finder.end.x - cell.x, finder.end.y - cell.y);
+  const auto parent = static_cast<std::int32_t>(finder.closedNodes.size()) - 1;
+  const OccMapPathFinder::Node offer{cell.x, cell.y, 0.0f, parent, priority(g, h), g, h};
+  std::int32_t& state = finder.xGetCellState(cell);
+  if (state == kOpen) {
+    // A node that becomes cheaper keeps its place in the list on purpose.
+    OccMapPathFinder::Node& known =
+        finder.nodes[static_cast<std::size_t>(finder.xGetCellNode(cell))];
+    if (known.g > g) known = offer;
+  } else if (state == kNeverSeen) {
+    finder.xAddInOpenNodes(offer);
+    state = kOpen;
+  }
 }
 
 }  // namespace
@@ -68,6 +152,10 @@ OccMapPathFinder::OccMapPathFinder(const OccupancyMap* map, float value)
 
 OccMapPathFinder::~OccMapPathFinder() = default;
 
+void OccMapPathFinder::FreeMemory::operator()(void* memory) const {
+  freeZeroedMemory(memory, mappedBytes);
+}
+
 void OccMapPathFinder::setNeighborhoodType(NeighborhoodType type) {
   switch (type) {
     case Simple:
@@ -89,7 +177,7 @@ void OccMapPathFinder::computePath(const Pose2Di& startCell, const Pose2Di& endC
   const Pose2Di from = startCell;
   const Pose2Di to = endCell;
   path.clear();
-  if (refreshCoarseMap()) xDoComputePath(from, to, path);
+  if (refreshCoarseMap(*this)) xDoComputePath(from, to, path);
 }
 
 void OccMapPathFinder::computePath(const Pose2D& startPose, const Pose2D& endPose,
@@ -97,7 +185,7 @@ void OccMapPathFinder::computePath(const Pose2D& startPose, const Pose2D& endPos
   const Pose2D from = startPose;
   const Pose2D to = endPose;
   path.clear();
-  if (!refreshCoarseMap()) return;
+  if (!refreshCoarseMap(*this)) return;
   Pose2Di goal = coarseMap.getPixelFromPose(to);
   Pose2Di origin = coarseMap.getPixelFromPose(from);
   // The start's heading is dropped on purpose: the first turn is measured from heading 0.
@@ -109,61 +197,34 @@ void OccMapPathFinder::computePath(const Pose2D& startPose, const Pose2D& endPos
   }
 }
 
-// Whether there is a fresh coarse map to search.
-bool OccMapPathFinder::refreshCoarseMap() {
-  if (occMap == nullptr) {
-    completeLog(NavLogLevel::Warning, "occMap is null, there is no map to plan on.", kFile,
-                "computePath", __LINE__);
-    return false;
-  }
-  if (coarseFactor < 1) {
-    completeLog(NavLogLevel::Warning, "coarseFactor is below 1, there is no map to plan on.", kFile,
-                "computePath", __LINE__);
-    return false;
-  }
-  computeCoarserMap(*occMap, coarseMap, coarseFactor);
-  return true;
-}
-
 void OccMapPathFinder::xDoComputePath(const Pose2Di& startCell, const Pose2Di& endCell,
                                       std::vector<Pose2Di>& path) {
   const Pose2Di from = startCell;
   const Pose2Di to = endCell;
   path.clear();
-  if (!isFree(from)) {
+  if (!isFree(*this, from)) {
     logSearch(NavLogLevel::Warning, "Start is not free.", kStartNotFreeLine);
     return;
   }
-  if (!isFree(to)) {
+  if (!isFree(*this, to)) {
     logSearch(NavLogLevel::Warning, "End is not free.", kEndNotFreeLine);
     return;
   }
-  resetSearch(from, to);
-  if (PathSearch(*this).run()) {
-    xBuildPath(path);
-  } else {
-    logSearch(NavLogLevel::Error, "No path could be found.", kNoPathLine);
-  }
-}
-
-void OccMapPathFinder::resetSearch(const Pose2Di& startCell, const Pose2Di& endCell) {
-  start = startCell;
-  end = endCell;
+  requireCountable(cvSize(coarseMap.image->width, coarseMap.image->height), IPL_DEPTH_32F, 1);
+  start = from;
+  end = to;
   numIterations = 0;
-  cellStates.reset();
-  cellNodes.reset();
   arrayWidth_ = arrayHeight_ = 0;
-  nodes.clear();
-  openList.clear();
-  closedNodes.clear();
-
-  const std::int64_t cells = std::int64_t{coarseMap.image->width} * coarseMap.image->height;
-  cellStates = makeZeroedArray<std::int32_t>(cells);
-  cellNodes = makeZeroedArray<std::int32_t>(cells);
+  makeArrays(*this);
   arrayWidth_ = coarseMap.image->width;
   arrayHeight_ = coarseMap.image->height;
   xAddInOpenNodes({start.x, start.y, start.theta, -1, priority(0.0f, 0.0f), 0.0f, 0.0f});
   xGetCellState(start) = kOpen;
+  if (hasPaddedRows(*coarseMap.image) ? xFindPath() : PathSearch(*this).run()) {
+    xBuildPath(path);
+  } else {
+    logSearch(NavLogLevel::Error, "No path could be found.", kNoPathLine);
+  }
 }
 
 bool OccMapPathFinder::xFindPath() {
@@ -179,30 +240,10 @@ bool OccMapPathFinder::xFindPath() {
     const Pose2Di cell(current.x, current.y, 0.0f);
     xGetCellState(cell) = kClosed;
     if (xCmpPt(cell, end, true)) return true;
-    for (const Pose2Di& delta : neighborDeltas) tryNeighbor(current, delta, isFirst);
+    for (const Pose2Di& delta : neighborDeltas) tryNeighbor(*this, current, delta, isFirst);
     isFirst = false;
   }
   return false;
-}
-
-void OccMapPathFinder::tryNeighbor(const Node& current, const Pose2Di& delta, bool isFirst) {
-  const Pose2Di cell(current.x + delta.x, current.y + delta.y, 0.0f);
-  if (!isFree(cell)) return;
-  const float p = coarseMap.getCell(cell.x, cell.y);
-  float g = current.g + xDistance(delta.x, delta.y) * (1.0f + 2.0f * (1.0f - p));
-  if (isFirst) g += xComputeAngleCost(start.theta, delta);
-  const float h = xDistance(end.x - cell.x, end.y - cell.y);
-  const auto parent = static_cast<std::int32_t>(closedNodes.size()) - 1;
-  const Node offer{cell.x, cell.y, 0.0f, parent, priority(g, h), g, h};
-  std::int32_t& state = xGetCellState(cell);
-  if (state == kOpen) {
-    // A node that becomes cheaper keeps its place in the list on purpose.
-    Node& known = nodes[static_cast<std::size_t>(xGetCellNode(cell))];
-    if (known.g > g) known = offer;
-  } else if (state == kNeverSeen) {
-    xAddInOpenNodes(offer);
-    state = kOpen;
-  }
 }
 
 void OccMapPathFinder::xBuildPath(std::vector<Pose2Di>& path) {
@@ -245,15 +286,6 @@ bool OccMapPathFinder::xCmpPt(const Pose2Di& a, const Pose2Di& b, bool nearIsEno
   return nearIsEnough && neighborhoodType == Double ? dx + dy <= 1 : dx == 0 && dy == 0;
 }
 
-bool OccMapPathFinder::hasEntry(const Pose2Di& cell) const {
-  return cell.x >= 0 && cell.y >= 0 && cell.x < arrayWidth_ && cell.y < arrayHeight_;
-}
-
-std::size_t OccMapPathFinder::entryOf(const Pose2Di& cell) const {
-  return static_cast<std::size_t>(cell.y) * static_cast<std::size_t>(arrayWidth_) +
-         static_cast<std::size_t>(cell.x);
-}
-
 std::int32_t& OccMapPathFinder::xGetCellState(const Pose2Di& cell) {
   return cellStates[entryOf(cell)];
 }
@@ -279,12 +311,6 @@ float OccMapPathFinder::xComputeAngleCost(float theta, const Pose2Di& delta) con
   const auto direction =
       static_cast<float>(std::atan2(static_cast<double>(delta.y), static_cast<double>(delta.x)));
   return std::fabs(canonicalAngle(theta - direction)) * angleCostFactor;
-}
-
-bool OccMapPathFinder::isFree(const Pose2Di& cell) const {
-  // Only a threshold above the value blocks: a value that is not a number does not.
-  return coarseMap.isInside(cell.x, cell.y) &&
-         !(obstacleThreshold > coarseMap.getCell(cell.x, cell.y));
 }
 
 }  // namespace Brin

@@ -16,7 +16,9 @@
 // How a plan comes about
 //
 //   1. The caller's map is reduced `coarseFactor` times into `coarseMap` (computeCoarserMap), at
-//      every request anew. The search reads that map alone, and all cells below are its cells.
+//      every request anew; while its size stays the same, its images are kept and only the
+//      probabilities are written. The search reads that map alone, and all cells below are its
+//      cells.
 //   2. A cell is free when it lies on the map and its value is not below `obstacleThreshold`; a
 //      value equal to the threshold is free, and so is one that is not a number. A cell outside is
 //      never free, whatever the threshold.
@@ -57,7 +59,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <vector>
 
@@ -97,7 +98,10 @@ class KORRIN_EXPORT OccMapPathFinder {
   };
 
   struct FreeMemory {
-    void operator()(void* memory) const { std::free(memory); }
+    std::size_t mappedBytes;  // of pages of their own; 0: memory of malloc
+    FreeMemory() : mappedBytes(0) {}
+    explicit FreeMemory(std::size_t bytes) : mappedBytes(bytes) {}
+    KORRIN_EXPORT void operator()(void* memory) const;
   };
   // One number a cell, at [y * (coarse columns) + x]; null before the first accepted request.
   using CellArray = std::unique_ptr<std::int32_t[], FreeMemory>;
@@ -211,12 +215,13 @@ class KORRIN_EXPORT OccMapPathFinder {
   float xComputeAngleCost(float theta, const Pose2Di& delta) const;
 
  private:
-  bool isFree(const Pose2Di& cell) const;
-  bool hasEntry(const Pose2Di& cell) const;
-  std::size_t entryOf(const Pose2Di& cell) const;
-  bool refreshCoarseMap();
-  void resetSearch(const Pose2Di& startCell, const Pose2Di& endCell);
-  void tryNeighbor(const Node& current, const Pose2Di& delta, bool isFirst);
+  bool hasEntry(const Pose2Di& cell) const {
+    return cell.x >= 0 && cell.y >= 0 && cell.x < arrayWidth_ && cell.y < arrayHeight_;
+  }
+  std::size_t entryOf(const Pose2Di& cell) const {
+    return static_cast<std::size_t>(cell.y) * static_cast<std::size_t>(arrayWidth_) +
+           static_cast<std::size_t>(cell.x);
+  }
 
   // The size of the map that the two arrays were made for.
   std::int32_t arrayWidth_;
