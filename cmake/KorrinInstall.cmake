@@ -1,13 +1,16 @@
-# Installs headers, library, the CMake package and the pkg-config file.
+# Installs headers, library, the CMake package and the pkg-config file. The components are those
+# that the Debian packages are made of: runtime, development and, from tools/, tools.
 include(CMakePackageConfigHelpers)
 
 set(KORRIN_CMAKE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/korrin")
 
 install(TARGETS korrin EXPORT korrin-targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    COMPONENT runtime NAMELINK_COMPONENT development
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(DIRECTORY include/korrin DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(EXPORT korrin-targets NAMESPACE korrin:: DESTINATION ${KORRIN_CMAKE_DIR})
+install(DIRECTORY include/korrin DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+install(EXPORT korrin-targets NAMESPACE korrin:: DESTINATION ${KORRIN_CMAKE_DIR}
+  COMPONENT development)
 
 configure_package_config_file(cmake/korrin-config.cmake.in
   "${PROJECT_BINARY_DIR}/korrin-config.cmake" INSTALL_DESTINATION ${KORRIN_CMAKE_DIR})
@@ -17,7 +20,7 @@ install(FILES
   "${PROJECT_BINARY_DIR}/korrin-config.cmake"
   "${PROJECT_BINARY_DIR}/korrin-config-version.cmake"
   cmake/FindOpenCVParts.cmake
-  DESTINATION ${KORRIN_CMAKE_DIR})
+  DESTINATION ${KORRIN_CMAKE_DIR} COMPONENT development)
 
 # korrin.pc tells its prefix from its own place, so that an installation may be moved; an absolute
 # library directory has no such relation to the prefix.
@@ -34,4 +37,5 @@ foreach(kind LIB INCLUDE)
   endif()
 endforeach()
 configure_file(cmake/korrin.pc.in "${PROJECT_BINARY_DIR}/korrin.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/korrin.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES "${PROJECT_BINARY_DIR}/korrin.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  COMPONENT development)
