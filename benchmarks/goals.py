@@ -22,6 +22,8 @@ import subprocess
 import sys
 import tempfile
 
+import growth_plot
+
 HERE = pathlib.Path(__file__).resolve().parent
 DOCS_PAGE = HERE.parent / "docs" / "benchmarks.md"
 TABLE_BEGIN, TABLE_END = "<!-- table: scripts/bench --write -->", "<!-- end of table -->"
@@ -33,7 +35,7 @@ def parse_arguments():
     parser.add_argument("--only", default="", help="rows whose work or input contains this")
     parser.add_argument("--repetitions", type=int, default=5)
     parser.add_argument("--min-time", type=float, default=0.1, help="seconds for one repetition")
-    parser.add_argument("--write", action="store_true", help="renew docs/benchmarks.md")
+    parser.add_argument("--write", action="store_true", help="renew docs/benchmarks.md and its plot")
     return parser.parse_args()
 
 
@@ -60,11 +62,13 @@ def run(program, names, repetitions, min_time):
     return medians, refused, report["context"]
 
 
+def nanoseconds(record):
+    return record["cpu_time"] * {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}[record["time_unit"]]
+
+
 def figure(record, counter):
     """Nanoseconds of one run, or the counter's value."""
-    if counter:
-        return record[counter]
-    return record["cpu_time"] * {"ns": 1.0, "us": 1e3, "ms": 1e6, "s": 1e9}[record["time_unit"]]
+    return record[counter] if counter else nanoseconds(record)
 
 
 def measure(row, medians):
@@ -79,11 +83,11 @@ def measure(row, medians):
     return ours / other, ours / other <= float(goal)
 
 
-def readable_time(nanoseconds):
+def readable_time(time):
     for unit, scale in (("ns", 1.0), ("us", 1e3), ("ms", 1e6)):
-        if nanoseconds < 1000 * scale:
-            return f"{nanoseconds / scale:.3g} {unit}"
-    return f"{nanoseconds / 1e9:.3g} s"
+        if time < 1000 * scale:
+            return f"{time / scale:.3g} {unit}"
+    return f"{time / 1e9:.3g} s"
 
 
 def table(rows, medians):
@@ -126,16 +130,19 @@ def main():
     if not rows:
         sys.exit("no row of benchmarks/goals.json matches")
     names = {row[key] for row in rows for key in ("ours", "other")}
+    if arguments.write:
+        names |= growth_plot.names()
     medians, refused, context = run(arguments.program, names, arguments.repetitions, arguments.min_time)
     text = machine(context) + "\n\n" + table(rows, medians)
     print(text)
-    if arguments.write:
-        write_page(text)
     for name, message in sorted(refused.items()):
         print(f"{name} did not run: {message}", file=sys.stderr)
     missing = sorted(names - set(medians) - set(refused))
     if missing:
         sys.exit("these benchmarks are named but do not exist: " + ", ".join(missing))
+    if arguments.write:
+        write_page(text)
+        growth_plot.draw(lambda name: nanoseconds(medians[name]) / 1e6)
 
 
 if __name__ == "__main__":

@@ -59,27 +59,15 @@ class FreeReach {
     std::ptrdiff_t stride = 0;
   };
 
-  // Works everything out anew. Throws std::bad_alloc for more cells than an int counts, border
-  // included, however much memory there is.
+  // Works everything out anew.
   void refresh(const IplImage& image, float threshold) {
-    size_ = {0, 0};  // fits nothing while memory may run out
-    const std::int64_t places = (std::int64_t{image.width} + 2) * (std::int64_t{image.height} + 2);
-    if (places > std::numeric_limits<std::int32_t>::max()) throw std::bad_alloc();
-    for (std::int32_t octant = 0; octant < kOctants; ++octant) {
-      planes_[octant].stride = std::ptrdiff_t{isAlongX(octant) ? image.height : image.width} + 2;
-      planes_[octant].reaches.assign(static_cast<std::size_t>(places), kFarthest);
-    }
-    size_ = {image.width, image.height};
+    if (!fits(image)) makeRoom(image);
     refresh(image, threshold, {0, 0, image.width, image.height});
   }
 
   // The same where only cells in `area`, a part of the image, have changed.
   void refresh(const IplImage& image, float threshold, const Area& area) {
     mark(image, threshold, area);
-    for (std::int32_t octant = 0; octant < kOctants; ++octant) {
-      const Plane& marked = planes_[isAlongX(octant) ? kTransposed : kUpright];
-      if (&marked != &planes_[octant]) copyMarks(marked, octant, area);
-    }
     for (std::int32_t octant = 0; octant < kOctants; ++octant) spread(octant, area);
   }
 
@@ -114,6 +102,18 @@ class FreeReach {
     }
   };
 
+  void makeRoom(const IplImage& image) {
+    size_ = {0, 0};  // fits nothing while memory may run out
+    for (std::int32_t octant = 0; octant < kOctants; ++octant) {
+      const std::ptrdiff_t majors = isAlongX(octant) ? image.width : image.height;
+      const std::ptrdiff_t minors = isAlongX(octant) ? image.height : image.width;
+      planes_[octant].stride = minors + 2;
+      planes_[octant].reaches.assign(static_cast<std::size_t>((majors + 2) * (minors + 2)),
+                                     kFarthest);
+    }
+    size_ = {image.width, image.height};
+  }
+
   static Span majorSpan(const Area& area, std::int32_t octant) {
     return isAlongX(octant) ? Span{area.left, area.right} : Span{area.top, area.bottom};
   }
@@ -121,8 +121,9 @@ class FreeReach {
     return isAlongX(octant) ? Span{area.top, area.bottom} : Span{area.left, area.right};
   }
 
-  // Puts 0 into blocked cells and 1 into free ones, in one plane of each kind. In tiles, so that
-  // the cells of a column stay in the cache while they are written.
+  // Puts 0 into blocked cells and 1 into free ones, in one plane of each kind, where the others
+  // look for them. In tiles, so that the cells of a column stay in the cache while they are
+  // written.
   void mark(const IplImage& image, float threshold, const Area& area) {
     constexpr std::int32_t kTile = 64;
     for (std::int32_t top = area.top; top < area.bottom; top += kTile) {
@@ -149,19 +150,10 @@ class FreeReach {
     }
   }
 
-  void copyMarks(const Plane& marked, std::int32_t octant, const Area& area) {
-    const Span majors = majorSpan(area, octant);
-    const Span minors = minorSpan(area, octant);
-    for (std::int32_t major = majors.begin; major < majors.end; ++major) {
-      const std::ptrdiff_t place = marked.place(major, minors.begin);
-      std::copy_n(marked.reaches.data() + place, minors.length(),
-                  planes_[octant].reaches.data() + place);
-    }
-  }
-
   // Works out the reaches that depend on `area`, from the far end on.
   void spread(std::int32_t octant, const Area& area) {
     Plane& plane = planes_[octant];
+    const Plane& marked = planes_[isAlongX(octant) ? kTransposed : kUpright];
     const bool ascends = majorAscends(octant);
     const std::int32_t majorSize = isAlongX(octant) ? size_.width : size_.height;
     const std::int32_t minorSize = isAlongX(octant) ? size_.height : size_.width;
@@ -169,13 +161,16 @@ class FreeReach {
     const Span minors = minorSpan(area, octant).withUpstream(minorAscends(octant), minorSize);
     for (std::int32_t i = 0; i < majors.length(); ++i) {
       const std::int32_t major = ascends ? majors.end - 1 - i : majors.begin + i;
-      std::uint8_t* row = plane.reaches.data() + plane.place(major, minors.begin);
+      const std::ptrdiff_t place = plane.place(major, minors.begin);
+      std::uint8_t* row = plane.reaches.data() + place;
+      if (&plane != &marked) std::copy_n(marked.reaches.data() + place, minors.length(), row);
       const std::uint8_t* ahead = row + (ascends ? plane.stride : -plane.stride);
       spreadRow(row, ahead, minorAscends(octant) ? ahead + 1 : ahead - 1, minors.length());
     }
   }
 
-  // One row from those ahead: `ahead` straight, `diagonal` one place aside. Blocked places stay 0.
+  // One row from those ahead: `ahead` straight, `diagonal` one place aside. Places of 0 are blocked
+  // and stay so.
   static void spreadRow(std::uint8_t* __restrict row, const std::uint8_t* ahead,
                         const std::uint8_t* diagonal, std::int32_t count) {
     for (std::int32_t i = 0; i < count; ++i) {

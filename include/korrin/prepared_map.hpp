@@ -11,9 +11,9 @@
 // was prepared for; the comments there hold here. A ray follows the same cells, but leaps over
 // those known to be free: for every cell and each eighth of a turn, the map keeps how many steps a
 // line may take from there without meeting a cell below the threshold, up to 255. That is 8 bytes
-// a cell, worked out in 1 to 2 ns a cell: for a floor of a million cells, the time of some twenty
-// simulated scans of a thousand beams. Scans then take half the time where rays are long, a third
-// in wide spaces, and little less in small rooms; so it pays from fifty scans on.
+// a cell, worked out in 1 to 3 ns a cell: for a floor of a million cells, the time of some twenty
+// simulated scans of a thousand beams. Scans then take half the time where rays are long, and a
+// third in wide spaces: there it pays from fifty scans on. In small rooms they take little less.
 //
 // The map's geometry and its second image are read as they are at the call; a second image may
 // change freely. What changed in its probability image counts after a refresh: until then, answers
