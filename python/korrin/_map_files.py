@@ -15,7 +15,7 @@ from . import _korrin
 _MODES = ("trinary", "scale", "raw")
 
 
-def load_map(yaml_path):
+def load_map(yaml_path: str | os.PathLike[str]) -> _korrin.OccupancyMap:
     """The map that a YAML file and its picture hold, with a second image of unknown cells.
 
     A pixel's brightness s in [0, 1] (colours averaged) stands for the occupied probability
@@ -42,7 +42,13 @@ def load_map(yaml_path):
     return map
 
 
-def save_map(map, yaml_path, mode="trinary", occupied_thresh=0.65, free_thresh=0.196):
+def save_map(
+    map: _korrin.OccupancyMap,
+    yaml_path: str | os.PathLike[str],
+    mode: str = "trinary",
+    occupied_thresh: float = 0.65,
+    free_thresh: float = 0.196,
+) -> None:
     """Writes a map as a YAML file and a picture beside it, in one of the modes of load_map.
 
     Each cell becomes the nearest value that the mode can express: trinary knows 0, 0.5 and 1, raw

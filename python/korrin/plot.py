@@ -10,16 +10,22 @@
 Each function draws into `axes`, the current ones when there are none given, and returns them.
 """
 
+from __future__ import annotations
+
+from collections.abc import Sequence
+from typing import Any
+
 import numpy as np
 from matplotlib import pyplot
 from matplotlib.transforms import Affine2D
+from numpy.typing import ArrayLike, NDArray
 
-from . import _korrin
+import korrin
 
 __all__ = ["holes", "map", "path", "scan", "scores"]
 
 
-def map(map, axes=None):
+def map(map: korrin.OccupancyMap, axes: Any = None) -> Any:
     """Draws a map: free white, unknown grey, occupied black.
 
     >>> axes = korrin.plot.map(korrin.OccupancyMap(100, 80, 0.05))
@@ -29,7 +35,7 @@ def map(map, axes=None):
     height, width = map.image.shape
     resolution = map.params.resolution
     # In cells, then from the grid into the world: cell (0, 0) has its centre at the origin.
-    placed = Affine2D().scale(resolution).rotate(theta).translate(x, y) + axes.transData
+    to_world = Affine2D().scale(resolution).rotate(theta).translate(x, y)
     axes.imshow(
         map.image,
         cmap="gray",
@@ -38,15 +44,15 @@ def map(map, axes=None):
         origin="lower",
         extent=(-0.5, width - 0.5, -0.5, height - 0.5),
         interpolation="nearest",
-        transform=placed,
+        transform=to_world + axes.transData,
     )
     corners = [(i * width - 0.5, j * height - 0.5) for i in (0, 1) for j in (0, 1)]
-    axes.update_datalim(Affine2D().scale(resolution).rotate(theta).translate(x, y).transform(corners))
+    axes.update_datalim(to_world.transform(corners))
     axes.autoscale_view()
     return axes
 
 
-def path(path, axes=None, **style):
+def path(path: ArrayLike, axes: Any = None, **style: Any) -> Any:
     """Draws a path, an N x 3 array of world poses, its start as a dot and its end as a cross.
 
     `style` goes to matplotlib's plot.
@@ -60,7 +66,9 @@ def path(path, axes=None, **style):
     return axes
 
 
-def scan(scan, pose=(0, 0, 0), axes=None, **style):
+def scan(
+    scan: korrin.Scan, pose: korrin.PoseLike = (0, 0, 0), axes: Any = None, **style: Any
+) -> Any:
     """Draws the hits of a scan taken at a world pose; no-hits are left out.
 
     `style` goes to matplotlib's scatter.
@@ -72,12 +80,17 @@ def scan(scan, pose=(0, 0, 0), axes=None, **style):
     hits = hits[np.isfinite(hits).all(axis=1)]
     x, y = _placed(hits, pose)
     axes.scatter(x, y, **{"s": 4, "color": "tab:blue", **style})
-    sensor = _korrin.Pose2D(pose)
+    sensor = korrin.Pose2D(pose)
     axes.plot([sensor.x], [sensor.y], "k+")
     return axes
 
 
-def holes(holes, pose=(0, 0, 0), axes=None, **style):
+def holes(
+    holes: Sequence[korrin.ScanHole],
+    pose: korrin.PoseLike = (0, 0, 0),
+    axes: Any = None,
+    **style: Any,
+) -> Any:
     """Draws openings of a scan taken at a world pose: the gap as a line, a dot before it.
 
     `style` goes to matplotlib's plot.
@@ -94,7 +107,9 @@ def holes(holes, pose=(0, 0, 0), axes=None, **style):
     return axes
 
 
-def scores(scores, extent, axes=None):
+def scores(
+    scores: ArrayLike, extent: tuple[float, float, float, float], axes: Any = None
+) -> Any:
     """Draws a heat map of scores, rows x columns, over extent = (x0, x1, y0, y1) in metres.
 
     The ends are the positions of the first and the last score along each axis.
@@ -119,23 +134,24 @@ def scores(scores, extent, axes=None):
     return axes
 
 
-def _axes(axes):
+def _axes(axes: Any) -> Any:
     axes = pyplot.gca() if axes is None else axes
     axes.set_aspect("equal")
     return axes
 
 
-def _columns(points):
-    points = np.asarray(points, dtype=float)
-    if points.ndim != 2 or points.shape[1] < 2:
-        points = points.reshape(0, 2) if points.size == 0 else points
-    if points.ndim != 2:
-        raise ValueError(f"expected N x 3 poses, not the shape {points.shape}")
-    return points[:, 0], points[:, 1]
+def _columns(points: ArrayLike) -> tuple[NDArray[Any], NDArray[Any]]:
+    """x and y of rows of numbers, perhaps none."""
+    rows = np.asarray(points, dtype=float)
+    if rows.size == 0:
+        rows = rows.reshape(0, 2)
+    if rows.ndim != 2 or rows.shape[1] < 2:
+        raise ValueError(f"expected rows of x, y and more, not the shape {rows.shape}")
+    return rows[:, 0], rows[:, 1]
 
 
-def _placed(points, pose):
+def _placed(points: ArrayLike, pose: korrin.PoseLike) -> tuple[NDArray[Any], NDArray[Any]]:
     """World x and y of points (N x 2) in the frame of a pose."""
-    pose = _korrin.Pose2D(pose)
-    points = np.reshape(np.asarray(points, dtype=float), (-1, 2))
-    return _columns(Affine2D().rotate(pose.theta).translate(pose.x, pose.y).transform(points))
+    sensor = korrin.Pose2D(pose)
+    rows = np.column_stack(_columns(points))
+    return _columns(Affine2D().rotate(sensor.theta).translate(sensor.x, sensor.y).transform(rows))

@@ -71,13 +71,13 @@ class ArrayImage {
 namespace pybind11::detail {
 
 // Lists, tuples and arrays become vectors of float records; vectors become float32 arrays.
-template <typename Record, int Columns>
+template <typename Record, std::size_t Columns>
 struct rows_caster {
   static_assert(sizeof(Record) == Columns * sizeof(float));
 
   bool load(handle source, bool convert) {
     if (!korrin_python::mayBeRows(source, convert)) return false;
-    const array_t<float> rows = korrin_python::floatRows(source, Columns);
+    const array_t<float> rows = korrin_python::floatRows(source, ssize_t{Columns});
     value.resize(static_cast<std::size_t>(rows.shape(0)));
     if (!value.empty()) {
       std::memcpy(static_cast<void*>(value.data()), rows.data(), value.size() * sizeof(Record));
@@ -94,7 +94,8 @@ struct rows_caster {
     return rows.release();
   }
 
-  PYBIND11_TYPE_CASTER(std::vector<Record>, const_name("numpy.ndarray"));
+  PYBIND11_TYPE_CASTER(std::vector<Record>, const_name("numpy.ndarray[numpy.float32[n, ") +
+                                                const_name<Columns>() + const_name("]]"));
 };
 
 template <>
@@ -115,7 +116,8 @@ struct type_caster<std::vector<Brin::Pose2Di>> {
     return korrin_python::arrayFrom(cells).release();
   }
 
-  PYBIND11_TYPE_CASTER(std::vector<Brin::Pose2Di>, const_name("numpy.ndarray"));
+  PYBIND11_TYPE_CASTER(std::vector<Brin::Pose2Di>,
+                       const_name("numpy.ndarray[numpy.float64[n, 3]]"));
 };
 
 }  // namespace pybind11::detail

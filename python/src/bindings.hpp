@@ -11,6 +11,7 @@ void bindScan(pybind11::module_& module);
 void bindPathFinder(pybind11::module_& module);
 void bindPaths(pybind11::module_& module);
 void bindMapBuilding(pybind11::module_& module);
+void bindPreparedMap(pybind11::module_& module);
 void bindMapProcessing(pybind11::module_& module);
 void bindMapQueries(pybind11::module_& module);
 void bindScanHoles(pybind11::module_& module);

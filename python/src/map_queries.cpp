@@ -17,8 +17,10 @@ using Brin::GrayCellCondition;
 using Brin::OccupancyMap;
 using Brin::Pose2Di;
 
-py::object cellOrNone(bool found, const Pose2Di& cell) {
-  return found ? py::cast(cell) : py::none();
+using MaybeCell = std::optional<Pose2Di>;
+
+MaybeCell cellOrNone(bool found, const Pose2Di& cell) {
+  return found ? MaybeCell(cell) : std::nullopt;
 }
 
 // A Python callable as a condition: any truth value is an answer.
@@ -31,8 +33,8 @@ CellCondition conditionFrom(const py::object& callable) {
   };
 }
 
-py::object findWithCallable(const OccupancyMap& map, const Pose2Di& start,
-                            const py::object& condition) {
+MaybeCell findWithCallable(const OccupancyMap& map, const Pose2Di& start,
+                           const py::object& condition) {
   const py::object copy = py::module_::import("copy").attr("copy");
   Pose2Di cell;
   const bool found = Brin::xFindFirstCell(map, start, cell, conditionFrom(condition),
@@ -40,8 +42,8 @@ py::object findWithCallable(const OccupancyMap& map, const Pose2Di& start,
   return cellOrNone(found, cell);
 }
 
-py::object findWithCallables(const OccupancyMap& map, const Pose2Di& start,
-                             const py::object& atStart, const py::object& onRay) {
+MaybeCell findWithCallables(const OccupancyMap& map, const Pose2Di& start,
+                            const py::object& atStart, const py::object& onRay) {
   Pose2Di cell;
   const bool found = Brin::xFindFirstCell(map, start, cell, conditionFrom(atStart),
                                           [&] { return conditionFrom(onRay()); });
@@ -49,7 +51,7 @@ py::object findWithCallables(const OccupancyMap& map, const Pose2Di& start,
 }
 
 template <typename Condition>
-py::object findWith(const OccupancyMap& map, const Pose2Di& start, const Condition& condition) {
+MaybeCell findWith(const OccupancyMap& map, const Pose2Di& start, const Condition& condition) {
   const Condition own = condition;
   Pose2Di cell;
   bool found = false;

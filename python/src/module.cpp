@@ -31,6 +31,7 @@ PYBIND11_MODULE(_korrin, module) {
   korrin_python::bindPathFinder(module);
   korrin_python::bindPaths(module);
   korrin_python::bindMapBuilding(module);
+  korrin_python::bindPreparedMap(module);
   korrin_python::bindMapProcessing(module);
   korrin_python::bindMapQueries(module);
   korrin_python::bindScanHoles(module);

@@ -136,10 +136,10 @@ to 5); what stays blocked is kept as it came.
 )");
   module.def(
       "find_closest_in_vect",
-      [](const Path& v, const Pose2D& p, float maxDist) -> py::object {
+      [](const Path& v, const Pose2D& p, float maxDist) -> std::optional<std::ptrdiff_t> {
         const auto found = Brin::findClosestInVect(v, p, maxDist);
-        if (found == v.end()) return py::none();
-        return py::int_(std::distance(v.begin(), found));
+        if (found == v.end()) return std::nullopt;
+        return std::distance(v.begin(), found);
       },
       py::arg("v"), py::arg("p"), py::arg("max_dist"),
       R"(The index of the pose of `v` (N x 3) nearest to `p` and nearer than `max_dist` metres.

@@ -20,6 +20,7 @@ using Brin::Pose2D;
 using Brin::Scan;
 using Brin::ScanDistMap;
 using Points = std::vector<Point2D>;
+using ScoreAndCount = std::pair<float, int>;
 
 // The images of one build. Scores under way and arrays keep them while another build makes others.
 struct Built {
@@ -48,8 +49,9 @@ struct DistMap {
 
   // The score and the count that `method` gives.
   template <typename Readings>
-  py::tuple score(float (ScanDistMap::*method)(const Readings&, const Pose2D&, float, int*) const,
-                  const Readings& readings, const Pose2D& pose, float maxDist) const {
+  ScoreAndCount score(float (ScanDistMap::*method)(const Readings&, const Pose2D&, float, int*)
+                          const,
+                      const Readings& readings, const Pose2D& pose, float maxDist) const {
     const std::shared_ptr<const Built> held = built;
     ScanDistMap map = held->map;
     map.resolution = resolution;
@@ -58,7 +60,7 @@ struct DistMap {
     float value = 0.0f;
     int count = 0;
     unlocked([&] { value = (map.*method)(readings, pose, maxDist, &count); });
-    return py::make_tuple(value, count);
+    return {value, count};
   }
 
   py::object view(IplImage* ScanDistMap::*image) const {
@@ -144,9 +146,9 @@ Arrays of an earlier build keep showing that one.
 }
 
 template <typename Readings>
-py::tuple scanScore(py::array distanceMap, const Readings& readings, const Pose2D& pose,
-                    float resolution, float maxDist, std::optional<py::array> debugImage,
-                    int step) {
+ScoreAndCount scanScore(py::array distanceMap, const Readings& readings, const Pose2D& pose,
+                        float resolution, float maxDist, std::optional<py::array> debugImage,
+                        int step) {
   ArrayImage map = ArrayImage::readable(std::move(distanceMap), "distance_map");
   std::optional<ArrayImage> debug;
   if (debugImage) debug = ArrayImage::writable(*std::move(debugImage), "debug_image");
@@ -157,33 +159,37 @@ py::tuple scanScore(py::array distanceMap, const Readings& readings, const Pose2
     score = Brin::scanScore(map.get(), readings, pose, resolution, maxDist, &count,
                             debug ? &drawn : nullptr, step);
   });
-  return py::make_tuple(score, count);
+  return {score, count};
 }
 
 template <typename Readings>
-py::tuple scanScores(py::array distanceMap, const Readings& readings,
-                     const std::vector<Pose2D>& poses, float resolution, float maxDist, int step) {
+std::pair<py::array_t<float>, py::array_t<int>> scanScores(py::array distanceMap,
+                                                           const Readings& readings,
+                                                           const std::vector<Pose2D>& poses,
+                                                           float resolution, float maxDist,
+                                                           int step) {
   ArrayImage map = ArrayImage::readable(std::move(distanceMap), "distance_map");
   std::vector<float> scores;
   std::vector<int> counts;
   unlocked([&] {
     Brin::scanScores(map.get(), readings, poses, resolution, maxDist, scores, &counts, step);
   });
-  return py::make_tuple(takeOver(std::move(scores)), takeOver(std::move(counts)));
+  return {takeOver(std::move(scores)), takeOver(std::move(counts))};
 }
 
-py::tuple buildLaserDistance(const Scan& scan, const Pose2D& pose, float resolution,
-                             const py::object& laserImage) {
+std::pair<py::object, py::object> buildLaserDistance(const Scan& scan, const Pose2D& pose,
+                                                     float resolution,
+                                                     const py::object& laserImage) {
   IplImage* distances = nullptr;
   if (laserImage.is_none()) {
     IplImage* picture = nullptr;
     unlocked([&] { Brin::buildLaserDistance(scan, pose, &picture, &distances, resolution); });
-    return py::make_tuple(takeOver(picture), takeOver(distances));
+    return {takeOver(picture), takeOver(distances)};
   }
   ArrayImage given = ArrayImage::readable(py::cast<py::array>(laserImage), "laser_image");
   IplImage* picture = given.get();
   unlocked([&] { Brin::buildLaserDistance(scan, pose, &picture, &distances, resolution); });
-  return py::make_tuple(laserImage, takeOver(distances));
+  return {laserImage, takeOver(distances)};
 }
 
 constexpr const char* kScanScoreDoc = R"(The fit of a Scan or of points (N x 2, metres), placed at

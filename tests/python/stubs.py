@@ -1,0 +1,219 @@
+"""Prints the type stub of the package korrin, made from the extension module's own signatures."""
+
+import inspect
+import re
+
+import korrin
+
+HEADER = '''\
+"""What type checkers know of korrin; scripts/update-stubs writes this file."""
+
+import os
+from collections.abc import Callable, Iterable, Sequence
+from typing import Any, ClassVar, overload
+
+import numpy as np
+from numpy.typing import ArrayLike, NDArray
+
+__version__: str
+__all__: list[str]
+k_pi: float
+
+PoseLike = Pose2D | tuple[float, float, float] | list[float] | NDArray[Any]
+CellLike = Pose2Di | tuple[int, int, float] | list[float] | NDArray[Any]
+PointLike = Point2D | Pose2D | tuple[float, float] | list[float] | NDArray[Any]
+ShiftLike = Point2Di | tuple[int, int] | list[int] | NDArray[Any]
+ScanLike = Scan | NDArray[np.void]
+'''
+
+# What converts to an argument of these types.
+ACCEPTED = {
+    "Pose2D": "PoseLike",
+    "Pose2Di": "CellLike",
+    "Point2D": "PointLike",
+    "Point2Di": "ShiftLike",
+    "Scan": "ScanLike",
+}
+
+# What the signatures leave open: results, properties and, as name.argument, arguments.
+TOLD = {
+    "LogRecord.level": "NavLogLevel",
+    "OccMapPathFinder.__init__.map": "OccupancyMap | None",
+    "OccMapPathFinder.cell_nodes": "NDArray[np.int32] | None",
+    "OccMapPathFinder.cell_states": "NDArray[np.int32] | None",
+    "OccMapPathFinder.neighborhood_type": "OccMapPathFinder.NeighborhoodType",
+    "OccMapPathFinder.occ_map": "OccupancyMap | None",
+    "OccMapPathFinder.set_occ_map.map": "OccupancyMap | None",
+    "OccMapPathFinder.x_find_node": "OccMapPathFinder.Node | None",
+    "ObstacleDilater.char_image": "NDArray[np.uint8]",
+    "ObstacleDilater.dist_image": "NDArray[np.float32]",
+    "OccupancyMap.__deepcopy__.memo": "dict[int, Any]",
+    "OccupancyMap.image": "NDArray[np.float32]",
+    "OccupancyMap.second_image": "NDArray[np.float32] | None",
+    "OccupancyMap.to_char_ipl_image": "NDArray[np.uint8]",
+    "OccupancyMapper.__init__.map": "OccupancyMap | None",
+    "OccupancyMapper.map": "OccupancyMap | None",
+    "Point2D.__getitem__": "float",
+    "Point2Di.__getitem__": "int",
+    "Pose2D.__getitem__": "float",
+    "Pose2Di.__getitem__": "float",
+    "Scan.__init__.ranges": "ArrayLike",
+    "Scan.__init__.readings": "NDArray[np.void] | list[RangeReading]",
+    "Scan.readings": "NDArray[np.void]",
+    "ScanDistMap.distance_map": "NDArray[np.float32] | None",
+    "ScanDistMap.laser_image": "NDArray[np.uint8] | None",
+    "build_laser_distance": "tuple[NDArray[np.uint8], NDArray[np.float32]]",
+    "build_laser_distance.laser_image": "NDArray[np.uint8] | None",
+    "compute_coarser_map": "OccupancyMap | None",
+    "create_flipped_image": "NDArray[Any]",
+    "create_flipped_image.size": "tuple[int, int]",
+    "draw_laser": "NDArray[np.uint8]",
+    "draw_laser.image": "NDArray[np.uint8] | None",
+    "find_first_cell_with_cond.condition": (
+        "FreeCellCondition | GrayCellCondition | Callable[[float], bool]"
+    ),
+    "merge_images2": "NDArray[Any] | None",
+    "merge_images2.images": "Iterable[ImageToMerge]",
+    "set_log_sink": "Callable[[LogRecord], object] | None",
+    "set_log_sink.sink": "Callable[[LogRecord], object] | None",
+    "x_find_first_cell.at_start": "Callable[[float], bool]",
+    "x_find_first_cell.on_ray": "Callable[[], Callable[[float], bool]]",
+}
+
+SHOWN_SPECIALS = ("__init__", "__call__", "__copy__", "__deepcopy__", "__getitem__", "__len__")
+ENUM_BODY = """\
+def __init__(self, value: int) -> None: ...
+def __int__(self) -> int: ...
+@property
+def name(self) -> str: ...
+@property
+def value(self) -> int: ...
+__members__: ClassVar[dict[str, {name}]]"""
+
+
+def split_arguments(text):
+    """The parts between the commas that no bracket encloses."""
+    parts, depth, start = [], 0, 0
+    for i, letter in enumerate(text):
+        depth += (letter in "([{<") - (letter in ")]}>")
+        if letter == "," and depth == 0:
+            parts.append(text[start:i])
+            start = i + 1
+    return [part.strip() for part in [*parts, text[start:]] if part.strip()]
+
+
+def type_text(text, is_argument):
+    text = text.replace("korrin._korrin.", "")
+    if is_argument:
+        text = re.sub(r"numpy\.ndarray\[numpy\.float\d+\[n, \d\]\]", "ArrayLike", text)
+        if text in ACCEPTED:
+            return ACCEPTED[text]
+    text = re.sub(r"numpy\.ndarray\[numpy\.(\w+)(\[n, \d\])?\]", r"NDArray[np.\1]", text)
+    text = re.sub(r"numpy\.ndarray\[[\w.]+\]", "NDArray[np.void]", text)
+    text = text.replace("numpy.ndarray", "NDArray[Any]").replace("sequence", "Sequence[float]")
+    text = re.sub(r"Optional\[(.*)\]", r"\1 | None", text)
+    return re.sub(r"\b(List|Tuple|Dict)\b", lambda match: match[0].lower(), text)
+
+
+def default_text(text):
+    return text if re.fullmatch(r"None|True|False|-?\d+(\.\d+)?", text) else "..."
+
+
+def argument_text(text, function):
+    name, _, rest = text.partition(":")
+    if not rest or name == "self":
+        return name
+    kind, _, default = rest.partition("=")
+    told = TOLD.get(f"{function}.{name}") or type_text(kind.strip(), True)
+    return f"{name}: {told}" + (f" = {default_text(default.strip())}" if default else "")
+
+
+def signatures(function):
+    """(arguments, result) of each overload, as the docstring tells them."""
+    pattern = r"^(?:\d+\. )?\w+\((.*)\) -> (.+)$"
+    lines = function.__doc__.splitlines()
+    is_overloaded = "Overloaded function." in lines
+    found = [re.match(pattern, line) for line in lines if line[:1].isdigit() or not is_overloaded]
+    return [match.groups() for match in found if match]
+
+
+def function_lines(name, function, qualified, is_method=False, is_static=False):
+    found = signatures(function)
+    assert found or name == "__init__", f"{qualified} has no signature"
+    overloads = []
+    for arguments, result in found:
+        parts = split_arguments(arguments)
+        if is_method:
+            parts[0] = "self"
+        shown = ", ".join(argument_text(part, qualified) for part in parts)
+        told = TOLD.get(qualified) or type_text(result, False)
+        overloads.append(f"def {name}({shown}) -> {told}: ...")
+    overloads = list(dict.fromkeys(overloads))
+    for overload in overloads:
+        yield from ["@overload"] * (len(overloads) > 1)
+        yield from ["@staticmethod"] * is_static
+        yield overload
+
+
+def property_lines(name, value, qualified):
+    [result] = re.findall(r"-> (.+)", value.fget.__doc__)
+    told = TOLD.get(qualified) or type_text(result, False)
+    if value.fset is None:
+        yield "@property"
+        yield f"def {name}(self) -> {told}: ..."
+        return
+    [kind] = re.findall(r", \w+: (.+)\) ->", value.fset.__doc__)
+    accepted = TOLD.get(qualified) or type_text(kind, True)
+    if accepted == told:
+        yield f"{name}: {told}"
+        return
+    yield "@property"
+    yield f"def {name}(self) -> {told}: ..."
+    yield f"@{name}.setter"
+    yield f"def {name}(self, value: {accepted}) -> None: ..."
+
+
+def member_lines(name, value, owner, qualified):
+    if inspect.isclass(value):
+        yield from class_lines(name, value, qualified)
+    elif isinstance(value, staticmethod):
+        yield from function_lines(name, getattr(owner, name), qualified, is_static=True)
+    elif type(value).__name__ == "pybind11_static_property":
+        yield f"{name}: ClassVar[float]"
+    elif isinstance(value, property):
+        yield from property_lines(name, value, qualified)
+    elif inspect.isroutine(value):
+        yield from function_lines(name, value, qualified, is_method=True)
+    else:  # a member of an enumeration that lies in the same class
+        yield f"{name}: ClassVar[{qualified.rpartition('.')[0]}.{type(value).__name__}]"
+
+
+def class_lines(name, type_, qualified):
+    yield f"class {name}:"
+    if hasattr(type_, "__members__"):
+        lines = ENUM_BODY.format(name=qualified).splitlines()
+        lines += [f"{member}: ClassVar[{qualified}]" for member in type_.__members__]
+    else:
+        lines = []
+        for member, value in vars(type_).items():
+            if not member.startswith("_") or member in SHOWN_SPECIALS:
+                lines += member_lines(member, value, type_, f"{qualified}.{member}")
+    yield from ("    " + line for line in lines)
+
+
+def stub_text():
+    lines = [HEADER]
+    for name in korrin.__all__:
+        thing = getattr(korrin, name)
+        if inspect.isclass(thing):
+            lines += [*class_lines(name, thing, name), ""]
+        elif inspect.isfunction(thing):
+            shown = str(inspect.signature(thing)).replace("korrin.", "")
+            lines += [f"def {name}{shown}: ...", ""]
+        elif getattr(thing, "__module__", None) == "korrin._korrin":
+            lines += [*function_lines(name, thing, name), ""]
+    return "\n".join(lines)
+
+
+if __name__ == "__main__":
+    print(stub_text(), end="")
