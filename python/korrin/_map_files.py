@@ -136,8 +136,9 @@ def _read_picture(path):
 
     try:
         with Image.open(path) as picture:
-            if picture.mode in ("1", "P"):
-                picture = picture.convert("RGBA" if "transparency" in picture.info else "RGB")
+            if picture.mode in ("1", "P", "LA"):
+                clear = picture.mode == "LA" or "transparency" in picture.info
+                picture = picture.convert("RGBA" if clear else "RGB")
             deep = picture.mode.startswith("I")
             pixels = np.asarray(picture, dtype=np.float64)
     except UnidentifiedImageError:
@@ -148,8 +149,7 @@ def _read_picture(path):
 
 def _values(picture, keys):
     """The cells that pixels stand for, in the picture's order."""
-    channels = picture.shape[2]
-    has_alpha = channels in (2, 4)
+    has_alpha = picture.shape[2] == 4
     opaque = picture[..., -1] == 1 if has_alpha else True
     colours = picture if keys["mode"] == "trinary" or not has_alpha else picture[..., :-1]
     brightness = colours.mean(axis=2)

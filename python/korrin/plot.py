@@ -17,6 +17,7 @@ from typing import Any
 
 import numpy as np
 from matplotlib import pyplot
+from matplotlib.image import AxesImage
 from matplotlib.transforms import Affine2D
 from numpy.typing import ArrayLike, NDArray
 
@@ -36,23 +37,21 @@ def map(map: korrin.OccupancyMap, axes: Any = None) -> Any:
     resolution = map.params.resolution
     # In cells, then from the grid into the world: cell (0, 0) has its centre at the origin.
     to_world = Affine2D().scale(resolution).rotate(theta).translate(x, y)
-    axes.imshow(
-        map.image,
-        cmap="gray",
-        vmin=0,
-        vmax=1,
-        origin="lower",
-        extent=(-0.5, width - 0.5, -0.5, height - 0.5),
-        interpolation="nearest",
-        transform=to_world + axes.transData,
-    )
+    # Not imshow, which takes the cells' numbers for the limits of the axes.
+    extent = (-0.5, width - 0.5, -0.5, height - 0.5)
+    picture = AxesImage(axes, cmap="gray", origin="lower", extent=extent, interpolation="nearest")
+    picture.set_data(map.image)
+    picture.set_clim(0, 1)
+    picture.set_transform(to_world + axes.transData)
+    picture.set_clip_path(axes.patch)
+    axes.add_image(picture)
     corners = [(i * width - 0.5, j * height - 0.5) for i in (0, 1) for j in (0, 1)]
     axes.update_datalim(to_world.transform(corners))
     axes.autoscale_view()
     return axes
 
 
-def path(path: ArrayLike, axes: Any = None, **style: Any) -> Any:
+def path(path: korrin.RowsLike, axes: Any = None, **style: Any) -> Any:
     """Draws a path, an N x 3 array of world poses, its start as a dot and its end as a cross.
 
     `style` goes to matplotlib's plot.
@@ -140,7 +139,7 @@ def _axes(axes: Any) -> Any:
     return axes
 
 
-def _columns(points: ArrayLike) -> tuple[NDArray[Any], NDArray[Any]]:
+def _columns(points: korrin.RowsLike) -> tuple[NDArray[Any], NDArray[Any]]:
     """x and y of rows of numbers, perhaps none."""
     rows = np.asarray(points, dtype=float)
     if rows.size == 0:
@@ -150,7 +149,7 @@ def _columns(points: ArrayLike) -> tuple[NDArray[Any], NDArray[Any]]:
     return rows[:, 0], rows[:, 1]
 
 
-def _placed(points: ArrayLike, pose: korrin.PoseLike) -> tuple[NDArray[Any], NDArray[Any]]:
+def _placed(points: korrin.RowsLike, pose: korrin.PoseLike) -> tuple[NDArray[Any], NDArray[Any]]:
     """World x and y of points (N x 2) in the frame of a pose."""
     sensor = korrin.Pose2D(pose)
     rows = np.column_stack(_columns(points))

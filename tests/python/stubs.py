@@ -9,7 +9,7 @@ HEADER = '''\
 """What type checkers know of korrin; scripts/update-stubs writes this file."""
 
 import os
-from collections.abc import Callable, Iterable, Sequence
+from collections.abc import Callable, Iterable, Iterator, Sequence
 from typing import Any, ClassVar, overload
 
 import numpy as np
@@ -24,6 +24,7 @@ CellLike = Pose2Di | tuple[int, int, float] | list[float] | NDArray[Any]
 PointLike = Point2D | Pose2D | tuple[float, float] | list[float] | NDArray[Any]
 ShiftLike = Point2Di | tuple[int, int] | list[int] | NDArray[Any]
 ScanLike = Scan | NDArray[np.void]
+RowsLike = ArrayLike | Sequence[Pose2D] | Sequence[Pose2Di] | Sequence[Point2D]
 '''
 
 # What converts to an argument of these types.
@@ -54,9 +55,17 @@ TOLD = {
     "OccupancyMapper.__init__.map": "OccupancyMap | None",
     "OccupancyMapper.map": "OccupancyMap | None",
     "Point2D.__getitem__": "float",
+    "Point2D.__init__.numbers": "PointLike",
+    "Point2D.__iter__": "Iterator[float]",
     "Point2Di.__getitem__": "int",
+    "Point2Di.__init__.numbers": "ShiftLike",
+    "Point2Di.__iter__": "Iterator[int]",
     "Pose2D.__getitem__": "float",
-    "Pose2Di.__getitem__": "float",
+    "Pose2D.__init__.numbers": "PoseLike",
+    "Pose2D.__iter__": "Iterator[float]",
+    "Pose2Di.__getitem__": "Any",
+    "Pose2Di.__init__.numbers": "CellLike",
+    "Pose2Di.__iter__": "Iterator[Any]",
     "Scan.__init__.ranges": "ArrayLike",
     "Scan.__init__.readings": "NDArray[np.void] | list[RangeReading]",
     "Scan.readings": "NDArray[np.void]",
@@ -80,7 +89,10 @@ TOLD = {
     "x_find_first_cell.on_ray": "Callable[[], Callable[[float], bool]]",
 }
 
-SHOWN_SPECIALS = ("__init__", "__call__", "__copy__", "__deepcopy__", "__getitem__", "__len__")
+SHOWN_SPECIALS = (
+    *("__init__", "__call__", "__copy__", "__deepcopy__"),
+    *("__getitem__", "__iter__", "__len__"),
+)
 ENUM_BODY = """\
 def __init__(self, value: int) -> None: ...
 def __int__(self) -> int: ...
@@ -105,12 +117,12 @@ def split_arguments(text):
 def type_text(text, is_argument):
     text = text.replace("korrin._korrin.", "")
     if is_argument:
-        text = re.sub(r"numpy\.ndarray\[numpy\.float\d+\[n, \d\]\]", "ArrayLike", text)
+        text = re.sub(r"numpy\.ndarray\[numpy\.float\d+\[n, \d\]\]", "RowsLike", text)
         if text in ACCEPTED:
             return ACCEPTED[text]
     text = re.sub(r"numpy\.ndarray\[numpy\.(\w+)(\[n, \d\])?\]", r"NDArray[np.\1]", text)
     text = re.sub(r"numpy\.ndarray\[[\w.]+\]", "NDArray[np.void]", text)
-    text = text.replace("numpy.ndarray", "NDArray[Any]").replace("sequence", "Sequence[float]")
+    text = text.replace("numpy.ndarray", "NDArray[Any]")
     text = re.sub(r"Optional\[(.*)\]", r"\1 | None", text)
     return re.sub(r"\b(List|Tuple|Dict)\b", lambda match: match[0].lower(), text)
 

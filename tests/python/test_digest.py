@@ -8,12 +8,21 @@ import pytest
 from conftest import PROJECT
 from workload import FAMILIES, Words, make_world
 
+import korrin
+
 STORED = PROJECT / "tests" / "data" / "workload.txt"
 
 
 @pytest.fixture(scope="module")
-def world():
-    return make_world(160, 120, 361)
+def of_python():
+    """The words of each family, through the Python module."""
+    world = make_world(160, 120, 361)
+    previous = korrin.set_log_sink(lambda record: None)
+    words = {name: Words() for name in FAMILIES}
+    for name, run in FAMILIES.items():
+        run(world, words[name])
+    korrin.set_log_sink(previous)
+    return {name: words[name].all() for name in FAMILIES}
 
 
 @pytest.fixture(scope="module")
@@ -25,12 +34,6 @@ def of_cpp():
     return {name: np.array(words.split(), np.uint32) for name, words in lines}
 
 
-def words_of(name, world):
-    words = Words()
-    FAMILIES[name](world, words)
-    return words.all()
-
-
 def digest_of(words):
     """FNV-1a, 64 bits, over the words' bytes, lowest first."""
     digest = 14695981039346656037
@@ -39,21 +42,21 @@ def digest_of(words):
     return digest
 
 
-def test_words_are_those_of_cpp(world, of_cpp, records):
+def test_words_are_those_of_cpp(of_python, of_cpp):
     for name, expected in of_cpp.items():
-        words = words_of(name, world)
+        words = of_python[name]
         assert len(words) == len(expected), name
         different = np.flatnonzero(words != expected)
         assert different.size == 0, f"{name}: word {different[0]}"
     assert len(of_cpp) > 20
 
 
-def test_digests_are_the_stored_ones(world, records):
+def test_digests_are_the_stored_ones(of_python):
     compared = 0
     for line in STORED.read_text().splitlines():
         name, count, digest = line.split("\t")
         if len(digest) == 16:  # digests; samples of words are longer
-            words = words_of(name, world)
+            words = of_python[name]
             assert (len(words), f"{digest_of(words):016x}") == (int(count), digest), name
             compared += 1
     assert compared >= 15
