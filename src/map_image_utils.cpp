@@ -289,8 +289,8 @@ void scrollIplImage(const IplImage* src, IplImage* dst, const Point2D& shift) {
   const bool cellByCell = holdsPlainCells(*src) && holdsPlainCells(*dst);
   if (cellByCell && isWhole(shift.x) && isWhole(shift.y)) {
     scrollWholeCells(*src, *dst, toCells(shift.x), toCells(shift.y));
-  } else if (isFar(shift.x) || isFar(shift.y)) {
-    cvSet(dst, kFill);
+  } else if (isFar(shift.x) || isFar(shift.y) || src->width <= 0 || src->height <= 0) {
+    cvSet(dst, kFill);  // nothing arrives
   } else {
     warp(src, dst, {1.0f, 0.0f, shift.x, 0.0f, 1.0f, shift.y});
   }

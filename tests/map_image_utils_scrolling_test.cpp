@@ -117,6 +117,14 @@ TEST(ScrollIplImage, theDestinationMayHaveAnotherSize) {
   EXPECT_NO_THROW(Brin::scrollIplImage(image.get(), nothing.get(), {1.0f, 0.0f}));
 }
 
+TEST(ScrollIplImage, fromAnImageOfNoCellsNothingArrivesByAFractionEither) {
+  const ImagePtr nothing = Brin::makeImage(cvSize(0, 2), IPL_DEPTH_32F, 1);
+  const ImagePtr out = floatImage({{0.1f, 0.2f}, {0.3f, 0.4f}});
+  Brin::scrollIplImage(nothing.get(), out.get(), {0.5f, 1.0f});
+  EXPECT_EQ(rowsOf<float>(*out), (Rows<float>{{0.5f, 0.5f}, {0.5f, 0.5f}}));
+  EXPECT_NO_THROW(Brin::scrollIplImage(out.get(), nothing.get(), {0.5f, 1.0f}));
+}
+
 TEST(ScrollIplImage, imagesOfOtherKindsAreWarped) {
   const ImagePtr image = korrin_test::byteImage({{10, 20, 30, 40}});
   const ImagePtr out = copyOf(*image);

@@ -10,6 +10,7 @@
 #include "models/occmap_path_finder_model.hpp"
 #include "support/bits.hpp"
 #include "support/log_capture.hpp"
+#include "support/path_searches.hpp"
 #include "support/random_inputs.hpp"
 
 namespace {
@@ -22,44 +23,7 @@ using korrin_model::PathFinderModel;
 using korrin_test::LogCapture;
 using korrin_test::RandomInputs;
 using korrin_test::sameBits;
-
-template <typename NodeA, typename NodeB>
-bool sameNode(const NodeA& a, const NodeB& b) {
-  return a.x == b.x && a.y == b.y && a.parent == b.parent && sameBits(a.theta, b.theta) &&
-         sameBits(a.f, b.f) && sameBits(a.g, b.g) && sameBits(a.h, b.h);
-}
-
-template <typename NodeA, typename NodeB>
-::testing::AssertionResult sameNodes(const std::vector<NodeA>& a, const std::vector<NodeB>& b) {
-  if (a.size() != b.size()) {
-    return ::testing::AssertionFailure() << a.size() << " nodes, not " << b.size();
-  }
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    if (!sameNode(a[i], b[i])) return ::testing::AssertionFailure() << "node " << i << " differs";
-  }
-  return ::testing::AssertionSuccess();
-}
-
-::testing::AssertionResult sameSearch(const OccMapPathFinder& finder,
-                                      const PathFinderModel& model) {
-  if (finder.numIterations != model.numIterations) {
-    return ::testing::AssertionFailure()
-           << finder.numIterations << " iterations, not " << model.numIterations;
-  }
-  if (auto same = sameNodes(finder.closedNodes, model.closedNodes); !same) {
-    return same << " among the closed";
-  }
-  if (auto same = sameNodes(finder.nodes, model.nodes); !same) return same << " among all nodes";
-  if (finder.openList != model.openList) {
-    return ::testing::AssertionFailure() << "the open lists differ";
-  }
-  for (std::size_t i = 0; i < model.cellStates.size(); ++i) {
-    if (finder.cellStates[i] != model.cellStates[i] || finder.cellNodes[i] != model.cellNodes[i]) {
-      return ::testing::AssertionFailure() << "entry " << i << " of the arrays differs";
-    }
-  }
-  return ::testing::AssertionSuccess();
-}
+using korrin_test::sameSearch;
 
 const std::vector<float> kWeights = {0.0f, 0.3f, 0.5f, 0.5f, 0.9f, 1.0f};
 // Some are exactly values of cells.

@@ -1,0 +1,87 @@
+// Reads bytes as a laser log: as text, from a file, from a packed file, and as packed data.
+#include <zlib.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <string>
+
+#include "fuzz/fuzz_target.hpp"
+#include "tools/carmen_log.hpp"
+#include "tools/tool_run.hpp"
+#include "tools/usage_error.hpp"
+
+namespace {
+
+using korrin_fuzz::Mark;
+using korrin_fuzz::require;
+using korrin_tool::CarmenLog;
+
+const Mark kFlaser("a FLASER line");
+const Mark kPosed("a line with its own pose and beams");
+const Mark kNoReturn("a range that stands for no return");
+const Mark kFaulty("a faulty line");
+const Mark kPacked("packed data with a scan");
+const Mark kDamaged("damaged packed data");
+
+bool sameLogs(const CarmenLog& a, const CarmenLog& b) {
+  return korrin_test::sameBits(a.noReturn, b.noReturn) && a.complaint() == b.complaint() &&
+         std::equal(a.scans.begin(), a.scans.end(), b.scans.begin(), b.scans.end(),
+                    [](const auto& p, const auto& q) {
+                      return p.line == q.line && korrin_test::sameBits(p.pose, q.pose) &&
+                             korrin_test::sameBits(p.scan.readings, q.scan.readings);
+                    });
+}
+
+// What the reader promises about every log.
+void requireSound(const CarmenLog& log) {
+  require((log.faultyLines == 0) == log.complaint().empty(), "complaint");
+  for (const korrin_tool::LoggedScan& logged : log.scans) {
+    const Brin::Pose2D& pose = logged.pose;
+    require(std::isfinite(pose.x) && std::isfinite(pose.y) && std::isfinite(pose.theta), "pose");
+    require(!logged.scan.readings.empty() && logged.line > 0, "scan");
+    for (const Brin::RangeReading& reading : logged.scan.readings) {
+      require(std::isfinite(reading.range) && reading.range >= 0.0f, "range");
+      require(std::isfinite(reading.angle), "angle");
+      require(reading.status == 0 || reading.status == 1, "status");
+    }
+  }
+}
+
+void readAsFile(const std::string& path, const std::string& bytes, std::optional<float> maxRange) {
+  std::ofstream(path, std::ios::binary) << bytes;
+  try {
+    const CarmenLog log = korrin_tool::readCarmenLog(path, maxRange);
+    requireSound(log);
+    const bool isPacked = bytes.substr(0, 2) == "\x1f\x8b";
+    kPacked.count(isPacked && !log.scans.empty());
+    if (!isPacked) require(sameLogs(log, korrin_tool::parseCarmenLog(bytes, maxRange)), "file");
+  } catch (const korrin_tool::UsageError&) {
+    kDamaged.count(true);
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  static const korrin_test::TemporaryDirectory directory;
+  // The first byte chooses a maximum range; the rest is the log.
+  std::optional<float> maxRange;
+  if (size > 0 && data[0] % 4 == 1) maxRange = static_cast<float>(data[0]) / 16.0f;
+  const std::string bytes(data + (size > 0 ? 1 : 0), data + size);
+  const CarmenLog log = korrin_tool::parseCarmenLog(bytes, maxRange);
+  requireSound(log);
+  readAsFile(directory / "plain.log", bytes, maxRange);
+  const std::string packed = directory / "packed.log.gz";
+  const gzFile file = gzopen(packed.c_str(), "wb1");
+  gzwrite(file, bytes.data(), static_cast<unsigned int>(bytes.size()));
+  gzclose(file);
+  require(sameLogs(log, korrin_tool::readCarmenLog(packed, maxRange)), "packed file");
+
+  kFlaser.count(bytes.find("FLASER") != std::string::npos && !log.scans.empty());
+  kPosed.count(bytes.find("ROBOTLASER1") != std::string::npos && !log.scans.empty());
+  kNoReturn.count(log.noReturn > 0.0f);
+  kFaulty.count(log.faultyLines > 0);
+  return 0;
+}
