@@ -23,6 +23,7 @@ namespace Brin {
 // dilater serves one thread at a time; distinct dilaters on distinct maps do not meet.
 class KORRIN_EXPORT ObstacleDilater {
  public:
+  // How obstacles grow.
   enum DilateType : std::int32_t {
     // 0 nearer than dilationRadius, from there a straight line up to 1 at fadeDistance.
     DILATE_LINEAR = 0,
@@ -33,11 +34,11 @@ class KORRIN_EXPORT ObstacleDilater {
     DILATE_ERODE_SMOOTH = 2
   };
 
-  IplImage* distImage;  // 32-bit floats: cells to the nearest obstacle. Owned.
-  IplImage* charImage;  // bytes: the map at 256 levels per unit, obstacles 0. Owned.
-  float obstProbThreshold = 0.1f;
-  float dilationRadius = 0.2f;  // metres
-  float fadeDistance = 0.4f;    // metres
+  IplImage* distImage;             // 32-bit floats: cells to the nearest obstacle. Owned.
+  IplImage* charImage;             // bytes: the map at 256 levels per unit, obstacles 0. Owned.
+  float obstProbThreshold = 0.1f;  // see setObstProbThreshold
+  float dilationRadius = 0.2f;     // metres
+  float fadeDistance = 0.4f;       // metres
 
   // A dilater for maps of `width` x `height` cells, 0 included. A negative size, or one whose
   // bytes exceed what an int counts, is OpenCV's error.

@@ -77,14 +77,17 @@ KORRIN_EXPORT extern std::vector<Pose2Di> kTripleNeighborDeltas;  // 16 cells, u
 // Fills the three tables, whatever they hold. Not safe while another thread uses a finder.
 KORRIN_EXPORT void initNeighborDeltas();
 
+// The path finder. Its maps and its search are its own; the weight and the tables are everybody's.
 class KORRIN_EXPORT OccMapPathFinder {
  public:
+  // Which cells one step of the search reaches.
   enum NeighborhoodType : std::int32_t {
     Simple = 0,  // kSimpleNeighborDeltas
     Double = 1,  // kDoubleNeighborDeltas; the goal counts as reached from next to it
     Triple = 2   // kTripleNeighborDeltas
   };
 
+  // A cell as the search knows it.
   struct KORRIN_EXPORT Node {
     static float hWeight;  // PROCESS-WIDE; see the top of this file
 
@@ -97,28 +100,33 @@ class KORRIN_EXPORT OccMapPathFinder {
     float h = 0.0f;            // straight distance to the goal, metres; 0 in the start node
   };
 
+  // Gives an array's memory back.
   struct FreeMemory {
     std::size_t mappedBytes;  // of pages of their own; 0: memory of malloc
+
+    // Malloc's, or these many bytes of pages.
     FreeMemory() : mappedBytes(0) {}
     explicit FreeMemory(std::size_t bytes) : mappedBytes(bytes) {}
+
+    // Releases `memory`.
     KORRIN_EXPORT void operator()(void* memory) const;
   };
   // One number a cell, at [y * (coarse columns) + x]; null before the first accepted request.
   using CellArray = std::unique_ptr<std::int32_t[], FreeMemory>;
 
-  float obstacleThreshold;             // a cell of a lower value is an obstacle; 0.2 at first
-  float initParam;                     // the constructor's second argument, not used
-  std::int32_t coarseFactor;           // cells of `occMap` along one side of a coarse cell
-  const OccupancyMap* occMap;          // the caller's map: borrowed
-  OccupancyMap coarseMap;              // the map that is searched
-  Pose2Di start;                       // of the last accepted request
-  Pose2Di end;                         // of the last accepted request
-  std::vector<Node> nodes;             // every node of the search
-  std::vector<std::int32_t> openList;  // indexes into `nodes`, next one first
-  std::vector<Node> closedNodes;       // copies of the expanded nodes, in that order
-  CellArray cellStates;                // 0 never seen, 1 open, 2 closed
-  CellArray cellNodes;                 // index into `nodes`, where the state is not 0
-  NeighborhoodType neighborhoodType;
+  float obstacleThreshold;              // a cell of a lower value is an obstacle; 0.2 at first
+  float initParam;                      // the constructor's second argument, not used
+  std::int32_t coarseFactor;            // cells of `occMap` along one side of a coarse cell
+  const OccupancyMap* occMap;           // the caller's map: borrowed
+  OccupancyMap coarseMap;               // the map that is searched
+  Pose2Di start;                        // of the last accepted request
+  Pose2Di end;                          // of the last accepted request
+  std::vector<Node> nodes;              // every node of the search
+  std::vector<std::int32_t> openList;   // indexes into `nodes`, next one first
+  std::vector<Node> closedNodes;        // copies of the expanded nodes, in that order
+  CellArray cellStates;                 // 0 never seen, 1 open, 2 closed
+  CellArray cellNodes;                  // index into `nodes`, where the state is not 0
+  NeighborhoodType neighborhoodType;    // what setNeighborhoodType was last given
   std::vector<Pose2Di> neighborDeltas;  // the finder's own copy of a table
   std::int32_t numIterations;           // nodes taken from the open list by the last search
   float angleCostFactor;                // cost of a turn, metres a radian; 0 at first
@@ -133,14 +141,17 @@ class KORRIN_EXPORT OccMapPathFinder {
 
   // Settings; each takes effect at the next request.
 
+  // The map of the next requests: borrowed, as the constructor's.
   void setOccMap(const OccupancyMap* map) { occMap = map; }
 
   // The weight of the distance to the goal, usually in [0, 1], for ALL finders of the process.
   static void setHWeight(float weight) { Node::hWeight = weight; }
 
+  // Cells below it are obstacles; a cell equal to it is free.
   void setObstacleThreshold(float threshold) { obstacleThreshold = threshold; }
   float getObstacleThreshold() const { return obstacleThreshold; }
 
+  // Cells of the map along one side of a cell of the search; 1 at first. Below 1, requests fail.
   void setCoarseFactor(int factor) { coarseFactor = factor; }
 
   // Metres that a turn of one radian before the first step costs.

@@ -28,10 +28,12 @@
 
 namespace Brin {
 
+// Updates one map and casts rays through it.
 class KORRIN_EXPORT OccupancyMapper {
  public:
   OccupancyMap* map;  // borrowed; must outlive the mapper's use
 
+  // Null is fine until the first use, and no harm then.
   explicit OccupancyMapper(OccupancyMap* map);
   // Copies share the map.
   OccupancyMapper(const OccupancyMapper& other);

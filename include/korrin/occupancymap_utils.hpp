@@ -41,8 +41,9 @@ namespace Brin {
 // Satisfied by a value above the threshold. Not-a-number, as a value or as the threshold, never
 // satisfies it.
 struct FreeCellCondition {
-  float threshold;
+  float threshold;  // a value equal to it does not satisfy
 
+  // Whether `value` satisfies the condition.
   bool operator()(float value) const { return value > threshold; }
 };
 
@@ -54,6 +55,7 @@ struct GrayCellCondition {
   float tolerance;       // how far from 0.5 an unknown value stays, this distance not included
   bool blocked = false;  // whether the way is blocked; once set, no value is accepted any more
 
+  // Whether `value`, the next one along a ray, satisfies the condition.
   bool operator()(float value) {
     if (value < threshold) blocked = true;
     return value >= threshold && !blocked && std::abs(value - 0.5f) < tolerance;

@@ -19,10 +19,10 @@ namespace Brin {
 // What was met along a path. As it starts, it stands for no path at all: the first value met
 // replaces both the minimum and the maximum. -1 stands for a cell outside the map.
 struct KORRIN_EXPORT PathCostStats {
-  float minCost = 1.0f;
-  float maxCost = 0.0f;
-  float avgCost = 0.0f;
-  float length = 0.0f;  // metres
+  float minCost = 1.0f;  // the lowest cell value met
+  float maxCost = 0.0f;  // the highest
+  float avgCost = 0.0f;  // the mean
+  float length = 0.0f;   // metres
 
   PathCostStats() = default;
 };

@@ -35,6 +35,7 @@ namespace Brin {
 
 class FreeReach;
 
+// A map prepared for rays at one threshold; it borrows the map and is not copyable.
 class KORRIN_EXPORT PreparedMap {
  public:
   // Prepares `map`, which must outlive this, for rays that cells below `threshold` stop. Memory and

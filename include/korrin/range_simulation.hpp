@@ -37,6 +37,7 @@ struct KORRIN_EXPORT ScanModel {
   float unitFactor = 1.0f;      // not read by this library
   std::uint32_t reserved = 0;   // not read by this library
 
+  // Beams, metres, radians; the first beam at -fieldOfView / 2.
   ScanModel(int count, float maxRange, float fieldOfView);
 
   // How well the ranges of two scans agree, reading by reading (angles are not compared), over

@@ -35,8 +35,10 @@ class KORRIN_EXPORT SafePathSimplifier {
   SafePathSimplifier(const SafePathSimplifier&) = delete;
   SafePathSimplifier& operator=(const SafePathSimplifier&) = delete;
 
+  // The accuracy of the first level, millimetres.
   void setInitialSamplingAccuracy(float accuracy) { initialSamplingAccuracy = accuracy; }
   float getInitialSamplingAccuracy() const { return initialSamplingAccuracy; }
+  // A segment that meets a cell below it is blocked.
   void setObstacleThreshold(float threshold) { obstacleThreshold = threshold; }
   float getObstacleThreshold() const { return obstacleThreshold; }
 

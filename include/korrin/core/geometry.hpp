@@ -14,15 +14,17 @@
 
 #include "korrin/core/export.hpp"
 
+// All public names of the library.
 namespace Brin {
 
 // A pose in a plane: metres, metres, radians. In the world frame unless a function says otherwise.
 struct KORRIN_EXPORT Pose2D {
-  float x = 0.0f;
-  float y = 0.0f;
-  float theta = 0.0f;
+  float x = 0.0f;      // metres
+  float y = 0.0f;      // metres
+  float theta = 0.0f;  // radians, counter-clockwise from the x axis
 
   constexpr Pose2D() = default;
+  // The fields in order, as they are.
   constexpr Pose2D(float x_, float y_, float theta_) : x(x_), y(y_), theta(theta_) {}
 
   // Composition: `rel`, given in this pose's own frame, expressed in the frame of this pose.
@@ -39,20 +41,22 @@ struct KORRIN_EXPORT Pose2D {
 
 // A grid cell (column x, row y) that carries a heading in radians along, unchanged.
 struct Pose2Di {
-  std::int32_t x = 0;
-  std::int32_t y = 0;
-  float theta = 0.0f;
+  std::int32_t x = 0;  // column
+  std::int32_t y = 0;  // row
+  float theta = 0.0f;  // radians
 
   constexpr Pose2Di() = default;
+  // The fields in order.
   constexpr Pose2Di(std::int32_t x_, std::int32_t y_, float theta_) : x(x_), y(y_), theta(theta_) {}
 };
 
 // A point in metres.
 struct Point2D {
-  float x = 0.0f;
-  float y = 0.0f;
+  float x = 0.0f;  // metres
+  float y = 0.0f;  // metres
 
   constexpr Point2D() = default;
+  // The fields in order.
   constexpr Point2D(float x_, float y_) : x(x_), y(y_) {}
   // Keeps the position and drops the heading. Implicit, so that a pose serves where a point does.
   constexpr Point2D(const Pose2D& pose) : x(pose.x), y(pose.y) {}
@@ -60,10 +64,11 @@ struct Point2D {
 
 // A point on a grid, in cells.
 struct Point2Di {
-  std::int32_t x = 0;
-  std::int32_t y = 0;
+  std::int32_t x = 0;  // column
+  std::int32_t y = 0;  // row
 
   constexpr Point2Di() = default;
+  // The fields in order.
   constexpr Point2Di(std::int32_t x_, std::int32_t y_) : x(x_), y(y_) {}
 };
 

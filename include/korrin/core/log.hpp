@@ -13,11 +13,13 @@
 
 namespace Brin {
 
+// How much a record matters.
 enum class NavLogLevel : std::int32_t { Info = 0, Warning = 1, Error = 2 };
 
+// One record: what happened, and which place in the library says so.
 struct LogRecord {
-  NavLogLevel level;
-  std::string message;
+  NavLogLevel level;     // Info: nothing went wrong
+  std::string message;   // one line, English
   std::string file;      // the component, such as src/occmap_path_finder
   std::string function;  // the function that reports
   int line;              // tells that function's records apart

@@ -22,6 +22,7 @@ namespace Brin {
 
 // The geometry of a grid: its size, its resolution and its place in the world.
 struct KORRIN_EXPORT OccupancyMapParams {
+  // Where a new grid lies in the world. Its rows run along the world's x axis.
   enum OriginMode : std::int32_t {
     Corner = 0,  // the world's origin is the centre of cell (0, 0)
     Center = 1   // the world's origin is the centre of cell (width / 2, height / 2)
@@ -33,6 +34,7 @@ struct KORRIN_EXPORT OccupancyMapParams {
   Pose2D origin;            // world pose of the centre of cell (0, 0)
 
   OccupancyMapParams() = default;
+  // Columns, rows, metres per cell side, and a place; any values are kept as they are.
   OccupancyMapParams(int width, int height, float resolution, OriginMode mode = Corner);
 
   // The cell that holds the world pose `pose`, and the heading relative to the grid. With
@@ -59,9 +61,9 @@ struct KORRIN_EXPORT OccupancyMapParams {
 // OpenCV's error for one of another kind. Reading is safe from several threads while nobody writes.
 class KORRIN_EXPORT OccupancyMap {
  public:
-  OccupancyMapParams params;
-  IplImage* image;        // the probabilities
-  IplImage* secondImage;  // a second layer, or null; it can veto hits of a simulated beam
+  OccupancyMapParams params;  // the geometry; its size ought to be that of the images
+  IplImage* image;            // the probabilities
+  IplImage* secondImage;      // a second layer, or null; it can veto hits of a simulated beam
 
   // A map of unknown cells (0.5), its origin as OriginMode::Corner places it. With
   // `withSecondImage` it gets a second image too, 0.5 everywhere. 0 columns or rows are fine.
@@ -75,6 +77,7 @@ class KORRIN_EXPORT OccupancyMap {
   OccupancyMap& operator=(OccupancyMap&& other) noexcept;
   ~OccupancyMap();
 
+  // The geometry, and its conversions between world and grid.
   operator const OccupancyMapParams&() const { return params; }
   Pose2Di getPixelFromPose(const Pose2D& pose) const { return params.getPixelFromPose(pose); }
   Pose2D getPoseFromPixel(const Pose2Di& cell) const { return params.getPoseFromPixel(cell); }

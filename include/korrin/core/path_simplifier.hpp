@@ -13,6 +13,7 @@
 
 namespace Brin {
 
+// Simplifies paths by their shape alone.
 class KORRIN_EXPORT PathSimplifier {
  public:
   // How far, in millimetres, a dropped pose may lie from the segment that replaces it.

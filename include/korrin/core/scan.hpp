@@ -24,6 +24,7 @@ struct KORRIN_EXPORT RangeReading {
   std::int32_t status = 0;  // 0: the beam ended on an obstacle; 1: it met nothing
 
   RangeReading() = default;
+  // A hit at `range` metres under the bearing `angle` (radians), of weight 1.
   RangeReading(float range_, float angle_) : range(range_), angle(angle_) {}
 
   // The reading's end in the sensor frame, metres: (range * cos angle, range * sin angle).
@@ -32,7 +33,7 @@ struct KORRIN_EXPORT RangeReading {
 
 // The readings of one turn of the scanner, in beam order.
 struct KORRIN_EXPORT Scan {
-  std::vector<RangeReading> readings;
+  std::vector<RangeReading> readings;  // in beam order
 
   // The angular step between consecutive readings, in radians:
   // (last angle - first angle) / (n - 1), and 0 with fewer than two readings. Constant time.
