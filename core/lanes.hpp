@@ -7,7 +7,9 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#ifdef __SSE__
+#ifdef __SSE2__
+#include <emmintrin.h>
+#elif defined(__SSE__)
 #include <xmmintrin.h>
 #endif
 
@@ -82,6 +84,18 @@ inline unsigned laneBits(Ints mask) {
 #else
   const Ints bits = mask & Ints{1, 2, 4, 8};
   return static_cast<unsigned>(bits[0] | bits[1] | bits[2] | bits[3]);
+#endif
+}
+
+// The same for the lanes of four, one after the other.
+inline unsigned laneBits(Ints a, Ints b, Ints c, Ints d) {
+#ifdef __SSE2__
+  const auto pack = [](Ints low, Ints high) {
+    return _mm_packs_epi32(reinterpret_cast<__m128i>(low), reinterpret_cast<__m128i>(high));
+  };
+  return static_cast<unsigned>(_mm_movemask_epi8(_mm_packs_epi16(pack(a, b), pack(c, d))));
+#else
+  return laneBits(a) | laneBits(b) << 4 | laneBits(c) << 8 | laneBits(d) << 12;
 #endif
 }
 

@@ -44,58 +44,46 @@ class OpenList {
   // `node` is an index, not negative, that is not in the list.
   void file(std::int32_t node, float f) {
     ++size_;
-    const std::size_t at = branchFor(f);
-    const std::int32_t branchId = order_[at];
-    Row* branch = &branches_[slot(branchId)];
-    int place = std::min(branch->hindmostBelow(f), branch->count - 1);
-    const std::int32_t leafId = branch->items[slot(place)];
-    Row* leaf = &leaves_[slot(leafId)];
-    if (leaf->count == kRowSize) {
-      --size_;
+    std::size_t at = branchFor(f);
+    int place = branchAt(at).hindmostBelow(f, branchAt(at).count() - 1);
+    while (leafAt(at, place).count() == kRowSize) {
       splitLeaf(at, place);
-      return file(node, f);
+      at = branchFor(f);
+      place = branchAt(at).hindmostBelow(f, branchAt(at).count() - 1);
     }
-    leaf->insert(leaf->hindmostBelow(f), node, f);
+    const std::int32_t leafId = branchAt(at).items[slot(place)];
+    Row& leaf = leaves_[slot(leafId)];
+    leaf.insert(leaf.hindmostBelow(f, leaf.count()), node, f);
     rememberLeaf(node, leafId);
-    lowerTo(branch->lows[slot(place)], f);
+    lowerTo(branchAt(at).lows[slot(place)], f);
     lowerTo(top_[at], f);
-  }
-
-  // The list must not be empty.
-  std::int32_t first() const {
-    const Row& leaf = leaves_[slot(branches_[slot(order_.back())].last())];
-    return leaf.last();
   }
 
   // The list must not be empty.
   std::int32_t takeFirst() {
     --size_;
-    Row& branch = branches_[slot(order_.back())];
-    Row& leaf = leaves_[slot(branch.last())];
+    Row& leaf = leafAt(order_.size() - 1, branchAt(order_.size() - 1).count() - 1);
     const std::int32_t node = leaf.takeLast();
-    if (leaf.count == 0) removeFrontLeaf();
+    if (leaf.count() == 0) removeFrontLeaf();
     return node;
   }
 
-  // Does nothing when `node` is not in the list.
+  // `node` must be in the list.
   void change(std::int32_t node, float f) {
-    if (slot(node) >= leafOfNode_.size()) return;
     const std::int32_t leafId = leafOfNode_[slot(node)];
     Row& leaf = leaves_[slot(leafId)];
     const int place = leaf.placeOf(node);
-    if (place >= leaf.count) return;
-    const float before = leaf.lows[slot(place)];
-    leaf.lows[slot(place)] = f;
+    const float before = std::exchange(leaf.lows[slot(place)], f);
     const std::int32_t branchId = branchOfLeaf_[slot(leafId)];
     Row& branch = branches_[slot(branchId)];
-    const int leafPlace = branch.placeOf(leafId);
-    const std::size_t at = positionOfBranch_[slot(branchId)];
+    float& low = branch.lows[slot(branch.placeOf(leafId))];
+    float& topLow = top_[positionOfBranch_[slot(branchId)]];
     if (f <= before) {
-      lowerTo(branch.lows[slot(leafPlace)], f);
-      lowerTo(top_[at], f);
+      lowerTo(low, f);
+      lowerTo(topLow, f);
     } else {
-      branch.lows[slot(leafPlace)] = leaf.lowest();
-      top_[at] = branch.lowest();
+      low = leaf.lowest();
+      topLow = branch.lowest();
     }
   }
 
@@ -104,9 +92,9 @@ class OpenList {
     nodes.clear();
     for (std::size_t at = order_.size(); at-- > 0;) {
       const Row& branch = branches_[slot(order_[at])];
-      for (int i = branch.count; i-- > 0;) {
+      for (int i = branch.count(); i-- > 0;) {
         const Row& leaf = leaves_[slot(branch.items[slot(i)])];
-        for (int k = leaf.count; k-- > 0;) nodes.push_back(leaf.items[slot(k)]);
+        for (int k = leaf.count(); k-- > 0;) nodes.push_back(leaf.items[slot(k)]);
       }
     }
   }
@@ -124,41 +112,40 @@ class OpenList {
 
   // One bit for each of kRowSize numbers, set where it is below `f`.
   static unsigned bitsBelow(const float* numbers, float f) {
-    unsigned bits = 0;
-    for (int i = 0; i < kRowSize; i += kLanes) {
-      bits |= laneBits(load<Floats>(numbers + i) < Floats{f, f, f, f}) << i;
-    }
-    return bits;
+    const Floats limits{f, f, f, f};
+    return laneBits(load<Floats>(numbers) < limits, load<Floats>(numbers + 4) < limits,
+                    load<Floats>(numbers + 8) < limits, load<Floats>(numbers + 12) < limits);
   }
 
   // Up to kRowSize items from back to front, each with the lowest priority in it: nodes in a leaf,
-  // leaves in a branch.
-  struct Row {
+  // leaves in a branch. One cache line for the priorities and one for the items are all that is
+  // looked at.
+  struct alignas(64) Row {
     // Twice as long as can be filled, so that a shift need not look for the end. What is not filled
-    // holds infinity and -1.
+    // holds infinity and -1. A shift writes the last place but never reads it: it holds the count.
     std::array<float, 2 * kRowSize> lows;
     std::array<std::int32_t, 2 * kRowSize> items;
-    int count = 0;
 
     Row() {
       lows.fill(kHighest);
       items.fill(-1);
+      setCount(0);
     }
 
-    std::int32_t last() const { return items[slot(count - 1)]; }
+    int count() const { return items.back(); }
+    void setCount(int count) { items.back() = count; }
 
-    // The place of the hindmost item below `f`; `count` when there is none.
-    int hindmostBelow(float f) const {
-      return __builtin_ctz(bitsBelow(lows.data(), f) | 1u << count);
+    // The place of the hindmost item below `f`, or else `otherwise`, which is not lower.
+    int hindmostBelow(float f, int otherwise) const {
+      return __builtin_ctz(bitsBelow(lows.data(), f) | 1u << otherwise);
     }
 
-    // The place of an item; `count` when it is not there.
+    // The place of an item, which must be there.
     int placeOf(std::int32_t item) const {
-      unsigned bits = 1u << count;
-      for (int i = 0; i < kRowSize; i += kLanes) {
-        bits |= laneBits(load<Ints>(items.data() + i) == all(item)) << i;
-      }
-      return __builtin_ctz(bits);
+      const Ints sought = all(item);
+      const std::int32_t* at = items.data();
+      return __builtin_ctz(laneBits(load<Ints>(at) == sought, load<Ints>(at + 4) == sought,
+                                    load<Ints>(at + 8) == sought, load<Ints>(at + 12) == sought));
     }
 
     float lowest() const {
@@ -169,24 +156,27 @@ class OpenList {
 
     // There must be room.
     void insert(int place, std::int32_t item, float low) {
+      const int before = count();
       shift(lows.data() + place);
       shift(items.data() + place);
       lows[slot(place)] = low;
       items[slot(place)] = item;
-      ++count;
+      setCount(before + 1);
     }
 
     std::int32_t takeLast() {
-      --count;
-      lows[slot(count)] = kHighest;
-      return std::exchange(items[slot(count)], -1);
+      const int last = count() - 1;
+      setCount(last);
+      lows[slot(last)] = kHighest;
+      return std::exchange(items[slot(last)], -1);
     }
 
     // Moves the front half to the empty row `other`.
     void moveHalf(Row& other) {
       std::swap_ranges(lows.begin() + kHalf, lows.begin() + kRowSize, other.lows.begin());
       std::swap_ranges(items.begin() + kHalf, items.begin() + kRowSize, other.items.begin());
-      count = other.count = kHalf;
+      setCount(kHalf);
+      other.setCount(kHalf);
     }
 
     // Moves kRowSize numbers one slot on.
@@ -197,6 +187,9 @@ class OpenList {
       }
     }
   };
+
+  Row& branchAt(std::size_t at) { return branches_[slot(order_[at])]; }
+  Row& leafAt(std::size_t at, int place) { return leaves_[slot(branchAt(at).items[slot(place)])]; }
 
   // The branch of the hindmost entry below `f`; the front one when there is none.
   std::size_t branchFor(float f) const {
@@ -216,7 +209,7 @@ class OpenList {
   }
 
   void splitLeaf(std::size_t at, int place) {
-    if (branches_[slot(order_[at])].count == kRowSize) {
+    if (branchAt(at).count() == kRowSize) {
       splitBranch(at);
       if (place >= kHalf) {
         ++at;
@@ -256,7 +249,7 @@ class OpenList {
 
   void removeFrontLeaf() {
     Row& branch = branches_[slot(order_.back())];
-    if (branch.count == 1) {
+    if (branch.count() == 1) {
       if (order_.size() == 1) {  // stays, empty
         branch.lows[0] = kHighest;
         top_[0] = kHighest;

@@ -24,16 +24,23 @@ std::int32_t markOf(float cost) {
 
 PathSearch::PathSearch(OccMapPathFinder& finder)
     : finder_(finder),
+      nodes_(finder.nodes),
+      closedNodes_(finder.closedNodes),
       marks_(finder.cellStates.get()),
+      cellNodes_(finder.cellNodes.get()),
       values_(reinterpret_cast<const float*>(finder.coarseMap.image->imageData)),
       width_(finder.coarseMap.image->width),
       height_(finder.coarseMap.image->height),
       reach_(0),
+      endX_(finder.end.x),
+      endY_(finder.end.y),
+      nearEnough_(finder.neighborhoodType == OccMapPathFinder::Double ? 1 : 0),
+      resolution_(finder.coarseMap.params.resolution),
       threshold_(finder.obstacleThreshold),
       gWeight_(1.0f - Node::hWeight),
       hWeight_(Node::hWeight) {
   for (const Pose2Di& delta : finder.neighborDeltas) addStep(delta);
-  open_.file(0, finder.nodes[0].f);
+  open_.file(0, nodes_[0].f);
 }
 
 void PathSearch::addStep(const Pose2Di& delta) {
@@ -57,16 +64,14 @@ void PathSearch::addStep(const Pose2Di& delta) {
 
 bool PathSearch::run() {
   bool found = false;
-  for (bool isFirst = true; !found && !open_.empty(); isFirst = false) {
-    ++finder_.numIterations;
-    finder_.closedNodes.push_back(finder_.nodes[static_cast<std::size_t>(open_.takeFirst())]);
-    const Node& current = finder_.closedNodes.back();
-    if (!open_.empty()) prefetch(open_.first());
-    marks_[current.y * width_ + current.x] = kClosed;
+  while (!found && !open_.empty()) {
+    const bool isFirst = closedNodes_.empty();
+    closedNodes_.push_back(nodes_[static_cast<std::size_t>(open_.takeFirst())]);
+    const Node& current = closedNodes_.back();
     found = isGoal(current);
-    if (found) break;
-    if (isFirst || !isInner(current)) {
-      expandWithCare(current, isFirst);
+    if (found || isFirst || !isInner(current)) {
+      marks_[std::ptrdiff_t{current.y} * width_ + current.x] = kClosed;
+      if (!found) expandWithCare(current, isFirst);
     } else {
       expand(current);
     }
@@ -75,18 +80,8 @@ bool PathSearch::run() {
   return found;
 }
 
-inline void PathSearch::prefetch(std::int32_t index) const {
-  const Node& node = finder_.nodes[static_cast<std::size_t>(index)];
-  const std::ptrdiff_t cell = node.y * width_ + node.x;
-  for (const std::ptrdiff_t row : {cell - width_, cell, cell + width_}) {
-    __builtin_prefetch(marks_ + row);
-    __builtin_prefetch(values_ + row);
-  }
-}
-
 inline bool PathSearch::isGoal(const Node& node) const {
-  const int enough = finder_.neighborhoodType == OccMapPathFinder::Double ? 1 : 0;
-  return std::abs(node.x - finder_.end.x) + std::abs(node.y - finder_.end.y) <= enough;
+  return std::abs(node.x - endX_) + std::abs(node.y - endY_) <= nearEnough_;
 }
 
 // Whether nothing that expand looks at is off the map.
@@ -100,7 +95,8 @@ void PathSearch::expandWithCare(const Node& current, bool isFirst) {
     const std::int64_t x = std::int64_t{current.x} + step.dx;
     const std::int64_t y = std::int64_t{current.y} + step.dy;
     if (x < 0 || y < 0 || x >= width_ || y >= height_) continue;
-    const float p = values_[static_cast<std::ptrdiff_t>(y * width_ + x)];
+    const float p =
+        values_[static_cast<std::ptrdiff_t>(y) * width_ + static_cast<std::ptrdiff_t>(x)];
     if (threshold_ > p) continue;
     float g = current.g + step.length * (1.0f + 2.0f * (1.0f - p));
     if (isFirst) g += step.turnCost;
@@ -111,7 +107,7 @@ void PathSearch::expandWithCare(const Node& current, bool isFirst) {
 // The same where no step leads off the map, and none costs a turn.
 void PathSearch::expand(const Node& current) {
   constexpr std::size_t kGroups = 8;  // whose lanes fit the bits of a number
-  const std::ptrdiff_t cell = current.y * width_ + current.x;
+  const std::ptrdiff_t cell = std::ptrdiff_t{current.y} * width_ + current.x;
   for (std::size_t from = 0; from < groups_.size(); from += kGroups) {
     const StepGroup* groups = groups_.data() + from;
     const std::size_t count = std::min(kGroups, groups_.size() - from);
@@ -127,6 +123,7 @@ void PathSearch::expand(const Node& current) {
       news |= laneBits(group.isStep & ~(threshold_ > p) & ((marks == kNeverSeen) | isLower))
               << (i * kLanes);
     }
+    marks_[cell] = kClosed;
     for (; news != 0; news &= news - 1) {
       const auto lane = static_cast<unsigned>(__builtin_ctz(news));
       const StepGroup& group = groups[lane / kLanes];
@@ -137,48 +134,43 @@ void PathSearch::expand(const Node& current) {
 }
 
 inline void PathSearch::offer(std::int32_t x, std::int32_t y, float g) {
-  const std::ptrdiff_t cell = y * width_ + x;
+  const std::ptrdiff_t cell = std::ptrdiff_t{y} * width_ + x;
   const std::int32_t mark = marks_[cell];
+  const auto parent = static_cast<std::int32_t>(closedNodes_.size()) - 1;
   if (mark == kNeverSeen) {
-    add(x, y, g);
+    const auto index = static_cast<std::int32_t>(nodes_.size());
+    const float h = distanceToEnd(x, y);
+    const float f = gWeight_ * g + hWeight_ * h;
+    nodes_.push_back({x, y, 0.0f, parent, f, g, h});
+    cellNodes_[cell] = index;
+    marks_[cell] = markOf(g);
+    open_.file(index, f);
   } else if (mark != kClosed) {
-    const std::int32_t index = finder_.cellNodes[static_cast<std::size_t>(cell)];
-    if (finder_.nodes[static_cast<std::size_t>(index)].g > g) {
-      marks_[cell] = markOf(g);
-      lower(index, g);
-    }
+    const std::int32_t index = cellNodes_[cell];
+    Node& node = nodes_[static_cast<std::size_t>(index)];
+    if (!(node.g > g)) return;
+    // A node that becomes cheaper keeps its place in the open list on purpose.
+    node.parent = parent;
+    node.g = g;
+    node.f = gWeight_ * g + hWeight_ * node.h;
+    marks_[cell] = markOf(g);
+    open_.change(index, node.f);
   }
 }
 
-inline void PathSearch::add(std::int32_t x, std::int32_t y, float g) {
-  const std::ptrdiff_t cell = y * width_ + x;
-  const auto index = static_cast<std::int32_t>(finder_.nodes.size());
-  marks_[cell] = markOf(g);
-  finder_.cellNodes[static_cast<std::size_t>(cell)] = index;
-  Node& node = finder_.nodes.emplace_back();
-  node.x = x;
-  node.y = y;
-  node.parent = finder_.numIterations - 1;
-  node.g = g;
-  node.h = finder_.xDistance(finder_.end.x - x, finder_.end.y - y);
-  node.f = gWeight_ * g + hWeight_ * node.h;
-  open_.file(index, node.f);
-}
-
-// A node that becomes cheaper keeps its place in the open list on purpose.
-inline void PathSearch::lower(std::int32_t index, float g) {
-  Node& node = finder_.nodes[static_cast<std::size_t>(index)];
-  node.parent = finder_.numIterations - 1;
-  node.g = g;
-  node.f = gWeight_ * g + hWeight_ * node.h;
-  open_.change(index, node.f);
+// As OccMapPathFinder::xDistance computes it.
+inline float PathSearch::distanceToEnd(std::int32_t x, std::int32_t y) const {
+  const double dx = endX_ - x;
+  const double dy = endY_ - y;
+  return static_cast<float>(std::sqrt(dx * dx + dy * dy)) * resolution_;
 }
 
 void PathSearch::finish() {
+  finder_.numIterations = static_cast<std::int32_t>(closedNodes_.size());
   open_.copyTo(finder_.openList);
   for (const std::int32_t index : finder_.openList) {
-    const Node& node = finder_.nodes[static_cast<std::size_t>(index)];
-    marks_[node.y * width_ + node.x] = kOpen;
+    const Node& node = nodes_[static_cast<std::size_t>(index)];
+    marks_[std::ptrdiff_t{node.y} * width_ + node.x] = kOpen;
   }
 }
 

@@ -7,8 +7,7 @@
 //   - the open list: OpenList keeps its order without scanning it;
 //   - neighbours to which the way at hand is no news, about four of five. The lowest cost of every
 //     cell so far is kept by cell, in the array that holds the states afterwards; comparing with
-//     it, for the neighbours of a row at once and without a branch, leaves few to look at closely;
-//   - waiting for memory: what the next node needs is asked for while this one is expanded.
+//     it, for the neighbours of a row at once and without a branch, leaves few to look at closely.
 //
 // The literal model is tests/models/occmap_path_finder_model.hpp; see
 // tests/occmap_path_finder_agreement_test.cpp.
@@ -54,25 +53,30 @@ class PathSearch {
   };
 
   void addStep(const Pose2Di& delta);
-  void prefetch(std::int32_t index) const;
   bool isGoal(const Node& node) const;
   bool isInner(const Node& node) const;
   void expand(const Node& current);
   void expandWithCare(const Node& current, bool isFirst);
   void offer(std::int32_t x, std::int32_t y, float g);
-  void add(std::int32_t x, std::int32_t y, float g);
-  void lower(std::int32_t index, float g);
+  float distanceToEnd(std::int32_t x, std::int32_t y) const;
   void finish();
 
   OccMapPathFinder& finder_;
   OpenList open_;
   std::vector<Step> steps_;
   std::vector<StepGroup> groups_;  // the same steps
-  std::int32_t* marks_;            // by cell; what `cellStates` holds until the search is over
-  const float* values_;            // by cell
-  std::ptrdiff_t width_;
-  std::ptrdiff_t height_;
+  std::vector<Node>& nodes_;
+  std::vector<Node>& closedNodes_;
+  std::int32_t* marks_;      // by cell; what `cellStates` holds until the search is over
+  std::int32_t* cellNodes_;  // by cell
+  const float* values_;      // by cell
+  std::int32_t width_;
+  std::int32_t height_;
   std::int64_t reach_;  // the longest step along an axis, and the lanes of a group
+  std::int32_t endX_;
+  std::int32_t endY_;
+  std::int32_t nearEnough_;  // to the end, in steps along the axes
+  float resolution_;
   float threshold_;
   float gWeight_;
   float hWeight_;

@@ -105,18 +105,6 @@ TEST(OpenList, aLoweredEntryFarBackDrawsAllLaterOnesBehindIt) {
   EXPECT_EQ(*(lowered + 1), 1000);
 }
 
-TEST(OpenList, changingANodeThatIsNotInTheListDoesNothing) {
-  OpenList list;
-  list.change(3, 1.0f);
-  list.file(0, 1.0f);
-  list.file(1, 2.0f);
-  EXPECT_EQ(list.takeFirst(), 0);
-  list.change(0, 5.0f);
-  list.change(7, 5.0f);
-  list.file(2, 3.0f);
-  EXPECT_EQ(orderOf(list), (Order{1, 2}));
-}
-
 TEST(OpenList, anEmptyListHasAnEmptyOrderAndCanBeFilledAgain) {
   OpenList list;
   EXPECT_TRUE(list.empty());
