@@ -10,13 +10,13 @@ int main() {
   //! [map]
   Brin::OccupancyMap map(200, 100, 0.05f, false);          // 10 m x 5 m, every cell unknown
   map.reset(1.0f);                                         // all of it free
-  for (int y = 0; y < 80; ++y) map.setCell(100, y, 0.0f);  // but for a wall, 4 m long
+  for (int y = 0; y < 80; ++y) map.setCell(100, y, 0.0f);  // but for a wall
   //! [map]
 
   //! [grow]
   Brin::OccupancyMap costs = map;  // a deep copy; the map itself stays true
   Brin::ObstacleDilater dilater(map.params.width, map.params.height);
-  dilater.setParams(0.3f, 0.8f);  // blocked up to 0.3 m from the wall, free from 0.8 m on
+  dilater.setParams(0.3f, 0.8f);  // metres: blocked up to, free from
   dilater.dilate(costs, Brin::ObstacleDilater::DILATE_LINEAR);
   //! [grow]
 

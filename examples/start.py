@@ -5,13 +5,13 @@ import korrin
 
 map = korrin.OccupancyMap(200, 100, 0.05)  # 10 m x 5 m, every cell unknown
 map.reset(1)  # all of it free
-map.image[:80, 100] = 0  # but for a wall, 4 m long: rows, columns
+map.image[:80, 100] = 0  # but for a wall: rows, columns
 # [map]
 
 # [grow]
 costs = korrin.OccupancyMap(map)  # a deep copy; the map itself stays true
 dilater = korrin.ObstacleDilater(map.params.width, map.params.height)
-dilater.set_params(0.3, 0.8)  # blocked up to 0.3 m from the wall, free from 0.8 m on
+dilater.set_params(0.3, 0.8)  # metres: blocked up to, free from
 dilater.dilate(costs, korrin.ObstacleDilater.DILATE_LINEAR)
 # [grow]
 

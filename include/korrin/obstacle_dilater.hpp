@@ -7,7 +7,8 @@
 //
 // Two of the methods turn each cell into a function of its distance to the nearest obstacle; the
 // third erodes the free space and blurs the result. All of them rewrite map.image in place and
-// leave the rest of the map alone.
+// leave the rest of the map alone. The first two TURN UNKNOWN CELLS FREE where no obstacle is near:
+// take the lower of the old and the new value where unknown cells should stay unknown.
 #pragma once
 
 #include <opencv2/core/types_c.h>
@@ -61,12 +62,13 @@ class KORRIN_EXPORT ObstacleDilater {
   // none of the three leaves the cells as they are.
   //
   // Any distances are safe. Those that are not finite, or a resolution of 0, give what the
-  // formulas below make of them.
+  // formulas below make of them. Linear in the cells.
   void dilate(OccupancyMap& map, DilateType type);
 
   // DILATE_LINEAR and DILATE_INVERSE, with the distances in cells. Of the old cells only their
-  // being obstacles counts. With d the distance to the nearest obstacle, r = radiusCells and
-  // f = fadeCells, a cell with d < r becomes 0, and any other
+  // being obstacles counts: unknown cells far from obstacles become free. With d the distance to
+  // the nearest obstacle, r = radiusCells and f = fadeCells, a cell with d < r becomes 0, and any
+  // other
   //   DILATE_LINEAR:   v = (d - r) / (f - r) if v < 1, and 1 otherwise; with r = f that is 1
   //   DILATE_INVERSE:  1 - k / (d - r + k) with k = f / 10; with f = 0 that is 1, but
   //                    not-a-number where d = r

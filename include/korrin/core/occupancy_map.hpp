@@ -95,7 +95,8 @@ class KORRIN_EXPORT OccupancyMap {
     if (isInside(x, y)) *cellAddress(x, y) = value;
   }
 
-  // Clamps every cell of the probability image into [0, 1]; not-a-number becomes 0.
+  // Clamps every cell of the probability image into [0, 1]; not-a-number becomes 0. Like the two
+  // below it is linear in the cells.
   void clip();
 
   // Sets every cell of the probability image to `value`.
