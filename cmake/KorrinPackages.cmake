@@ -49,7 +49,7 @@ endfunction()
 set(about "korrin plans paths, grows obstacles, updates grids from laser
 scans, simulates and compares scans, finds openings and simplifies
 paths, on occupancy grids.\n.\n")
-korrin_package(runtime libkorrin${PROJECT_VERSION_MAJOR} libs "This is the library.")
+korrin_package(runtime libkorrin${KORRIN_SOVERSION} libs "This is the library.")
 korrin_package(development libkorrin-dev libdevel
   "These are the headers and what CMake and pkg-config need.")
 if(KORRIN_BUILD_TOOLS)

@@ -123,6 +123,26 @@ TEST(Faults, NothingLeaksWhicheverAllocationFails) {
   EXPECT_GT(total, 2000);
 }
 
+// On a map that is large enough for arrays in pages of their own.
+TEST(Faults, LargeSearchesLeakNothing) {
+  const Quiet quiet;
+  OccupancyMap map(400, 300, 0.05f, false);
+  map.reset(1.0f);
+  std::vector<Brin::Pose2Di> path;
+  const auto plan = [&] {
+    Brin::OccMapPathFinder finder(&map, 0.0f);
+    finder.computePath({3, 3, 0.0f}, {30, 20, 0.0f}, path);
+    finder.computePath({3, 3, 0.0f}, {5, 5, 0.0f}, path);
+  };
+  plan();
+  for (const auto mode : kModes) {
+    path.clear();
+    const auto check = [&](Outcome outcome) { EXPECT_EQ(outcome, Outcome::Refused); };
+    EXPECT_GT(failEach(mode, plan, check), 10);
+    EXPECT_EQ(path.size(), 3u);
+  }
+}
+
 // Objects that live through a failure.
 struct Robot {
   Robot() = default;

@@ -1,6 +1,7 @@
 // Memory that runs out on demand, and a count of what is not given back: this program's and its
-// libraries' malloc and relatives, which `new` and OpenCV's images come to in the end. To be
-// included by one source file of a program, since it defines them.
+// libraries' malloc and relatives, which `new` and OpenCV's images come to in the end, and mmap
+// (but not under the address sanitizer, which needs its own). To be included by one source file of
+// a program, since it defines them.
 //
 //   FailingMemory memory(7, FailingMemory::Once);  // the seventh allocation from here on fails
 //   EXPECT_THROW(needsSeven(), std::bad_alloc);
@@ -8,6 +9,9 @@
 #pragma once
 
 #include <malloc.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstddef>
@@ -22,11 +26,14 @@
 #endif
 #endif
 #ifndef KORRIN_TEST_REAL
+#define KORRIN_TEST_COUNTS_PAGES
 #define KORRIN_TEST_REAL(function) __libc_##function
 #endif
 
-// Memory is asked for before the sanitizers are ready to look at what asks.
-#define KORRIN_TEST_PLAIN __attribute__((no_sanitize("address", "undefined")))
+// Memory is asked for before the sanitizers are ready to look at what asks; and libraries must find
+// what asks here.
+#define KORRIN_TEST_PLAIN \
+  __attribute__((no_sanitize("address", "undefined"), visibility("default")))
 
 extern "C" {
 void* KORRIN_TEST_REAL(malloc)(std::size_t size);
@@ -123,6 +130,26 @@ KORRIN_TEST_PLAIN void free(void* memory) noexcept {
   if (memory != nullptr) --korrin_test::blocksInUse;
   KORRIN_TEST_REAL(free)(memory);
 }
+
+#ifdef KORRIN_TEST_COUNTS_PAGES
+
+KORRIN_TEST_PLAIN void* mmap(void* address, std::size_t size, int protection, int flags, int file,
+                             off_t offset) noexcept {
+  if (korrin_test::refuses(size)) return MAP_FAILED;
+#ifdef SYS_mmap2  // takes the offset in pages
+  const long result = syscall(SYS_mmap2, address, size, protection, flags, file, offset / 4096);
+#else
+  const long result = syscall(SYS_mmap, address, size, protection, flags, file, offset);
+#endif
+  return result == -1 ? MAP_FAILED : korrin_test::counted(reinterpret_cast<void*>(result));
+}
+
+KORRIN_TEST_PLAIN int munmap(void* memory, std::size_t size) noexcept {
+  --korrin_test::blocksInUse;
+  return static_cast<int>(syscall(SYS_munmap, memory, size));
+}
+
+#endif
 
 }  // extern "C"
 
