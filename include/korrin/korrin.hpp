@@ -1,4 +1,9 @@
-// All of libkorrin.
+// All of libkorrin. A program may as well include the headers that it needs.
+//
+//   #include <korrin/korrin.hpp>
+//
+//   Brin::OccupancyMap map(200, 100, 0.05f, false);  // core/occupancy_map.hpp
+//   Brin::OccMapPathFinder finder(&map, 0.0f);       // occmap_path_finder.hpp
 #pragma once
 
 #include "korrin/batch_scoring.hpp"
