@@ -26,11 +26,15 @@ namespace {
 constexpr int kMax = std::numeric_limits<int>::max();
 
 // The bytes of 2^31 cells and more, or of 2^32 and more so that 32 bits would count few or none.
-const std::vector<std::pair<int, int>> kTooLarge = {
+const std::vector<CvSize> kTooLarge = {
     {1 << 27, 1},   {(1 << 27) + 1, 1}, {1, 1 << 29},       {2, 1 << 29},
     {46341, 46341}, {1 << 15, 1 << 15}, {1 << 16, 1 << 16}, {1 << 20, 1 << 20},
     {kMax, 1},      {1, kMax},          {kMax, kMax},       {-1, 5},
     {5, -1},        {-kMax, -kMax},     {1 << 26, 1 << 6}};
+
+std::string nameOf(const CvSize& size) {
+  return std::to_string(size.width) + " x " + std::to_string(size.height);
+}
 
 bool refuses(const std::function<void()>& call) {
   constexpr std::size_t kMost = 1 << 20;
@@ -86,28 +90,29 @@ class PromisingMap {
 };
 
 TEST(SizeLimits, OfNewMapsWorkImagesAndImages) {
-  for (const auto& [width, height] : kTooLarge) {
-    SCOPED_TRACE(std::to_string(width) + " x " + std::to_string(height));
-    EXPECT_REFUSED(OccupancyMap(width, height, 1.0f, false));
-    EXPECT_REFUSED(OccupancyMap(width, height, 1.0f, true));
-    const Brin::OccupancyMapParams params(width, height, 1.0f, Brin::OccupancyMapParams::Center);
+  for (const CvSize& size : kTooLarge) {
+    SCOPED_TRACE(nameOf(size));
+    EXPECT_REFUSED(OccupancyMap(size.width, size.height, 1.0f, false));
+    EXPECT_REFUSED(OccupancyMap(size.width, size.height, 1.0f, true));
+    const Brin::OccupancyMapParams params(size.width, size.height, 1.0f,
+                                          Brin::OccupancyMapParams::Center);
     EXPECT_REFUSED(OccupancyMap(params, true));
-    EXPECT_REFUSED(Brin::ObstacleDilater(width, height));
-    EXPECT_REFUSED(Brin::createFlippedImage(cvSize(width, height), 32, 1));
-    EXPECT_REFUSED(Brin::createFlippedImage(cvSize(width, height), 8, 4));
+    EXPECT_REFUSED(Brin::ObstacleDilater(size.width, size.height));
+    EXPECT_REFUSED(Brin::createFlippedImage(size, 32, 1));
+    EXPECT_REFUSED(Brin::createFlippedImage(size, 8, 4));
   }
 }
 
-const std::vector<std::pair<int, int>> kTooLargeToCopy = {
+const std::vector<CvSize> kTooLargeToCopy = {
     {1 << 15, 1 << 15}, {1 << 16, 1 << 16}, {1 << 20, 1 << 20}, {1, kMax}, {kMax, kMax}};
 
 TEST(SizeLimits, OfCopiedAndReducedMaps) {
-  for (const auto& [width, height] : kTooLargeToCopy) {
-    SCOPED_TRACE(std::to_string(width) + " x " + std::to_string(height));
+  for (const CvSize& size : kTooLargeToCopy) {
+    SCOPED_TRACE(nameOf(size));
     OccupancyMap huge(1, 1, 1.0f, false);
     OccupancyMap target(2, 3, 0.5f, true);
     const OccupancyMap before = target;
-    const PromisingMap promising(huge, width, height);
+    const PromisingMap promising(huge, size.width, size.height);
     EXPECT_REFUSED(OccupancyMap copy(huge));
     EXPECT_REFUSED(target = huge);
     EXPECT_REFUSED(Brin::computeCoarserMap(huge, target, 1));
@@ -116,15 +121,15 @@ TEST(SizeLimits, OfCopiedAndReducedMaps) {
 }
 
 TEST(SizeLimits, OfPictures) {
-  for (const auto& [width, height] : kTooLargeToCopy) {
-    if (width == 1 << 15) continue;  // its bytes can be counted
-    SCOPED_TRACE(std::to_string(width) + " x " + std::to_string(height));
+  for (const CvSize& size : kTooLargeToCopy) {
+    if (size.width == 1 << 15) continue;  // its bytes can be counted
+    SCOPED_TRACE(nameOf(size));
     OccupancyMap huge(1, 1, 1.0f, false);
-    const PromisingMap promising(huge, width, height);
+    const PromisingMap promising(huge, size.width, size.height);
     IplImage* slot = nullptr;
     EXPECT_REFUSED(huge.toCharIplImage(&slot));
     EXPECT_REFUSED(Brin::mergeImages2({{huge.image, 0.0f, 0.0f, 0.0f}}, &slot, 1.0f, 0.0f));
-    if (width == height) {
+    if (size.width == size.height) {
       EXPECT_REFUSED(Brin::rotateIplImage90_2(huge.image, huge.image));
       EXPECT_REFUSED(
           Brin::scanScore(huge.image, {{0.0f, 0.0f}}, {}, 1.0f, 1.0f, nullptr, &slot, 1));
@@ -145,10 +150,10 @@ TEST(SizeLimits, OfDistanceMaps) {
 }
 
 TEST(SizeLimits, OfThePathFindersMapAndArrays) {
-  for (const auto& [width, height] : kTooLargeToCopy) {
-    SCOPED_TRACE(std::to_string(width) + " x " + std::to_string(height));
+  for (const CvSize& size : kTooLargeToCopy) {
+    SCOPED_TRACE(nameOf(size));
     OccupancyMap huge(1, 1, 1.0f, false);
-    const PromisingMap promising(huge, width, height);
+    const PromisingMap promising(huge, size.width, size.height);
     Brin::OccMapPathFinder finder(&huge, 0.0f);
     std::vector<Brin::Pose2Di> path = {{1, 2, 0.0f}};
     EXPECT_REFUSED(finder.computePath({0, 0, 0.0f}, {0, 0, 0.0f}, path));
@@ -179,9 +184,9 @@ TEST(SizeLimits, OfPreparedMaps) {
 
 // Images that OpenCV can hold, but not warp.
 TEST(SizeLimits, OfScrollsByAFraction) {
-  for (const auto& [width, height] : {std::pair(40000, 1), std::pair(1, 40000)}) {
-    const OccupancyMap src(width, height, 1.0f, false);
-    OccupancyMap dst(width, height, 1.0f, false);
+  for (const CvSize& size : {CvSize(40000, 1), CvSize(1, 40000)}) {
+    const OccupancyMap src(size.width, size.height, 1.0f, false);
+    OccupancyMap dst(size.width, size.height, 1.0f, false);
     dst.reset(0.25f);
     const OccupancyMap before = dst;
     EXPECT_REFUSED(Brin::scrollIplImage(src.image, dst.image, {0.5f, 0.0f}));
