@@ -184,7 +184,7 @@ TEST(SizeLimits, OfPreparedMaps) {
 
 // Images that OpenCV can hold, but not warp.
 TEST(SizeLimits, OfScrollsByAFraction) {
-  for (const CvSize& size : {CvSize(40000, 1), CvSize(1, 40000)}) {
+  for (const CvSize& size : {cvSize(40000, 1), cvSize(1, 40000)}) {
     const OccupancyMap src(size.width, size.height, 1.0f, false);
     OccupancyMap dst(size.width, size.height, 1.0f, false);
     dst.reset(0.25f);
