@@ -12,6 +12,7 @@ void addDemoCommand(CLI::App& app);
 void addDilateCommand(CLI::App& app);
 void addHolesCommand(CLI::App& app);
 void addMatchCommand(CLI::App& app);
+void addPairsCommand(CLI::App& app);
 void addPlanCommand(CLI::App& app);
 void addQueryCommand(CLI::App& app);
 void addScaleCommand(CLI::App& app);

@@ -33,7 +33,7 @@ struct Refining {
 
 // In step 1 the guess comes from odometry, which slips; in step 3 it is good already.
 constexpr Refining kCarrying{0.3f, {1.0f, 20.0f}, 4, 12};
-constexpr Refining kSettling{0.15f, {16.0f, 320.0f}, 3, 6};
+constexpr Refining kSettling{0.15f, {1.0f, 40.0f}, 3, 6};
 
 using Scans = std::vector<LoggedScan>;
 

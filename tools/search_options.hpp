@@ -1,0 +1,25 @@
+// The options of the commands that place one scan by another.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include "tools/pose_search.hpp"
+
+namespace korrin_tool {
+
+struct SearchOptions {
+  float window = 0.5f;        // metres
+  float angle = 45.0f;        // degrees
+  float resolution = 0.025f;  // metres
+  float angleStep = 0.5f;     // degrees
+  float cutOff = 0.2f;        // metres
+
+  SearchWindow searchWindow() const;
+};
+
+void addSearchOptions(CLI::App& command, SearchOptions& options);
+
+// A UsageError when trying all poses of the window with that many points would take minutes.
+void checkWork(const SearchWindow& window, std::size_t points);
+
+}  // namespace korrin_tool
