@@ -10,6 +10,7 @@
 #include "models/occmap_path_finder_model.hpp"
 #include "support/bits.hpp"
 #include "support/log_capture.hpp"
+#include "support/office_map.hpp"
 #include "support/path_searches.hpp"
 #include "support/random_inputs.hpp"
 
@@ -139,6 +140,33 @@ TEST(PathFinderAgreement, onThousandsOfRandomSearchesBetweenCells) {
   EXPECT_GT(events.filedBehindLowered, 1000);
   EXPECT_GT(events.disordered, 5000);
   EXPECT_GT(events.notNumbers, 500);
+}
+
+// Long open lists, and cells far from the map's edge.
+TEST(PathFinderAgreement, acrossAnOfficeFloor) {
+  const OccupancyMap map = korrin_test::officeMap(220, 7);
+  const int last = map.params.height - 1;
+  const Pose2Di from =
+      korrin_test::nearestFreeCell(map, 10, korrin_test::officeCorridorRow(last + 1, 0.0));
+  const Pose2Di to =
+      korrin_test::nearestFreeCell(map, last - 10, korrin_test::officeCorridorRow(last + 1, 1.0));
+  OccMapPathFinder finder(&map, 0.0f);
+  for (const int type : {0, 1, 2}) {
+    for (const float weight : {0.5f, 0.0f, 0.9f, 1.7f, -0.5f}) {
+      PathFinderModel model;
+      model.countsEvents = false;
+      model.coarseMap = map;
+      model.hWeight = weight;
+      model.setNeighborhoodType(type);
+      finder.setHWeight(weight);
+      finder.setNeighborhoodType(static_cast<OccMapPathFinder::NeighborhoodType>(type));
+      std::vector<Pose2Di> path;
+      finder.computePath(from, to, path);
+      EXPECT_TRUE(sameBits(path, model.search(from, to))) << type << ", weight " << weight;
+      EXPECT_TRUE(sameSearch(finder, model)) << type << ", weight " << weight;
+      EXPECT_FALSE(path.empty());
+    }
+  }
 }
 
 TEST(PathFinderAgreement, onRandomRequestsBetweenPoses) {
