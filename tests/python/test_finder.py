@@ -184,23 +184,6 @@ def test_settings(room):
     assert finder.Node.h_weight == 0.5
 
 
-def test_other_threads_run_during_a_plan():
-    finder = korrin.OccMapPathFinder(big_free_map())
-    finder.set_h_weight(0)  # looks at all cells
-    count, done = 0, threading.Event()
-
-    def plan():
-        finder.compute_path((0, 0, 0), (29, 29, 0))
-        done.set()
-
-    thread = threading.Thread(target=plan)
-    thread.start()
-    while not done.is_set():
-        count += 1
-    thread.join()
-    assert count > 1000
-
-
 def test_threads_may_share_finders(records):
     map = big_free_map(120)
     map.image[30:90, 60] = 0
