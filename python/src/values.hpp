@@ -81,9 +81,8 @@ void actsAsTuple(py::class_<Value>& type, const char* name, Field<Members>... fi
   type.def("__getitem__", [=](const Value& value, py::ssize_t index) -> py::object {
     return py::make_tuple(value.*fields.member...)[py::int_(index)];
   });
-  type.def("__iter__", [=](const Value& value) {
-    return py::iter(py::make_tuple(value.*fields.member...));
-  });
+  type.def("__iter__",
+           [=](const Value& value) { return py::iter(py::make_tuple(value.*fields.member...)); });
   type.def("__repr__", [=](const Value& value) { return textOf(value, name, fields...); });
   type.def("__eq__", [=](const Value& a, const Value& b) {
     return ((a.*fields.member == b.*fields.member) && ...);
