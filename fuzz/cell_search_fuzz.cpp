@@ -34,7 +34,7 @@ bool agree(const Pose2Di& start, Library library, Model model, const char* what)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   korrin_fuzz::FuzzInput in(data, size);
-  const OccupancyMap map = in.map(40);
+  const OccupancyMap map = in.map(60);
   const Pose2Di start = in.cell(map), to = in.cell(map);
   const float threshold = in.pickOrAny({0.45f, 0.2f, 0.5f, 0.7f, 1.0f, -1.0f});
   const float tolerance = in.pickOrAny({0.1f, 0.5f, 2.0f});

@@ -1,9 +1,5 @@
 // Reads bytes as a map file: the YAML text, a byte 0, and the picture. Whatever is read can be
 // written, and comes back.
-#include <algorithm>
-#include <fstream>
-#include <string>
-
 #include "fuzz/fuzz_target.hpp"
 #include "tools/map_file.hpp"
 #include "tools/tool_run.hpp"
@@ -23,10 +19,6 @@ const Mark kRaw("a map of mode raw");
 const Mark kTurned("a turned map");
 const Mark kRefused("a fault");
 const Mark kBadPicture("a file that is no picture");
-
-void write(const std::string& path, const std::string& bytes) {
-  std::ofstream(path, std::ios::binary) << bytes;
-}
 
 void requireSound(const OccupancyMap& map) {
   require(map.params.width > 0 && map.params.height > 0, "size");
@@ -69,8 +61,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   // The kinds that a map file has; the other decoders of OpenCV are not ours to test.
   const bool isPicture = picture.substr(0, 1) == "P" || picture.substr(0, 4) == "\x89PNG";
   kBadPicture.count(!isPicture);
-  write(directory / "map.yaml", bytes.substr(0, end));
-  write(directory / "m", isPicture ? picture : "");
+  korrin_test::writeFile(directory / "map.yaml", bytes.substr(0, end));
+  korrin_test::writeFile(directory / "m", isPicture ? picture : "");
   try {
     readAndReturn(directory);
   } catch (const korrin_tool::UsageError&) {

@@ -22,12 +22,17 @@ ImagePtr copyOf(const IplImage* image) { return ImagePtr(cvCloneImage(image)); }
 void mergeImages(FuzzInput& in, const OccupancyMap& map) {
   std::vector<ImagePtr> owned;
   std::vector<Brin::ImageToMerge> images;
+  const float resolution = in.pick({1.0f, 0.5f, 0.3f, 0.21f, 0.05f, -1.0f});
+  // Whole cells and fractions of a cell.
+  const auto shift = [&] {
+    return in.flag() ? in.ordinaryFloat() : static_cast<float>(in.between(-9, 9)) * resolution;
+  };
   for (int n = in.between(0, 4); n > 0; --n) {
     owned.push_back(copyOf(map.image));
     korrin_model::floatCell(owned.back().get(), 0, 0) = in.someFloat();
-    images.push_back({owned.back().get(), in.ordinaryFloat(), in.ordinaryFloat(), in.anyFloat()});
+    const float x = shift(), y = shift();
+    images.push_back({owned.back().get(), x, y, in.anyFloat()});
   }
-  const float resolution = in.pick({1.0f, 0.5f, 0.3f, 0.0625f, -1.0f});
   const bool into = in.flag();
   kInto.count(into);
   IplImage* actual = into ? cvCloneImage(map.image) : nullptr;

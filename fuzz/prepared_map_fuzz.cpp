@@ -38,7 +38,7 @@ void castScan(FuzzInput& in, const OccupancyMap& map, const Brin::PreparedMap& p
   const Brin::Pose2D pose = in.pose(map);
   const float start = in.someFloat(), end = in.someFloat();
   const float farthest = in.pickOrAny({10.0f, 60.0f, 3.0f});
-  const int count = in.between(0, 30);
+  const int count = in.between(0, 100);
   Readings actual(2), expected;
   prepared.simulateScan(pose, start, end, 0.0f, farthest, count, actual);
   model.simulateScan(pose, start, end, 0.0f, farthest, count, expected);
@@ -55,7 +55,7 @@ void castScan(FuzzInput& in, const OccupancyMap& map, const Brin::PreparedMap& p
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzInput in(data, size);
-  OccupancyMap map = in.map(60);
+  OccupancyMap map = in.map(90);
   const float threshold = in.pickOrAny({0.45f, 0.2f, 0.5f, 1.0f});
   Brin::PreparedMap prepared(map, threshold);
   const korrin_model::PreparedMap model{map, threshold};

@@ -21,7 +21,7 @@ const Mark kScanHits("a simulated scan hits");
 const Mark kLikely("a likelihood of several readings");
 
 ScanModel anyModel(FuzzInput& in) {
-  const int count = in.between(0, 40);
+  const int count = in.between(0, 150);
   const float maxRange = in.pickOrAny({10.0f, 60.0f, 3.0f});
   ScanModel model(count, maxRange, in.someFloat());
   model.minRange = in.pickOrAny({0.1f, 0.0f, 1.0f});
@@ -57,7 +57,7 @@ void compareScans(FuzzInput& in, const ScanModel& model) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzInput in(data, size);
-  OccupancyMap map = in.map(60);
+  OccupancyMap map = in.map(80);
   const float threshold = in.pickOrAny({0.45f, 0.2f, 0.5f, 1.0f});
   const ScanModel model = anyModel(in);
   for (int i = in.between(1, 4); i > 0; --i) castBeam(in, map, model, threshold);

@@ -24,7 +24,7 @@ void simulateScan(FuzzInput& in, OccupancyMap& map, float threshold) {
   const float start = in.someFloat(), end = in.someFloat();
   const float nearest = in.pickOrAny({0.0f, 0.1f, 1.0f});
   const float farthest = in.pickOrAny({10.0f, 60.0f, 3.0f});
-  const int count = in.between(0, 40);
+  const int count = in.between(0, 150);
   Readings actual(3), expected;
   Brin::OccupancyMapper(&map).simulateScan(pose, start, end, nearest, farthest, count, actual,
                                            threshold);
@@ -39,7 +39,7 @@ void simulateScan(FuzzInput& in, OccupancyMap& map, float threshold) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzInput in(data, size);
-  OccupancyMap map = in.map(60);
+  OccupancyMap map = in.map(80);
   const float threshold = in.pickOrAny({0.45f, 0.2f, 0.5f, 1.0f});
   const Brin::OccupancyMapper mapper(&map);
   for (int i = in.between(1, 4); i > 0; --i) {

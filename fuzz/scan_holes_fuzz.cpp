@@ -1,5 +1,6 @@
 // Finds the openings of scans, with both detectors.
 #include "fuzz/fuzz_target.hpp"
+#include "fuzz/scan_input.hpp"
 #include "korrin/scan_holes.hpp"
 #include "models/scan_holes_model.hpp"
 
@@ -14,35 +15,9 @@ using Holes = std::vector<ScanHole>;
 
 const Mark kJump("a jump is a hole");
 const Mark kRun("a run of no-hits is a hole");
-const Mark kHidden("a hole is hidden");
 const Mark kOldRun("the earlier detector finds a run");
 const Mark kLongRun("a run longer than 800 readings");
 const Mark kInfinite("a hole with a border at infinity");
-
-// Stretches of like readings: walls, and runs that met nothing; one may be longer than the detector
-// filters out.
-Scan scanOf(FuzzInput& in) {
-  Scan scan;
-  const int longOne = in.between(0, 40);
-  for (int i = in.between(0, 10); i > 0; --i) {
-    Brin::RangeReading reading;
-    reading.range = in.pickOrAny({1.0f, 2.0f, 3.0f, 9.0f, 0.3f});
-    reading.status = in.pick({0, 0, 0, 1, 1, 2});
-    const int count = i == longOne ? 801 : in.pick({1, 1, 2, 3, 5, 9, 20});
-    scan.readings.insert(scan.readings.end(), static_cast<std::size_t>(count), reading);
-  }
-  const float first = in.ordinaryFloat();
-  const float step = in.pickOrAny({0.05f, 0.01f, 0.2f, -0.05f, 0.0f});
-  for (std::size_t i = 0; i < scan.readings.size(); ++i) {
-    scan.readings[i].angle = first + static_cast<float>(i) * step;
-  }
-  for (int i = in.between(0, 3); i > 0 && !scan.readings.empty(); --i) {
-    Brin::RangeReading& reading = scan.readings[in.byte() % scan.readings.size()];
-    reading.range = in.anyFloat();
-    reading.angle = in.anyFloat();
-  }
-  return scan;
-}
 
 // Which of two equally far from straight ahead comes first is left open.
 bool sameButForTies(const Holes& library, const Holes& model) {
@@ -62,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   FuzzInput in(data, size);
   const float minWidth = in.pickOrAny({0.5f, 1.0f, 0.2f, 2.0f, 0.0f});
   const int maxRun = in.pick({0, 1, 2, 3, 5, 800, -1});
-  const Scan scan = scanOf(in);
+  const Scan scan = korrin_fuzz::scanOfStretches(in);
 
   Holes holes, expected;
   Brin::findScanHoles(scan, holes, minWidth);
@@ -81,18 +56,5 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   kInfinite.count(std::any_of(holes.begin(), holes.end(), [](const ScanHole& hole) {
     return std::isinf(hole.beginPoint.x) || std::isinf(hole.endPoint.x);
   }));
-  // A hole between any two neighbours: the detectors drop those that are hidden.
-  const int index = in.byte();
-  if (index + 1 >= static_cast<int>(scan.readings.size())) return 0;
-  const Brin::Point2D a = korrin_model::pointAt(scan.readings, index);
-  const Brin::Point2D b = korrin_model::pointAt(scan.readings, index + 1);
-  ScanHole hole;
-  Brin::xNormalizeZone(a, index, b, index + 1, minWidth, hole, false);
-  require(
-      korrin_test::sameBits(hole, korrin_model::normalizeZone(a, index, b, index + 1, minWidth)),
-      "xNormalizeZone");
-  const bool seen = Brin::xIsHoleOK(scan, hole);
-  require(seen == korrin_model::isHoleOK(scan.readings, hole), "xIsHoleOK");
-  kHidden.count(!seen);
   return 0;
 }

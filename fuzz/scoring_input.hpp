@@ -32,9 +32,9 @@ struct ScoringInput {
           in.rarely(16) ? in.wildPose() : Brin::Pose2D(in.ordinaryFloat(), in.ordinaryFloat(), 0);
       pose.theta = hasOneHeading ? poses.front().theta : in.someFloat();
     }
-    points.resize(static_cast<std::size_t>(in.between(0, 40)));
+    points.resize(static_cast<std::size_t>(in.between(0, 70)));
     for (Brin::Point2D& point : points) point = {in.someFloat(), in.someFloat()};
-    scan.readings = in.readings(30);
+    scan.readings = in.readings(70);
   }
 };
 
