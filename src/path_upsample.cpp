@@ -29,22 +29,22 @@ std::uint64_t pathLength(const std::vector<Pose2Di>& path, std::uint64_t limit) 
 class Axis {
  public:
   Axis(std::int32_t from, std::int32_t to, std::int64_t length, std::int64_t steps)
-      : at_(from),
+      : at_(static_cast<std::uint32_t>(from)),
         sign_(to > from ? 1 : -1),
         error_(2 * length - steps),
         twiceSteps_(2 * steps),
         change_(2 * length - 2 * steps) {}
 
-  std::int32_t at() const { return at_; }
+  std::int32_t at() const { return static_cast<std::int32_t>(at_); }
 
   void next() {
     const std::int64_t stays = -std::int64_t{error_ < 0};
-    at_ += static_cast<std::int32_t>(~stays) & sign_;
+    at_ += static_cast<std::uint32_t>(~stays & sign_);
     error_ += change_ + (stays & twiceSteps_);
   }
 
  private:
-  std::int32_t at_;
+  std::uint32_t at_;  // modulo 2^32: the steps past a line's end may lead off the plane
   std::int32_t sign_;
   std::int64_t error_;
   std::int64_t twiceSteps_;
