@@ -66,14 +66,14 @@ bool PathSearch::run() {
   bool found = false;
   while (!found && !open_.empty()) {
     const bool isFirst = closedNodes_.empty();
-    closedNodes_.push_back(nodes_[static_cast<std::size_t>(open_.takeFirst())]);
-    const Node& current = closedNodes_.back();
+    const Node& current = nodes_[static_cast<std::size_t>(open_.takeFirst())];
+    closedNodes_.push_back(current);
     found = isGoal(current);
     if (found || isFirst || !isInner(current)) {
       marks_[std::ptrdiff_t{current.y} * width_ + current.x] = kClosed;
-      if (!found) expandWithCare(current, isFirst);
+      if (!found) expandWithCare(Node(current), isFirst);  // a copy, since `nodes_` grows
     } else {
-      expand(current);
+      expand(current.x, current.y, current.g);
     }
   }
   finish();
@@ -105,9 +105,9 @@ void PathSearch::expandWithCare(const Node& current, bool isFirst) {
 }
 
 // The same where no step leads off the map, and none costs a turn.
-void PathSearch::expand(const Node& current) {
+inline void PathSearch::expand(std::int32_t currentX, std::int32_t currentY, float currentG) {
   constexpr std::size_t kGroups = 8;  // whose lanes fit the bits of a number
-  const std::ptrdiff_t cell = std::ptrdiff_t{current.y} * width_ + current.x;
+  const std::ptrdiff_t cell = std::ptrdiff_t{currentY} * width_ + currentX;
   for (std::size_t from = 0; from < groups_.size(); from += kGroups) {
     const StepGroup* groups = groups_.data() + from;
     const std::size_t count = std::min(kGroups, groups_.size() - from);
@@ -117,7 +117,7 @@ void PathSearch::expand(const Node& current) {
       const StepGroup& group = groups[i];
       const auto p = load<Floats>(values_ + cell + group.offset);
       const auto marks = load<Ints>(marks_ + cell + group.offset);
-      const Floats g = current.g + group.lengths * (1.0f + 2.0f * (1.0f - p));
+      const Floats g = currentG + group.lengths * (1.0f + 2.0f * (1.0f - p));
       const Ints isLower = reinterpret_cast<Floats>(marks) > g;
       store(costs + i * kLanes, g);
       news |= laneBits(group.isStep & ~(threshold_ > p) & ((marks == kNeverSeen) | isLower))
@@ -128,7 +128,7 @@ void PathSearch::expand(const Node& current) {
       const auto lane = static_cast<unsigned>(__builtin_ctz(news));
       const StepGroup& group = groups[lane / kLanes];
       const auto along = static_cast<std::int32_t>(lane % kLanes);
-      offer(current.x + group.dx + along, current.y + group.dy, costs[lane]);
+      offer(currentX + group.dx + along, currentY + group.dy, costs[lane]);
     }
   }
 }
@@ -138,10 +138,26 @@ inline void PathSearch::offer(std::int32_t x, std::int32_t y, float g) {
   const std::int32_t mark = marks_[cell];
   const auto parent = static_cast<std::int32_t>(closedNodes_.size()) - 1;
   if (mark == kNeverSeen) {
+    // The rows beside it will be there when its turn comes. An address off the map does no harm: it
+    // is asked for, not read. (A function of its own would seem to do nothing, and be left out.)
+    const auto rowBytes = static_cast<std::uintptr_t>(width_) * sizeof(float);
+    for (const void* row :
+         {static_cast<const void*>(values_ + cell), static_cast<const void*>(marks_ + cell)}) {
+      const auto at = reinterpret_cast<std::uintptr_t>(row);
+      __builtin_prefetch(reinterpret_cast<const void*>(at - rowBytes));
+      __builtin_prefetch(reinterpret_cast<const void*>(at + rowBytes));
+    }
     const auto index = static_cast<std::int32_t>(nodes_.size());
     const float h = distanceToEnd(x, y);
     const float f = gWeight_ * g + hWeight_ * h;
-    nodes_.push_back({x, y, 0.0f, parent, f, g, h});
+    // In place: a copy would be read back in other pieces than it was written in, which stalls.
+    Node& node = nodes_.emplace_back();
+    node.x = x;
+    node.y = y;
+    node.parent = parent;
+    node.f = f;
+    node.g = g;
+    node.h = h;
     cellNodes_[cell] = index;
     marks_[cell] = markOf(g);
     open_.file(index, f);
@@ -158,11 +174,17 @@ inline void PathSearch::offer(std::int32_t x, std::int32_t y, float g) {
   }
 }
 
-// As OccMapPathFinder::xDistance computes it.
+// As OccMapPathFinder::xDistance computes it, which takes the root as a double. Rounded to a float
+// that is the float's own root, since a double has more than twice a float's digits and two to
+// spare; and up to 2^24 every sum of squares is a float.
 inline float PathSearch::distanceToEnd(std::int32_t x, std::int32_t y) const {
-  const double dx = endX_ - x;
-  const double dy = endY_ - y;
-  return static_cast<float>(std::sqrt(dx * dx + dy * dy)) * resolution_;
+  const std::int64_t dx = endX_ - x;
+  const std::int64_t dy = endY_ - y;
+  const std::int64_t square = dx * dx + dy * dy;
+  if (square <= 1 << 24) return std::sqrt(static_cast<float>(square)) * resolution_;
+  const auto farX = static_cast<double>(dx);
+  const auto farY = static_cast<double>(dy);
+  return static_cast<float>(std::sqrt(farX * farX + farY * farY)) * resolution_;
 }
 
 void PathSearch::finish() {

@@ -55,7 +55,7 @@ class PathSearch {
   void addStep(const Pose2Di& delta);
   bool isGoal(const Node& node) const;
   bool isInner(const Node& node) const;
-  void expand(const Node& current);
+  void expand(std::int32_t currentX, std::int32_t currentY, float currentG);
   void expandWithCare(const Node& current, bool isFirst);
   void offer(std::int32_t x, std::int32_t y, float g);
   float distanceToEnd(std::int32_t x, std::int32_t y) const;
