@@ -3,6 +3,7 @@
 #include "fuzz/fuzz_target.hpp"
 #include "korrin/map_image_utils.hpp"
 #include "models/map_image_utils_model.hpp"
+#include "support/images.hpp"
 
 namespace {
 
@@ -11,13 +12,12 @@ using Brin::OccupancyMap;
 using korrin_fuzz::FuzzInput;
 using korrin_fuzz::Mark;
 using korrin_fuzz::require;
+using korrin_test::copyOf;
 using korrin_test::sameImage;
 
 const Mark kMerged("several images merged, shifted by fractions");
 const Mark kInto("images merged into one that was there");
 const Mark kTurned("a square turned");
-
-ImagePtr copyOf(const IplImage* image) { return ImagePtr(cvCloneImage(image)); }
 
 void mergeImages(FuzzInput& in, const OccupancyMap& map) {
   std::vector<ImagePtr> owned;
@@ -28,7 +28,7 @@ void mergeImages(FuzzInput& in, const OccupancyMap& map) {
     return in.flag() ? in.ordinaryFloat() : static_cast<float>(in.between(-9, 9)) * resolution;
   };
   for (int n = in.between(0, 4); n > 0; --n) {
-    owned.push_back(copyOf(map.image));
+    owned.push_back(copyOf(*map.image));
     korrin_model::floatCell(owned.back().get(), 0, 0) = in.someFloat();
     const float x = shift(), y = shift();
     images.push_back({owned.back().get(), x, y, in.anyFloat()});
@@ -45,7 +45,7 @@ void mergeImages(FuzzInput& in, const OccupancyMap& map) {
 }
 
 void turnImage(const OccupancyMap& map) {
-  const ImagePtr actual = copyOf(map.image), expected = copyOf(map.image);
+  const ImagePtr actual = copyOf(*map.image), expected = copyOf(*map.image);
   Brin::rotateIplImage90(map.image, actual.get());
   korrin_model::rotateIplImage90(map.image, expected.get());
   require(sameImage(actual.get(), expected.get()), "rotateIplImage90");

@@ -4,6 +4,7 @@
 #include "korrin/map_image_utils.hpp"
 #include "models/map_image_utils_model.hpp"
 #include "models/occmap_path_finder_model.hpp"
+#include "support/images.hpp"
 
 namespace {
 
@@ -12,6 +13,7 @@ using Brin::OccupancyMap;
 using korrin_fuzz::FuzzInput;
 using korrin_fuzz::Mark;
 using korrin_fuzz::require;
+using korrin_test::copyOf;
 using korrin_test::sameImage;
 using korrin_test::sameMap;
 
@@ -19,8 +21,6 @@ const Mark kReduced("a map reduced to several cells");
 const Mark kNoCells("a map reduced to no cells");
 const Mark kScaled("values scaled");
 const Mark kScaledBytes("bytes scaled to neither end");
-
-ImagePtr copyOf(const IplImage* image) { return ImagePtr(cvCloneImage(image)); }
 
 void reduceMap(FuzzInput& in, const OccupancyMap& map) {
   const int factor = in.pick({1, 2, 3, 4, 7, 100, std::numeric_limits<int>::max()});
@@ -35,8 +35,8 @@ void scaleValues(FuzzInput& in, const OccupancyMap& map) {
   const float factor = in.rarely(64) ? in.anyFloat() : in.ordinaryFloat();
   const ImagePtr bytes = Brin::makeImage(cvGetSize(map.image), IPL_DEPTH_8U, 1);
   for (int i = 0; i < bytes->imageSize; ++i) bytes->imageData[i] = static_cast<char>(in.byte());
-  const ImagePtr expectedBytes = copyOf(bytes.get()), floats = copyOf(map.image);
-  const ImagePtr expectedFloats = copyOf(map.image);
+  const ImagePtr expectedBytes = copyOf(*bytes), floats = copyOf(*map.image);
+  const ImagePtr expectedFloats = copyOf(*map.image);
   OccupancyMap scaled(map), expected(map);
   Brin::imgMultiplyProb8(bytes.get(), factor);
   korrin_model::imgMultiplyProb8(expectedBytes.get(), factor);

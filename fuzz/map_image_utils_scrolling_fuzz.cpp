@@ -3,6 +3,7 @@
 #include "fuzz/fuzz_target.hpp"
 #include "korrin/map_image_utils.hpp"
 #include "models/map_image_utils_model.hpp"
+#include "support/images.hpp"
 
 namespace {
 
@@ -11,14 +12,13 @@ using Brin::OccupancyMap;
 using korrin_fuzz::FuzzInput;
 using korrin_fuzz::Mark;
 using korrin_fuzz::require;
+using korrin_test::copyOf;
 using korrin_test::sameImage;
 using korrin_test::sameMap;
 
 const Mark kScrolled("a map scrolled by some cells");
 const Mark kWarped("an image scrolled by a fraction");
 const Mark kFromNothing("an image of no cells scrolled");
-
-ImagePtr copyOf(const IplImage* image) { return ImagePtr(cvCloneImage(image)); }
 
 void scrollMap(FuzzInput& in, OccupancyMap map) {
   if (map.secondImage == nullptr) map.secondImage = cvCloneImage(map.image);
@@ -36,7 +36,7 @@ void scrollMap(FuzzInput& in, OccupancyMap map) {
 void scrollImage(FuzzInput& in, const OccupancyMap& map) {
   const OccupancyMap other = in.map(40);
   const Brin::Point2D shift(in.someFloat(), in.someFloat());
-  const ImagePtr actual = copyOf(other.image), expected = copyOf(other.image);
+  const ImagePtr actual = copyOf(*other.image), expected = copyOf(*other.image);
   Brin::scrollIplImage(map.image, actual.get(), shift);
   // The model hands what is not finite to OpenCV, which has no answer, and no image of no cells.
   if (!std::isfinite(shift.x) || !std::isfinite(shift.y)) return;

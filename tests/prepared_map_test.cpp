@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "models/prepared_map_model.hpp"
+#include "support/beam_maps.hpp"
 #include "support/bits.hpp"
 #include "support/map_drawing.hpp"
 #include "support/random_inputs.hpp"
@@ -23,19 +24,16 @@ using Brin::Pose2D;
 using Brin::PreparedMap;
 using Brin::RangeReading;
 using Brin::ScanModel;
+using korrin_test::arbitraryBeamMap;
 using korrin_test::drawMap;
 using korrin_test::MapBounds;
 using korrin_test::RandomInputs;
 using korrin_test::sameBits;
+using korrin_test::setSecond;
 using Readings = std::vector<RangeReading>;
 
 constexpr int kIntMin = std::numeric_limits<int>::min();
 constexpr int kIntMax = std::numeric_limits<int>::max();
-
-void setSecond(OccupancyMap& map, int x, int y, float value) {
-  reinterpret_cast<float*>(map.secondImage->imageData +
-                           std::ptrdiff_t{y} * map.secondImage->widthStep)[x] = value;
-}
 
 TEST(PreparedMap, raysStopAtTheFirstCellBelowTheThreshold) {
   const OccupancyMap map = drawMap({".......#.#"}, 0.5f);
@@ -263,15 +261,7 @@ TEST(PreparedMapLaw, answersAreThoseOfTheModelsNowAndAfterEveryRefresh) {
 
 // Shrinks to the smallest map and ray that disagree.
 RC_GTEST_PROP(PreparedMapLaw, smallestRays, ()) {
-  const int width = *rc::gen::inRange(1, 7);
-  const int height = *rc::gen::inRange(1, 7);
-  OccupancyMap map(width, height, 1.0f, *rc::gen::arbitrary<bool>());
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      map.setCell(x, y, *rc::gen::element(1.0f, 1.0f, 0.5f, 0.0f));
-      if (map.secondImage != nullptr) setSecond(map, x, y, *rc::gen::element(0.44f, 0.45f));
-    }
-  }
+  const OccupancyMap map = arbitraryBeamMap();
   const auto coordinate = rc::gen::inRange(-9, 16);
   const Point2Di from(*coordinate, *coordinate);
   const Point2Di to(*coordinate, *coordinate);

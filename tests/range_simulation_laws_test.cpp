@@ -8,6 +8,7 @@
 
 #include "korrin/range_simulation.hpp"
 #include "models/range_simulation_model.hpp"
+#include "support/beam_maps.hpp"
 #include "support/bits.hpp"
 #include "support/random_inputs.hpp"
 
@@ -18,6 +19,7 @@ using Brin::Point2Di;
 using Brin::Pose2D;
 using Brin::RangeReading;
 using Brin::ScanModel;
+using korrin_test::arbitraryBeamMap;
 using korrin_test::MapBounds;
 using korrin_test::RandomInputs;
 using korrin_test::sameBits;
@@ -158,18 +160,7 @@ TEST(RangeSimulationLaw, mapsFromScansAreTheModels) {
 
 // Shrinks to the smallest map and beam that disagree.
 RC_GTEST_PROP(RangeSimulationLaw, smallestBeams, ()) {
-  const int width = *rc::gen::inRange(1, 7);
-  const int height = *rc::gen::inRange(1, 7);
-  OccupancyMap map(width, height, 1.0f, *rc::gen::arbitrary<bool>());
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      map.setCell(x, y, *rc::gen::element(1.0f, 1.0f, 0.5f, 0.0f));
-      if (map.secondImage == nullptr) continue;
-      reinterpret_cast<float*>(map.secondImage->imageData +
-                               std::ptrdiff_t{y} * map.secondImage->widthStep)[x] =
-          *rc::gen::element(0.44f, 0.45f);
-    }
-  }
+  const OccupancyMap map = arbitraryBeamMap();
   const auto coordinate = rc::gen::inRange(-9, 16);
   const Point2Di from(*coordinate, *coordinate);
   const Point2Di to(*coordinate, *coordinate);

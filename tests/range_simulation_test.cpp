@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/beam_maps.hpp"
 #include "support/bits.hpp"
 #include "support/map_drawing.hpp"
 
@@ -22,6 +23,7 @@ using Brin::Pose2D;
 using Brin::RangeReading;
 using Brin::ScanModel;
 using korrin_test::drawMap;
+using korrin_test::setSecond;
 using Limits = std::numeric_limits<float>;
 
 constexpr float kNan = Limits::quiet_NaN();
@@ -42,11 +44,6 @@ void expectBeam(const RangeReading& actual, float range, int status) {
   EXPECT_EQ(actual.weight, 1.0f);
   EXPECT_EQ(actual.mark, 1);
   EXPECT_EQ(actual.status, status);
-}
-
-void setSecond(OccupancyMap& map, int x, int y, float value) {
-  reinterpret_cast<float*>(map.secondImage->imageData +
-                           std::ptrdiff_t{y} * map.secondImage->widthStep)[x] = value;
 }
 
 TEST(ScanModel, startsWithItsArgumentsAndTheseDefaults) {

@@ -5,7 +5,7 @@
 //   RandomInputs random(17);
 //   Brin::OccupancyMap map = random.map(MapBounds{});
 //
-// The numbers depend on the seed alone, not on the standard library at hand.
+// The same seed gives the same numbers with every C++ library.
 #pragma once
 
 #include <cstdint>

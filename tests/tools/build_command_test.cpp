@@ -14,8 +14,6 @@ namespace {
 using nlohmann::json;
 using ::testing::HasSubstr;
 
-const std::string kHint = " (korrin --help tells more)";
-
 class BuildCommand : public ::testing::Test {
  protected:
   ToolRun build(const std::vector<std::string>& more = {}) const {

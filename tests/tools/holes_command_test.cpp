@@ -16,8 +16,6 @@ namespace {
 using nlohmann::json;
 using ::testing::HasSubstr;
 
-const std::string kHint = " (korrin --help tells more)";
-
 class HolesCommand : public ::testing::Test {
  protected:
   ToolRun holes(const std::vector<std::string>& more) const {

@@ -20,8 +20,6 @@ using korrin_tool::readMapFile;
 using nlohmann::json;
 using ::testing::HasSubstr;
 
-const std::string kHint = " (korrin --help tells more)";
-
 class MapCommands : public ::testing::Test {
  protected:
   MapCommands() {

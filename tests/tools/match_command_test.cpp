@@ -13,8 +13,6 @@ namespace {
 using nlohmann::json;
 using ::testing::HasSubstr;
 
-const std::string kHint = " (korrin --help tells more)";
-
 class MatchCommand : public ::testing::Test {
  protected:
   ToolRun match(const std::vector<std::string>& more) const {

@@ -281,18 +281,17 @@ TEST_F(PlanCommand, PictureIsCutToWhatIsKnownAndPlanned) {
 
 TEST_F(PlanCommand, BadOptionsAreStatus2AndNamed) {
   writeMap(kWallWithGap);
-  const std::string hint = " (korrin --help tells more)";
   const std::vector<std::tuple<std::string, std::string, std::string>> faults = {
-      {"--neighborhood", "big", "must be one of simple, double, triple, found big" + hint},
-      {"--weight", "1.5", "must be a number from 0 to 1, found 1.5" + hint},
-      {"--weight", "nan", "must be a number from 0 to 1, found nan" + hint},
-      {"--threshold", "-0.1", "must be a number from 0 to 1, found -0.1" + hint},
-      {"--coarse", "0", "must be a number from 1 to 1000, found 0" + hint},
-      {"--dilate", "much", "must be one of linear, inverse, smooth, none, found much" + hint},
-      {"--radius", "-1", "must be a finite number, at least 0, found -1" + hint},
-      {"--fade", "inf", "must be a finite number, at least 0, found inf" + hint},
-      {"--accuracy", "x", "must be a finite number, at least 0, found x" + hint},
-      {"--snap", "1e99", "must be a finite number, at least 0, found 1e99" + hint},
+      {"--neighborhood", "big", "must be one of simple, double, triple, found big" + kHint},
+      {"--weight", "1.5", "must be a number from 0 to 1, found 1.5" + kHint},
+      {"--weight", "nan", "must be a number from 0 to 1, found nan" + kHint},
+      {"--threshold", "-0.1", "must be a number from 0 to 1, found -0.1" + kHint},
+      {"--coarse", "0", "must be a number from 1 to 1000, found 0" + kHint},
+      {"--dilate", "much", "must be one of linear, inverse, smooth, none, found much" + kHint},
+      {"--radius", "-1", "must be a finite number, at least 0, found -1" + kHint},
+      {"--fade", "inf", "must be a finite number, at least 0, found inf" + kHint},
+      {"--accuracy", "x", "must be a finite number, at least 0, found x" + kHint},
+      {"--snap", "1e99", "must be a finite number, at least 0, found 1e99" + kHint},
   };
   for (const auto& [option, value, fault] : faults) {
     EXPECT_TRUE(failedWith(plan("11,20", "12,22", {option, value}), 2, option + ": " + fault));
@@ -322,11 +321,10 @@ TEST_F(PlanCommand, EndsThatAreNoPointsAreStatus2AndNamed) {
 }
 
 TEST_F(PlanCommand, MissingArgumentsAreStatus2AndNamed) {
-  const std::string hint = " (korrin --help tells more)";
-  EXPECT_TRUE(failedWith(runTool({"plan"}), 2, "map is required" + hint));
-  EXPECT_TRUE(failedWith(runTool({"plan", "m.yaml"}), 2, "--from is required" + hint));
+  EXPECT_TRUE(failedWith(runTool({"plan"}), 2, "map is required" + kHint));
+  EXPECT_TRUE(failedWith(runTool({"plan", "m.yaml"}), 2, "--from is required" + kHint));
   EXPECT_TRUE(
-      failedWith(runTool({"plan", "m.yaml", "--from", "1,1"}), 2, "--to is required" + hint));
+      failedWith(runTool({"plan", "m.yaml", "--from", "1,1"}), 2, "--to is required" + kHint));
 }
 
 TEST_F(PlanCommand, FilesThatCannotBeReadOrWrittenAreStatus2AndNamed) {

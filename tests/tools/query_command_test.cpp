@@ -16,8 +16,6 @@ namespace {
 using nlohmann::json;
 using ::testing::HasSubstr;
 
-const std::string kHint = " (korrin --help tells more)";
-
 class QueryCommand : public ::testing::Test {
  protected:
   QueryCommand() {

@@ -19,8 +19,6 @@ using korrin_tool::readPathFile;
 using nlohmann::json;
 using ::testing::HasSubstr;
 
-const std::string kHint = " (korrin --help tells more)";
-
 class StatsCommand : public ::testing::Test {
  protected:
   StatsCommand() {

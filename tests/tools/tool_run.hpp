@@ -24,6 +24,9 @@
 
 namespace korrin_test {
 
+// What ends every message about a wrong command line.
+inline const std::string kHint = " (korrin --help tells more)";
+
 // A new empty directory that goes with the object.
 class TemporaryDirectory {
  public:
