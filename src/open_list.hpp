@@ -4,7 +4,7 @@
 //
 //   file(node, f)    inserts right behind the hindmost entry whose present priority is below f, or
 //                    at the front when there is none
-//   takeFirst()      removes the front entry
+//   first()          is the front entry; takeFirst() removes it
 //   change(node, f)  gives an entry another priority, in its place
 //   copyTo(nodes)    tells the whole order
 //
@@ -37,6 +37,7 @@ class OpenList {
     top_.reserve(8);
     addTop(0, newBranch());
     branches_[0].insert(0, newLeaf(0), kHighest);
+    noteFrontLeaf();
   }
 
   bool empty() const { return size_ == 0; }
@@ -51,18 +52,25 @@ class OpenList {
       at = branchFor(f);
       place = branchAt(at).hindmostBelow(f, branchAt(at).count() - 1);
     }
-    const std::int32_t leafId = branchAt(at).items[slot(place)];
+    Row& branch = branchAt(at);
+    const std::int32_t leafId = branch.items[slot(place)];
+    lowerTo(branch.lows[slot(place)], f);
+    lowerTo(top_[at], f);
+    rememberLeaf(node, leafId);
     Row& leaf = leaves_[slot(leafId)];
     leaf.insert(leaf.hindmostBelow(f, leaf.count()), node, f);
-    rememberLeaf(node, leafId);
-    lowerTo(branchAt(at).lows[slot(place)], f);
-    lowerTo(top_[at], f);
+  }
+
+  // The list must not be empty.
+  std::int32_t first() const {
+    const Row& leaf = leaves_[slot(frontLeaf_)];
+    return leaf.items[slot(leaf.count() - 1)];
   }
 
   // The list must not be empty.
   std::int32_t takeFirst() {
     --size_;
-    Row& leaf = leafAt(order_.size() - 1, branchAt(order_.size() - 1).count() - 1);
+    Row& leaf = leaves_[slot(frontLeaf_)];
     const std::int32_t node = leaf.takeLast();
     if (leaf.count() == 0) removeFrontLeaf();
     return node;
@@ -79,8 +87,8 @@ class OpenList {
     float& low = branch.lows[slot(branch.placeOf(leafId))];
     float& topLow = top_[positionOfBranch_[slot(branchId)]];
     if (f <= before) {
-      lowerTo(low, f);
-      lowerTo(topLow, f);
+      low = f < low ? f : low;  // without a branch, which nobody could foresee
+      topLow = f < topLow ? f : topLow;
     } else {
       low = leaf.lowest();
       topLow = branch.lowest();
@@ -106,6 +114,7 @@ class OpenList {
 
   static std::size_t slot(int i) { return static_cast<std::size_t>(i); }
 
+  // For what is seldom lowered.
   static void lowerTo(float& low, float f) {
     if (f < low) low = f;
   }
@@ -149,9 +158,12 @@ class OpenList {
     }
 
     float lowest() const {
-      float low = kHighest;
-      for (int i = 0; i < kRowSize; ++i) low = lows[slot(i)] < low ? lows[slot(i)] : low;
-      return low;
+      Floats low{kHighest, kHighest, kHighest, kHighest};
+      for (int i = 0; i < kRowSize; i += kLanes) {
+        const auto others = load<Floats>(lows.data() + i);
+        low = choose(others < low, others, low);
+      }
+      return std::min({low[0], low[1], low[2], low[3]});
     }
 
     // There must be room.
@@ -173,10 +185,19 @@ class OpenList {
 
     // Moves the front half to the empty row `other`.
     void moveHalf(Row& other) {
-      std::swap_ranges(lows.begin() + kHalf, lows.begin() + kRowSize, other.lows.begin());
-      std::swap_ranges(items.begin() + kHalf, items.begin() + kRowSize, other.items.begin());
+      for (int i = 0; i < kHalf; i += kLanes) {
+        move(lows.data() + kHalf + i, other.lows.data() + i, Floats{} + kHighest);
+        move(items.data() + kHalf + i, other.items.data() + i, all(-1));
+      }
       setCount(kHalf);
       other.setCount(kHalf);
+    }
+
+    // Moves kLanes numbers, and leaves `instead` where they were.
+    template <typename Lanes>
+    static void move(void* from, void* to, Lanes instead) {
+      store(to, load<Lanes>(from));
+      store(from, instead);
     }
 
     // Moves kRowSize numbers one slot on.
@@ -225,6 +246,7 @@ class OpenList {
     for (int i = 0; i < kHalf; ++i) rememberLeaf(front.items[slot(i)], frontId);
     branch.lows[slot(place)] = leaf.lowest();
     branch.insert(place + 1, frontId, front.lowest());
+    noteFrontLeaf();
   }
 
   void splitBranch(std::size_t at) {
@@ -260,6 +282,12 @@ class OpenList {
       top_[order_.size()] = kHighest;
     }
     freeLeaves_.push_back(branch.takeLast());
+    noteFrontLeaf();
+  }
+
+  void noteFrontLeaf() {
+    const Row& branch = branches_[slot(order_.back())];
+    frontLeaf_ = branch.items[slot(branch.count() - 1)];
   }
 
   std::int32_t newLeaf(std::int32_t branchId) {
@@ -287,8 +315,9 @@ class OpenList {
   }
 
   std::size_t size_ = 0;
-  std::vector<Row> leaves_;    // by leaf id
-  std::vector<Row> branches_;  // by branch id
+  std::int32_t frontLeaf_ = 0;  // its id
+  std::vector<Row> leaves_;     // by leaf id
+  std::vector<Row> branches_;   // by branch id
   std::vector<std::int32_t> freeLeaves_;
   std::vector<std::int32_t> freeBranches_;
   std::vector<std::int32_t> order_;  // branch ids, from back to front

@@ -1,6 +1,5 @@
 #include "src/path_search.hpp"
 
-#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -8,19 +7,6 @@
 #include "src/cell_state.hpp"
 
 namespace Brin {
-namespace {
-
-// A mark is a cell's lowest cost so far, as the bits of a float; or kNeverSeen or kClosed, and so
-// costs that have the bits of one of these are marked with the next higher ones. Whoever compares
-// with marks looks at the node itself before anything is changed.
-std::int32_t markOf(float cost) {
-  static_assert(kNeverSeen == 0 && kClosed == 2, "both are even");
-  std::int32_t bits;
-  std::memcpy(&bits, &cost, sizeof bits);
-  return bits == kNeverSeen || bits == kClosed ? bits + 1 : bits;
-}
-
-}  // namespace
 
 PathSearch::PathSearch(OccMapPathFinder& finder)
     : finder_(finder),
@@ -29,9 +15,13 @@ PathSearch::PathSearch(OccMapPathFinder& finder)
       marks_(finder.cellStates.get()),
       cellNodes_(finder.cellNodes.get()),
       values_(reinterpret_cast<const float*>(finder.coarseMap.image->imageData)),
+      survey_(finder, values_, marks_),
+      surveyed_(-1),
+      changes_(finder.neighborDeltas.size()),
+      changesEnd_(changes_.data()),
+      parent_(-1),
       width_(finder.coarseMap.image->width),
       height_(finder.coarseMap.image->height),
-      reach_(0),
       endX_(finder.end.x),
       endY_(finder.end.y),
       nearEnough_(finder.neighborhoodType == OccMapPathFinder::Double ? 1 : 0),
@@ -39,41 +29,23 @@ PathSearch::PathSearch(OccMapPathFinder& finder)
       threshold_(finder.obstacleThreshold),
       gWeight_(1.0f - Node::hWeight),
       hWeight_(Node::hWeight) {
-  for (const Pose2Di& delta : finder.neighborDeltas) addStep(delta);
   open_.file(0, nodes_[0].f);
-}
-
-void PathSearch::addStep(const Pose2Di& delta) {
-  const float length = finder_.xDistance(delta.x, delta.y);
-  steps_.push_back(
-      {delta.x, delta.y, length, finder_.xComputeAngleCost(finder_.start.theta, delta)});
-
-  const std::int64_t dx = delta.x;
-  const std::int64_t dy = delta.y;
-  reach_ = std::max({reach_, std::abs(dx) + kLanes - 1, std::abs(dy)});
-  const bool goesOn = steps_.size() > 1 && steps_.end()[-2].dx < dx && groups_.back().dy == dy &&
-                      dx - groups_.back().dx < kLanes;
-  if (!goesOn) {
-    groups_.push_back(
-        {delta.x, delta.y, static_cast<std::ptrdiff_t>(dy * width_ + dx), Floats{}, Ints{}});
-  }
-  StepGroup& group = groups_.back();
-  group.lengths[dx - group.dx] = length;
-  group.isStep[dx - group.dx] = -1;
 }
 
 bool PathSearch::run() {
   bool found = false;
   while (!found && !open_.empty()) {
-    const bool isFirst = closedNodes_.empty();
-    const Node& current = nodes_[static_cast<std::size_t>(open_.takeFirst())];
+    const std::int32_t index = open_.takeFirst();
+    const Node& current = nodes_[static_cast<std::size_t>(index)];
+    parent_ = static_cast<std::int32_t>(closedNodes_.size());
     closedNodes_.push_back(current);
     found = isGoal(current);
-    if (found || isFirst || !isInner(current)) {
+    if (found) {
       marks_[std::ptrdiff_t{current.y} * width_ + current.x] = kClosed;
-      if (!found) expandWithCare(Node(current), isFirst);  // a copy, since `nodes_` grows
     } else {
-      expand(current.x, current.y, current.g);
+      expand(index, current);
+      surveyNext();
+      applyChanges();
     }
   }
   finish();
@@ -81,62 +53,69 @@ bool PathSearch::run() {
 }
 
 inline bool PathSearch::isGoal(const Node& node) const {
-  return std::abs(node.x - endX_) + std::abs(node.y - endY_) <= nearEnough_;
+  const std::int32_t dx = std::abs(node.x - endX_);
+  return dx <= nearEnough_ && dx + std::abs(node.y - endY_) <= nearEnough_;
 }
 
-// Whether nothing that expand looks at is off the map.
-inline bool PathSearch::isInner(const Node& node) const {
-  return node.x >= reach_ && node.y >= reach_ && node.x < width_ - reach_ &&
-         node.y < height_ - reach_;
+inline void PathSearch::expand(std::int32_t index, const Node& current) {
+  const std::int32_t x = current.x;
+  const std::int32_t y = current.y;
+  const std::ptrdiff_t cell = std::ptrdiff_t{y} * width_ + x;
+  if (surveyed_ != index) {
+    if (parent_ == 0 || !survey_.canLook(current)) {
+      marks_[cell] = kClosed;
+      expandWithCare(Node(current));  // a copy, since `nodes_` grows
+      return;
+    }
+    survey_.look(current);
+  }
+  marks_[cell] = kClosed;
+  survey_.forNews([&](const NeighborSurvey::Step& step, float g) {
+    offer(x + step.dx, y + step.dy, cell + step.offset, g);
+  });
 }
 
-void PathSearch::expandWithCare(const Node& current, bool isFirst) {
-  for (const Step& step : steps_) {
+// Where steps lead off the map, or cost a turn.
+void PathSearch::expandWithCare(const Node& current) {
+  for (const NeighborSurvey::Step& step : survey_.steps()) {
     const std::int64_t x = std::int64_t{current.x} + step.dx;
     const std::int64_t y = std::int64_t{current.y} + step.dy;
     if (x < 0 || y < 0 || x >= width_ || y >= height_) continue;
-    const float p =
-        values_[static_cast<std::ptrdiff_t>(y) * width_ + static_cast<std::ptrdiff_t>(x)];
+    const std::ptrdiff_t cell =
+        static_cast<std::ptrdiff_t>(y) * width_ + static_cast<std::ptrdiff_t>(x);
+    const float p = values_[cell];
     if (threshold_ > p) continue;
     float g = current.g + step.length * (1.0f + 2.0f * (1.0f - p));
-    if (isFirst) g += step.turnCost;
-    offer(static_cast<std::int32_t>(x), static_cast<std::int32_t>(y), g);
+    if (parent_ == 0) g += step.turnCost;
+    offer(static_cast<std::int32_t>(x), static_cast<std::int32_t>(y), cell, g);
   }
 }
 
-// The same where no step leads off the map, and none costs a turn.
-inline void PathSearch::expand(std::int32_t currentX, std::int32_t currentY, float currentG) {
-  constexpr std::size_t kGroups = 8;  // whose lanes fit the bits of a number
-  const std::ptrdiff_t cell = std::ptrdiff_t{currentY} * width_ + currentX;
-  for (std::size_t from = 0; from < groups_.size(); from += kGroups) {
-    const StepGroup* groups = groups_.data() + from;
-    const std::size_t count = std::min(kGroups, groups_.size() - from);
-    float costs[kGroups * kLanes];
-    unsigned news = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-      const StepGroup& group = groups[i];
-      const auto p = load<Floats>(values_ + cell + group.offset);
-      const auto marks = load<Ints>(marks_ + cell + group.offset);
-      const Floats g = currentG + group.lengths * (1.0f + 2.0f * (1.0f - p));
-      const Ints isLower = reinterpret_cast<Floats>(marks) > g;
-      store(costs + i * kLanes, g);
-      news |= laneBits(group.isStep & ~(threshold_ > p) & ((marks == kNeverSeen) | isLower))
-              << (i * kLanes);
-    }
-    marks_[cell] = kClosed;
-    for (; news != 0; news &= news - 1) {
-      const auto lane = static_cast<unsigned>(__builtin_ctz(news));
-      const StepGroup& group = groups[lane / kLanes];
-      const auto along = static_cast<std::int32_t>(lane % kLanes);
-      offer(currentX + group.dx + along, currentY + group.dy, costs[lane]);
+// A guess: what the open list takes in now may yet come before it.
+inline void PathSearch::surveyNext() {
+  surveyed_ = -1;
+  if (open_.empty()) return;
+  const std::int32_t next = open_.first();
+  const Node& node = nodes_[static_cast<std::size_t>(next)];
+  if (!survey_.canLook(node)) return;
+  survey_.look(node);
+  surveyed_ = next;
+}
+
+inline void PathSearch::applyChanges() {
+  const Change* const end = changesEnd_;
+  changesEnd_ = changes_.data();
+  for (const Change* change = changes_.data(); change != end; ++change) {
+    if (change->isNew) {
+      open_.file(change->index, change->f);
+    } else {
+      open_.change(change->index, change->f);
     }
   }
 }
 
-inline void PathSearch::offer(std::int32_t x, std::int32_t y, float g) {
-  const std::ptrdiff_t cell = std::ptrdiff_t{y} * width_ + x;
+inline void PathSearch::offer(std::int32_t x, std::int32_t y, std::ptrdiff_t cell, float g) {
   const std::int32_t mark = marks_[cell];
-  const auto parent = static_cast<std::int32_t>(closedNodes_.size()) - 1;
   if (mark == kNeverSeen) {
     // The rows beside it will be there when its turn comes. An address off the map does no harm: it
     // is asked for, not read. (A function of its own would seem to do nothing, and be left out.)
@@ -154,23 +133,23 @@ inline void PathSearch::offer(std::int32_t x, std::int32_t y, float g) {
     Node& node = nodes_.emplace_back();
     node.x = x;
     node.y = y;
-    node.parent = parent;
+    node.parent = parent_;
     node.f = f;
     node.g = g;
     node.h = h;
     cellNodes_[cell] = index;
     marks_[cell] = markOf(g);
-    open_.file(index, f);
+    *changesEnd_++ = {index, f, true};
   } else if (mark != kClosed) {
     const std::int32_t index = cellNodes_[cell];
     Node& node = nodes_[static_cast<std::size_t>(index)];
     if (!(node.g > g)) return;
     // A node that becomes cheaper keeps its place in the open list on purpose.
-    node.parent = parent;
+    node.parent = parent_;
     node.g = g;
     node.f = gWeight_ * g + hWeight_ * node.h;
     marks_[cell] = markOf(g);
-    open_.change(index, node.f);
+    *changesEnd_++ = {index, node.f, false};
   }
 }
 

@@ -5,9 +5,10 @@
 //
 // What a search spends its time on, and what is done about it:
 //   - the open list: OpenList keeps its order without scanning it;
-//   - neighbours to which the way at hand is no news, about four of five. The lowest cost of every
-//     cell so far is kept by cell, in the array that holds the states afterwards; comparing with
-//     it, for the neighbours of a row at once and without a branch, leaves few to look at closely.
+//   - neighbours to which the way at hand is no news: NeighborSurvey passes over them. The lowest
+//     costs that it compares with are kept in the array that holds the states afterwards;
+//   - waiting. Which node is next is nearly always known before the open list has taken in what the
+//     last one brought; so its neighbours are surveyed first, and need not wait for the list.
 //
 // The literal model is tests/models/occmap_path_finder_model.hpp; see
 // tests/occmap_path_finder_agreement_test.cpp.
@@ -17,8 +18,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "core/lanes.hpp"
 #include "korrin/occmap_path_finder.hpp"
+#include "src/neighbor_survey.hpp"
 #include "src/open_list.hpp"
 
 namespace Brin {
@@ -35,44 +36,36 @@ class PathSearch {
  private:
   using Node = OccMapPathFinder::Node;
 
-  // One way to leave a cell.
-  struct Step {
-    std::int32_t dx;
-    std::int32_t dy;
-    float length;    // metres
-    float turnCost;  // when it is the first step
+  // What the open list has not taken in yet.
+  struct Change {
+    std::int32_t index;
+    float f;
+    bool isNew;
   };
 
-  // Steps that follow each other in the table and lead to cells of one row, at most kLanes apart.
-  struct StepGroup {
-    std::int32_t dx;  // of the first one
-    std::int32_t dy;
-    std::ptrdiff_t offset;  // from cell to cell
-    Floats lengths;         // metres
-    Ints isStep;            // -1 where there is a step, else 0
-  };
-
-  void addStep(const Pose2Di& delta);
   bool isGoal(const Node& node) const;
-  bool isInner(const Node& node) const;
-  void expand(std::int32_t currentX, std::int32_t currentY, float currentG);
-  void expandWithCare(const Node& current, bool isFirst);
-  void offer(std::int32_t x, std::int32_t y, float g);
+  void expand(std::int32_t index, const Node& current);
+  void expandWithCare(const Node& current);
+  void surveyNext();
+  void applyChanges();
+  void offer(std::int32_t x, std::int32_t y, std::ptrdiff_t cell, float g);
   float distanceToEnd(std::int32_t x, std::int32_t y) const;
   void finish();
 
   OccMapPathFinder& finder_;
-  OpenList open_;
-  std::vector<Step> steps_;
-  std::vector<StepGroup> groups_;  // the same steps
   std::vector<Node>& nodes_;
   std::vector<Node>& closedNodes_;
   std::int32_t* marks_;      // by cell; what `cellStates` holds until the search is over
   std::int32_t* cellNodes_;  // by cell
   const float* values_;      // by cell
+  OpenList open_;
+  NeighborSurvey survey_;
+  std::int32_t surveyed_;        // the node that the survey is about, or -1
+  std::vector<Change> changes_;  // room for those of one expansion
+  Change* changesEnd_;
+  std::int32_t parent_;  // the place in `closedNodes_` of the node being expanded
   std::int32_t width_;
   std::int32_t height_;
-  std::int64_t reach_;  // the longest step along an axis, and the lanes of a group
   std::int32_t endX_;
   std::int32_t endY_;
   std::int32_t nearEnough_;  // to the end, in steps along the axes

@@ -35,6 +35,7 @@ class LiteralList {
       if (entry.node == node) entry.f = f;
     }
   }
+  std::int32_t first() const { return entries_.front().node; }
   float priorityOf(std::int32_t node) const {
     for (const Entry& entry : entries_) {
       if (entry.node == node) return entry.f;
@@ -148,6 +149,9 @@ class Operations {
         return ::testing::AssertionFailure() << "another first entry after operation " << i;
       }
       if (list_.empty() != (literal_.size() == 0)) return ::testing::AssertionFailure() << "empty";
+      if (!list_.empty() && list_.first() != literal_.first()) {
+        return ::testing::AssertionFailure() << "another entry in front after operation " << i;
+      }
       if (i % 50 == 0 && orderOf(list_) != literal_.order()) {
         return ::testing::AssertionFailure() << "another order after operation " << i;
       }
