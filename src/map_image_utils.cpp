@@ -14,8 +14,8 @@
 #include <utility>
 
 #include "core/image_ptr.hpp"
-#include "core/lanes.hpp"
 #include "korrin/core/log.hpp"
+#include "src/cell_scaling.hpp"
 #include "src/coarser_map.hpp"
 
 namespace Brin {
@@ -112,20 +112,9 @@ std::optional<ByteLine> lineOfTable(const ByteTable& table, float factor) {
   return std::nullopt;
 }
 
-// Scales a cell, or four at once, and limits it to [0, 1]; not-a-number becomes 0.
-template <typename Number>
-Number scaledCell(Number p, float factor) {
-  return limitOrLow((p - kUnknown) * factor + kUnknown, 0.0f, 1.0f);
-}
-
 void scaleCells(IplImage& image, float factor) {
   for (int y = 0; y < image.height; ++y) {
-    float* row = imageRow<float>(image, y);
-    int x = 0;
-    for (; x + kLanes <= image.width; x += kLanes) {
-      store(row + x, scaledCell(load<Floats>(row + x), factor));
-    }
-    for (; x < image.width; ++x) row[x] = scaledCell(row[x], factor);
+    scaleRow(imageRow<float>(image, y), image.width, factor);
   }
 }
 

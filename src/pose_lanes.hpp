@@ -20,6 +20,7 @@
 #include <vector>
 
 #include "src/distance_square.hpp"
+#include "src/processor.hpp"
 
 namespace Brin {
 
@@ -200,9 +201,8 @@ __attribute__((target("avx2"))) void addUpAvx2(const AddendTable& table, const L
 template <Points kPoints>
 void addUp(const AddendTable& table, const LanePoints& points, float inv, PoseLanes& lanes) {
 #ifdef __SSE2__
-  static const bool hasAvx2 = __builtin_cpu_supports("avx2") != 0;
-  hasAvx2 ? addUpAvx2<kPoints>(table, points, inv, lanes)
-          : addUpSse2<kPoints>(table, points, inv, lanes);
+  hasAvx2() ? addUpAvx2<kPoints>(table, points, inv, lanes)
+            : addUpSse2<kPoints>(table, points, inv, lanes);
 #else
   addUpPlain<kPoints>(table, points, inv, lanes);
 #endif
