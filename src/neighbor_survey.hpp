@@ -50,9 +50,14 @@ class NeighborSurvey {
       : values_(values),
         marks_(marks),
         width_(finder.coarseMap.image->width),
-        height_(finder.coarseMap.image->height),
         threshold_(finder.obstacleThreshold) {
-    for (const Pose2Di& delta : finder.neighborDeltas) addStep(finder, delta);
+    std::int64_t reach = 0;
+    for (const Pose2Di& delta : finder.neighborDeltas)
+      reach = std::max(reach, addStep(finder, delta));
+    const std::int64_t height = finder.coarseMap.image->height;
+    innerWidth_ = static_cast<std::uint32_t>(std::max<std::int64_t>(width_ - 2 * reach, 0));
+    innerHeight_ = static_cast<std::uint32_t>(std::max<std::int64_t>(height - 2 * reach, 0));
+    if (innerWidth_ > 0) innerFrom_ = static_cast<std::int32_t>(reach);
   }
 
   // In the order of the table.
@@ -60,8 +65,8 @@ class NeighborSurvey {
 
   // Whether nothing that look() reads is off the map.
   bool canLook(const Node& node) const {
-    return node.x >= reach_ && node.y >= reach_ && node.x < width_ - reach_ &&
-           node.y < height_ - reach_;
+    return static_cast<std::uint32_t>(node.x - innerFrom_) < innerWidth_ &&
+           static_cast<std::uint32_t>(node.y - innerFrom_) < innerHeight_;
   }
 
   void look(const Node& node) {
@@ -112,7 +117,8 @@ class NeighborSurvey {
     Step steps[kGroups * kLanes] = {};
   };
 
-  void addStep(const OccMapPathFinder& finder, const Pose2Di& delta) {
+  // Returns how far its group reaches along an axis.
+  std::int64_t addStep(const OccMapPathFinder& finder, const Pose2Di& delta) {
     const std::int64_t dx = delta.x;
     const std::int64_t dy = delta.y;
     const Step step{delta.x, delta.y, static_cast<std::ptrdiff_t>(dy * width_ + dx),
@@ -131,7 +137,7 @@ class NeighborSurvey {
     group.isStep[lane] = -1;
     block.steps[(block.count - 1) * kLanes + lane] = step;
     steps_.push_back(step);
-    reach_ = std::max({reach_, std::abs(dx) + kLanes - 1, std::abs(dy)});
+    return std::max(std::abs(dx) + kLanes - 1, std::abs(dy));
   }
 
   void addGroup(std::ptrdiff_t offset) {
@@ -143,9 +149,10 @@ class NeighborSurvey {
   const float* values_;
   const std::int32_t* marks_;
   std::int32_t width_;
-  std::int32_t height_;
   float threshold_;
-  std::int64_t reach_ = 0;    // the longest step along an axis, and the lanes of a group
+  std::int32_t innerFrom_ = 0;  // the first column, and row, of the cells that look() may look at
+  std::uint32_t innerWidth_ = 0;
+  std::uint32_t innerHeight_ = 0;
   std::int64_t firstDx_ = 0;  // of the last group
   std::vector<Block> blocks_;
   std::vector<Step> steps_;

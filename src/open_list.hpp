@@ -45,20 +45,25 @@ class OpenList {
   // `node` is an index, not negative, that is not in the list.
   void file(std::int32_t node, float f) {
     ++size_;
-    std::size_t at = branchFor(f);
-    int place = branchAt(at).hindmostBelow(f, branchAt(at).count() - 1);
-    while (leafAt(at, place).count() == kRowSize) {
+    // Taking does not raise what is remembered as lowest. So in the front branch and leaf, and only
+    // there, nothing may be found to be as low as it seemed.
+    for (;;) {
+      const std::size_t at = branchWithLower(f);
+      if (at == order_.size()) return fileInFront(node, f);
+      const Row& branch = branchAt(at);
+      const unsigned lowerLeaves = branch.bitsLower(f);
+      if (lowerLeaves == 0) return fileInFront(node, f);
+      const int place = __builtin_ctz(lowerLeaves);
+      const std::int32_t leafId = branch.items[slot(place)];
+      Row& leaf = leaves_[slot(leafId)];
+      const unsigned lowerNodes = leaf.bitsLower(f);
+      if (lowerNodes == 0) return fileInFront(node, f);
+      if (leaf.count() < kRowSize) {
+        rememberLeaf(node, leafId);
+        return leaf.insert(__builtin_ctz(lowerNodes), node, f);
+      }
       splitLeaf(at, place);
-      at = branchFor(f);
-      place = branchAt(at).hindmostBelow(f, branchAt(at).count() - 1);
     }
-    Row& branch = branchAt(at);
-    const std::int32_t leafId = branch.items[slot(place)];
-    lowerTo(branch.lows[slot(place)], f);
-    lowerTo(top_[at], f);
-    rememberLeaf(node, leafId);
-    Row& leaf = leaves_[slot(leafId)];
-    leaf.insert(leaf.hindmostBelow(f, leaf.count()), node, f);
   }
 
   // The list must not be empty.
@@ -87,8 +92,8 @@ class OpenList {
     float& low = branch.lows[slot(branch.placeOf(leafId))];
     float& topLow = top_[positionOfBranch_[slot(branchId)]];
     if (f <= before) {
-      low = f < low ? f : low;  // without a branch, which nobody could foresee
-      topLow = f < topLow ? f : topLow;
+      lowerTo(low, f);
+      lowerTo(topLow, f);
     } else {
       low = leaf.lowest();
       topLow = branch.lowest();
@@ -114,10 +119,8 @@ class OpenList {
 
   static std::size_t slot(int i) { return static_cast<std::size_t>(i); }
 
-  // For what is seldom lowered.
-  static void lowerTo(float& low, float f) {
-    if (f < low) low = f;
-  }
+  // Without a branch, which nobody could foresee.
+  static void lowerTo(float& low, float f) { low = f < low ? f : low; }
 
   // One bit for each of kRowSize numbers, set where it is below `f`.
   static unsigned bitsBelow(const float* numbers, float f) {
@@ -144,10 +147,8 @@ class OpenList {
     int count() const { return items.back(); }
     void setCount(int count) { items.back() = count; }
 
-    // The place of the hindmost item below `f`, or else `otherwise`, which is not lower.
-    int hindmostBelow(float f, int otherwise) const {
-      return __builtin_ctz(bitsBelow(lows.data(), f) | 1u << otherwise);
-    }
+    // One bit for each item, set where it is below `f`.
+    unsigned bitsLower(float f) const { return bitsBelow(lows.data(), f); }
 
     // The place of an item, which must be there.
     int placeOf(std::int32_t item) const {
@@ -212,16 +213,28 @@ class OpenList {
   Row& branchAt(std::size_t at) { return branches_[slot(order_[at])]; }
   Row& leafAt(std::size_t at, int place) { return leaves_[slot(branchAt(at).items[slot(place)])]; }
 
-  // The branch of the hindmost entry below `f`; the front one when there is none.
-  std::size_t branchFor(float f) const {
-    std::size_t from = 0;
-    unsigned bits = bitsBelow(top_.data(), f);
-    while (bits == 0 && from + kRowSize < order_.size()) {
-      from += kRowSize;
-      bits = bitsBelow(top_.data() + from, f);
+  // The place of the hindmost branch that seems to have an entry below `f`, or the end.
+  std::size_t branchWithLower(float f) const {
+    for (std::size_t at = 0; at < order_.size(); at += kRowSize) {
+      const unsigned bits = bitsBelow(top_.data() + at, f);
+      if (bits != 0) return at + slot(__builtin_ctz(bits));
     }
-    const std::size_t front = order_.size() - 1;
-    return bits == 0 ? front : from + slot(__builtin_ctz(bits));
+    return order_.size();
+  }
+
+  // As the front entry.
+  void fileInFront(std::int32_t node, float f) {
+    if (leaves_[slot(frontLeaf_)].count() == kRowSize) {
+      const std::size_t at = order_.size() - 1;
+      splitLeaf(at, branchAt(at).count() - 1);
+    }
+    const std::size_t at = order_.size() - 1;
+    Row& branch = branchAt(at);
+    Row& leaf = leaves_[slot(frontLeaf_)];
+    rememberLeaf(node, frontLeaf_);
+    leaf.insert(leaf.count(), node, f);
+    lowerTo(branch.lows[slot(branch.count() - 1)], f);
+    lowerTo(top_[at], f);
   }
 
   void rememberLeaf(std::int32_t node, std::int32_t leafId) {

@@ -155,14 +155,14 @@ inline void PathSearch::offer(std::int32_t x, std::int32_t y, std::ptrdiff_t cel
 
 // As OccMapPathFinder::xDistance computes it, which takes the root as a double. Rounded to a float
 // that is the float's own root, since a double has more than twice a float's digits and two to
-// spare; and up to 2^24 every sum of squares is a float.
+// spare; and below 2^24 every sum of squares is a float.
 inline float PathSearch::distanceToEnd(std::int32_t x, std::int32_t y) const {
-  const std::int64_t dx = endX_ - x;
-  const std::int64_t dy = endY_ - y;
-  const std::int64_t square = dx * dx + dy * dy;
-  if (square <= 1 << 24) return std::sqrt(static_cast<float>(square)) * resolution_;
-  const auto farX = static_cast<double>(dx);
-  const auto farY = static_cast<double>(dy);
+  const auto dx = static_cast<float>(endX_ - x);
+  const auto dy = static_cast<float>(endY_ - y);
+  const float square = dx * dx + dy * dy;
+  if (square < 1 << 24) return std::sqrt(square) * resolution_;
+  const auto farX = static_cast<double>(endX_ - x);
+  const auto farY = static_cast<double>(endY_ - y);
   return static_cast<float>(std::sqrt(farX * farX + farY * farY)) * resolution_;
 }
 

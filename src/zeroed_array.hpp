@@ -29,15 +29,18 @@ ZeroedArray<Number> makeZeroedArray(std::int64_t count) {
   if (count > std::numeric_limits<std::int32_t>::max()) throw std::bad_alloc();
   // Never 0 bytes, for which null would be a success.
   const auto entries = static_cast<std::size_t>(std::max<std::int64_t>(count, 1));
-  if (entries > std::numeric_limits<std::size_t>::max() / sizeof(Number)) throw std::bad_alloc();
-  const std::size_t bytes = entries * sizeof(Number);
+  constexpr std::size_t kMost = std::numeric_limits<std::size_t>::max() - kHugePage;
+  if (entries > kMost / sizeof(Number)) throw std::bad_alloc();
+  std::size_t bytes = entries * sizeof(Number);
+  if (bytes >= kHugePage) bytes = (bytes + kHugePage - 1) / kHugePage * kHugePage;
   const bool isMapped = bytes >= kLeastMapped;
   void* memory =
       isMapped ? mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)
                : std::calloc(entries, sizeof(Number));
   if (memory == nullptr || memory == MAP_FAILED) throw std::bad_alloc();
   // Fewer page faults, and fewer addresses to look up: a search goes to and fro between rows that
-  // lie on pages of their own. A wish only, and for no more than speed.
+  // lie on pages of their own. The last one is rounded up, or it would be made of small ones. A
+  // wish only, and for no more than speed.
   if (bytes >= kHugePage) madvise(memory, bytes, MADV_HUGEPAGE);
   return {static_cast<Number*>(memory), OccMapPathFinder::FreeMemory{isMapped ? bytes : 0}};
 }
