@@ -53,6 +53,8 @@ def run(program, names, repetitions, min_time):
         subprocess.run(
             [program, f"--benchmark_filter={pattern}", f"--benchmark_repetitions={repetitions}",
              f"--benchmark_min_time={min_time}", "--benchmark_report_aggregates_only=true",
+             # A machine is not always as fast; so what is compared takes turns.
+             "--benchmark_enable_random_interleaving=true",
              f"--benchmark_out={out}", "--benchmark_out_format=json"],
             check=True, stdout=sys.stderr)
         report = json.loads(pathlib.Path(out).read_text())
