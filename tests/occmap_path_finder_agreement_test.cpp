@@ -169,6 +169,30 @@ TEST(PathFinderAgreement, acrossAnOfficeFloor) {
   }
 }
 
+// Beyond 4096 cells the square of the distance need not be a float.
+TEST(PathFinderAgreement, alongACorridorOfThousandsOfCells) {
+  constexpr int kLength = 9000;
+  constexpr int kRows = 40;
+  RandomInputs random(25);
+  OccupancyMap map(kLength, kRows, 0.05f, false);
+  for (int y = 0; y < kRows; ++y) {
+    for (int x = 0; x < kLength; ++x) {
+      map.setCell(x, y, random.chance(0.05) ? 0.0f : random.pick<float>({0.5f, 0.9f, 1.0f}));
+    }
+  }
+  const Pose2Di from = korrin_test::nearestFreeCell(map, 3, 3);
+  const Pose2Di to = korrin_test::nearestFreeCell(map, kLength - 4, kRows - 4);
+  PathFinderModel model;
+  model.countsEvents = false;
+  model.coarseMap = map;
+  OccMapPathFinder finder(&map, 0.0f);
+  std::vector<Pose2Di> path;
+  finder.computePath(from, to, path);
+  EXPECT_TRUE(sameBits(path, model.search(from, to)));
+  EXPECT_TRUE(sameSearch(finder, model));
+  EXPECT_FALSE(path.empty());
+}
+
 TEST(PathFinderAgreement, onRandomRequestsBetweenPoses) {
   RandomInputs random(22);
   LogCapture log;
