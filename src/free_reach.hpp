@@ -184,7 +184,8 @@ class FreeReach {
   Plane planes_[kOctants];
 };
 
-// A walk along a line by leaps over free cells.
+// A walk along a line by leaps over free cells. Nothing is set before aim: walks are made by the
+// batch.
 class ReachWalk {
  public:
   void aim(const FreeReach& reach, const InsideLine& line) {
@@ -215,12 +216,12 @@ class ReachWalk {
   std::int64_t step() const { return std::min(step_, length_); }
 
  private:
-  const std::uint8_t* start_ = nullptr;
-  std::ptrdiff_t rowStep_ = 0;
-  std::int64_t position_ = 0;
-  std::int64_t slope_ = 0;
-  std::int64_t length_ = 0;
-  std::int64_t step_ = 0;
+  const std::uint8_t* start_;
+  std::ptrdiff_t rowStep_;
+  std::int64_t position_;
+  std::int64_t slope_;
+  std::int64_t length_;
+  std::int64_t step_;
 };
 
 }  // namespace Brin

@@ -6,7 +6,9 @@ from collections import Counter
 from .trial import KILLED, NO_BUILD, SAME_CODE, SURVIVED
 
 
-def progress(results):
+def progress(results, newest):
+    if newest.verdict == SURVIVED:
+        print("\nnot noticed: " + newest.mutant.as_diff())
     done = [result for result in results if result]
     counts = Counter(result.verdict for result in done)
     print(f"{len(done)} of {len(results)} mutants: {counts[KILLED]} killed, "

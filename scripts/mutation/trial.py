@@ -153,7 +153,7 @@ def run(root, chosen, jobs, progress):
             except queue.Empty:
                 return
             results[i] = place.try_out(mutant)
-            progress(results)
+            progress(results, results[i])
 
     threads = [threading.Thread(target=work, args=(place,)) for place in places]
     for thread in threads:
