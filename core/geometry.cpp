@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "core/norm.hpp"
+
 namespace Brin {
 
 Pose2D Pose2D::absProject(const Pose2D& rel) const {
@@ -23,11 +25,7 @@ float canonicalAngle(float angle) {
   return wrapped == -kPi ? kPi : wrapped;
 }
 
-float computeNorm(int x, int y) {
-  const double dx = x;
-  const double dy = y;
-  return static_cast<float>(std::sqrt(dx * dx + dy * dy));
-}
+float computeNorm(int x, int y) { return normOf(x, y); }
 
 float computeNorm(const Point2D& point) { return std::sqrt(point.x * point.x + point.y * point.y); }
 

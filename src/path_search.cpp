@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "core/norm.hpp"
 #include "src/cell_state.hpp"
 
 namespace Brin {
@@ -161,9 +162,7 @@ inline float PathSearch::distanceToEnd(std::int32_t x, std::int32_t y) const {
   const auto dy = static_cast<float>(endY_ - y);
   const float square = dx * dx + dy * dy;
   if (square < 1 << 24) return std::sqrt(square) * resolution_;
-  const auto farX = static_cast<double>(endX_ - x);
-  const auto farY = static_cast<double>(endY_ - y);
-  return static_cast<float>(std::sqrt(farX * farX + farY * farY)) * resolution_;
+  return normOf(endX_ - x, endY_ - y) * resolution_;
 }
 
 void PathSearch::finish() {

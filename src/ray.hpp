@@ -12,6 +12,7 @@
 #include <cstdint>
 
 #include "core/image_ptr.hpp"
+#include "core/norm.hpp"
 #include "korrin/core/geometry.hpp"
 #include "korrin/core/occupancy_map.hpp"
 #include "korrin/core/scan.hpp"
@@ -89,7 +90,7 @@ class RayRules {
   // The end of a ray that comes to the cell (x, y), and is stopped by it or has no farther to go.
   RayEnd endAt(const Ray& ray, std::int32_t x, std::int32_t y, bool isStopped) const {
     const bool isHit = isStopped || (testsEnd_ && rect().contains(x, y) && stopsAt(x, y));
-    return {computeNorm(x - ray.from.x, y - ray.from.y) * resolution_, isHit};
+    return {normOf(x - ray.from.x, y - ray.from.y) * resolution_, isHit};
   }
 
   // Casts any ray at all, cell by cell. A start outside the map gives 0 and no hit. Out of line, to
