@@ -97,22 +97,31 @@ void countIterations(benchmark::State& state, std::int64_t perPlan) {
       benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
+// Searches for all requests with `search`, which returns how many nodes it has expanded.
+template <typename Search>
+void searchForAll(benchmark::State& state, Search search) {
+  std::int64_t nodes = 0;
+  for (auto _ : state) {
+    nodes = 0;
+    for (const auto& [from, to] : requestsOn(state.range(0))) nodes += search(from, to);
+  }
+  countIterations(state, nodes);
+}
+
 void searchWithLibrary(benchmark::State& state) {
   const OccupancyMap& map = floorOfSide(state.range(0));
   if (isMissing(state, map)) return;
   Brin::OccMapPathFinder finder(&map, 0.0f);
   std::vector<Pose2Di> path;
-  std::int64_t nodes = 0;
   // Once in advance, which makes the coarse map and the room that finders keep for later requests.
   for (const auto& [from, to] : requestsOn(state.range(0))) {
     finder.computePath(from, to, path);
     if (path.empty()) state.SkipWithError("no path");
-    nodes += finder.getNumIterations();
   }
-  for (auto _ : state) {
-    for (const auto& [from, to] : requestsOn(state.range(0))) finder.xDoComputePath(from, to, path);
-  }
-  countIterations(state, nodes);
+  searchForAll(state, [&](const Pose2Di& from, const Pose2Di& to) {
+    finder.xDoComputePath(from, to, path);
+    return finder.getNumIterations();
+  });
 }
 
 void searchWithModel(benchmark::State& state) {
@@ -121,30 +130,20 @@ void searchWithModel(benchmark::State& state) {
   korrin_model::PathFinderModel model;
   model.countsEvents = false;
   model.coarseMap = map;
-  std::int64_t nodes = 0;
-  for (auto _ : state) {
-    nodes = 0;
-    for (const auto& [from, to] : requestsOn(state.range(0))) {
-      benchmark::DoNotOptimize(model.search(from, to));
-      nodes += model.numIterations;
-    }
-  }
-  countIterations(state, nodes);
+  searchForAll(state, [&](const Pose2Di& from, const Pose2Di& to) {
+    benchmark::DoNotOptimize(model.search(from, to));
+    return model.numIterations;
+  });
 }
 
 void searchWithHeap(benchmark::State& state) {
   const OccupancyMap& map = floorOfSide(state.range(0));
   if (isMissing(state, map)) return;
   korrin_bench::HeapAStar heap(map);
-  std::int64_t nodes = 0;
-  for (auto _ : state) {
-    nodes = 0;
-    for (const auto& [from, to] : requestsOn(state.range(0))) {
-      benchmark::DoNotOptimize(heap.plan(from, to));
-      nodes += heap.iterations;
-    }
-  }
-  countIterations(state, nodes);
+  searchForAll(state, [&](const Pose2Di& from, const Pose2Di& to) {
+    benchmark::DoNotOptimize(heap.plan(from, to));
+    return heap.iterations;
+  });
 }
 
 void floors(benchmark::internal::Benchmark* b) {

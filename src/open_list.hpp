@@ -216,7 +216,6 @@ class OpenList {
   };
 
   Row& branchAt(std::size_t at) { return branches_[slot(order_[at])]; }
-  Row& leafAt(std::size_t at, int place) { return leaves_[slot(branchAt(at).items[slot(place)])]; }
 
   // Makes the hindmost branch that seems to have an entry below `f` the guess; false when there is
   // none. The branch of one entry is that of the next one nine times in ten, unless something lower

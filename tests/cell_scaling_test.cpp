@@ -7,6 +7,7 @@
 #include <limits>
 #include <vector>
 
+#include "src/processor.hpp"
 #include "support/bits.hpp"
 #include "support/random_inputs.hpp"
 
@@ -24,7 +25,7 @@ struct Variant {
 std::vector<Variant> variants() {
   std::vector<Variant> all{{"chosen", Brin::scaleRow}, {"plain", Brin::scaleRowPlain}};
 #ifdef __SSE2__
-  if (__builtin_cpu_supports("avx2") != 0) all.push_back({"AVX2", Brin::scaleRowAvx2});
+  if (Brin::hasAvx2()) all.push_back({"AVX2", Brin::scaleRowAvx2});
 #endif
   return all;
 }

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <vector>
 
+#include "src/processor.hpp"
 #include "support/bits.hpp"
 #include "support/random_inputs.hpp"
 
@@ -31,7 +32,7 @@ std::vector<Variant> variants() {
   std::vector<Variant> all{{"chosen", Brin::addUp<Points::ToTurn>, Brin::addUp<Points::Turned>}};
 #ifdef __SSE2__
   all.push_back({"SSE2", Brin::addUpSse2<Points::ToTurn>, Brin::addUpSse2<Points::Turned>});
-  if (__builtin_cpu_supports("avx2") != 0) {
+  if (Brin::hasAvx2()) {
     all.push_back({"AVX2", Brin::addUpAvx2<Points::ToTurn>, Brin::addUpAvx2<Points::Turned>});
   }
 #endif
