@@ -3,6 +3,7 @@
 #include <opencv2/core/core_c.h>
 
 #include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 #include "core/grid_frame.hpp"
@@ -125,6 +126,11 @@ void OccupancyMap::reset(float value) {
   if (image == nullptr) return;
   requireKind(image, IPL_DEPTH_32F, 1, "OccupancyMap::reset");
   fill(*image, value);
+}
+
+void OccupancyMap::refuseImage() const {
+  requireKind(image, IPL_DEPTH_32F, 1, "OccupancyMap");
+  throw std::logic_error("asked to refuse an image that holds cells");
 }
 
 void OccupancyMap::toCharIplImage(IplImage** out) const {

@@ -38,6 +38,13 @@ float priority(float g, float h) {
   return (1.0f - OccMapPathFinder::Node::hWeight) * g + OccMapPathFinder::Node::hWeight * h;
 }
 
+// Raises OpenCV's error for a coarse map, put in from outside, that is not of one float channel.
+// One without an image has no cells.
+void requireCells(const OccMapPathFinder& finder, const char* function) {
+  const IplImage* image = finder.coarseMap.image;
+  if (image != nullptr) requireKind(image, IPL_DEPTH_32F, 1, function);
+}
+
 bool isFree(const OccMapPathFinder& finder, const Pose2Di& cell) {
   // Only a threshold above the value blocks: a value that is not a number does not.
   return finder.coarseMap.isInside(cell.x, cell.y) &&
@@ -101,8 +108,8 @@ void tryNeighbor(OccMapPathFinder& finder, const OccMapPathFinder::Node& current
   const IplImage& image = *finder.coarseMap.image;
   if (x < 0 || y < 0 || x >= image.width || y >= image.height) return;
   const Pose2Di cell(static_cast<std::int32_t>(x), static_cast<std::int32_t>(y), 0.0f);
-  if (!isFree(finder, cell)) return;
-  const float p = finder.coarseMap.getCell(cell.x, cell.y);
+  const float p = imageRow<float>(image, cell.y)[cell.x];
+  if (finder.obstacleThreshold > p) return;
   float g = current.g + finder.xDistance(delta.x, delta.y) * (1.0f + 2.0f * (1.0f - p));
   if (isFirst) g += finder.xComputeAngleCost(finder.start.theta, delta);
   const float h = finder.xDistance(finder.end.x - cell.x, finder.end.y - cell.y);
@@ -199,6 +206,7 @@ void OccMapPathFinder::computePath(const Pose2D& startPose, const Pose2D& endPos
 
 void OccMapPathFinder::xDoComputePath(const Pose2Di& startCell, const Pose2Di& endCell,
                                       std::vector<Pose2Di>& path) {
+  requireCells(*this, "xDoComputePath");
   const Pose2Di from = startCell;
   const Pose2Di to = endCell;
   path.clear();
@@ -228,6 +236,7 @@ void OccMapPathFinder::xDoComputePath(const Pose2Di& startCell, const Pose2Di& e
 }
 
 bool OccMapPathFinder::xFindPath() {
+  requireCells(*this, "xFindPath");
   const bool arraysFit = coarseMap.image != nullptr && coarseMap.image->width == arrayWidth_ &&
                          coarseMap.image->height == arrayHeight_;
   if (!arraysFit) return false;

@@ -13,6 +13,7 @@
 #include "korrin/core/log.hpp"
 #include "korrin/range_simulation.hpp"
 #include "src/cell_line.hpp"
+#include "src/map_cells.hpp"
 
 namespace Brin {
 namespace {
@@ -51,11 +52,11 @@ class InsideCells {
 // The cells of a walk that goes anywhere.
 class AllCells {
  public:
-  explicit AllCells(const OccupancyMap& map) : map_(&map) {}
-  float operator()(int x, int y) const { return map_->getCell(x, y); }
+  explicit AllCells(const OccupancyMap& map) : image_(map.image) {}
+  float operator()(int x, int y) const { return cellOrOutside(*image_, x, y); }
 
  private:
-  const OccupancyMap* map_;
+  const IplImage* image_;
 };
 
 // A walk along a line, both ends included, to the first cell that a condition accepts.
@@ -80,7 +81,7 @@ class Walk {
     isOver_ = true;
     // The line has come to the end cell or to the first cell outside.
     const Pose2Di last = map_->isInside(end_.x, end_.y) ? end_ : currentCell(line_);
-    return accepts_(map_->getCell(last.x, last.y)) && stopAt(last);
+    return accepts_(cellOrOutside(*map_->image, last.x, last.y)) && stopAt(last);
   }
 
   // Whether a cell has been accepted or all have been looked at.

@@ -9,6 +9,7 @@
 #include "korrin/core/log.hpp"
 #include "src/cell_line.hpp"
 #include "src/inside_line.hpp"
+#include "src/map_cells.hpp"
 
 namespace Brin {
 namespace {
@@ -99,8 +100,8 @@ class SegmentSum {
 // within +-2^28, so differences fit an int, and products of two of them 64 bits.
 class Segment {
  public:
-  Segment(const OccupancyMap& map, Point2Di p, Point2Di q, bool isLast)
-      : map_(map), p_(p), q_(q), isLast_(isLast) {
+  Segment(const OccupancyMap& map, const MapCells& cells, Point2Di p, Point2Di q, bool isLast)
+      : map_(map), cells_(cells), p_(p), q_(q), isLast_(isLast) {
     const std::int64_t dx = std::abs(q_.x - p_.x);
     const std::int64_t dy = std::abs(q_.y - p_.y);
     majorLength_ = std::max(dx, dy);
@@ -144,7 +145,7 @@ class Segment {
     SegmentSum sum;
     const std::int64_t walked = std::min(count, majorLength_);
     if (walked == 1) {  // as nearly always on a planned path, and there is no line to set up
-      sum.addValue(map_.getCell(p_.x, p_.y));
+      sum.addValue(cells_(p_.x, p_.y));
     } else if (walked == majorLength_ && staysInside()) {
       InsideLine line;
       line.aim(*map_.image, p_, q_);
@@ -152,7 +153,7 @@ class Segment {
     } else {
       addLine(walked, sum);
     }
-    if (count > majorLength_) sum.addValue(map_.getCell(q_.x, q_.y));
+    if (count > majorLength_) sum.addValue(cells_(q_.x, q_.y));
     return sum.stats(lengthAt(count - 1));
   }
 
@@ -169,7 +170,7 @@ class Segment {
         std::min(count - before, static_cast<std::int64_t>(line.remaining()));
     sum.addOutside(before);
     for (std::int64_t i = 0; i < inside; ++i, line.next()) {
-      sum.addValue(map_.getCell(line.x(), line.y()));
+      sum.addValue(cells_(line.x(), line.y()));
     }
     sum.addOutside(count - before - inside);
   }
@@ -180,6 +181,7 @@ class Segment {
   }
 
   const OccupancyMap& map_;
+  MapCells cells_;
   Point2Di p_;
   Point2Di q_;
   bool isLast_;
@@ -198,10 +200,10 @@ PathCostStats merge(const PathCostStats& a, const PathCostStats& b) {
   return merged;
 }
 
-PathCostStats statsOfOnePose(const OccupancyMap& map, const Pose2D& pose) {
+PathCostStats statsOfOnePose(const OccupancyMap& map, const MapCells& cells, const Pose2D& pose) {
   const Pose2Di cell = map.getPixelFromPose(pose);
   PathCostStats stats;
-  stats.minCost = stats.maxCost = stats.avgCost = map.getCell(cell.x, cell.y);
+  stats.minCost = stats.maxCost = stats.avgCost = cells(cell.x, cell.y);
   return stats;
 }
 
@@ -217,13 +219,14 @@ PathCostStats mergePathCostStats(const PathCostStats& a, const PathCostStats& b)
 
 PathCostStats computePathCostStat(const OccupancyMap& map, const std::vector<Pose2D>& path,
                                   const float* maxLength) {
+  const MapCells cells(map, "computePathCostStat");
   if (path.empty()) {
     logInfo("Empty path, no stats.", 117);
     return {};
   }
   if (path.size() == 1) {
     logInfo("Path with one cell, stats won't be reliable.", 122);
-    return statsOfOnePose(map, path.front());
+    return statsOfOnePose(map, cells, path.front());
   }
   PathCostStats total;
   float travelled = 0.0f;
@@ -232,7 +235,7 @@ PathCostStats computePathCostStat(const OccupancyMap& map, const std::vector<Pos
   for (std::size_t i = 0; i + 1 < path.size(); ++i) {
     const Point2Di here = next;
     next = frame.cellOf(path[i + 1]);
-    const Segment segment(map, here, next, i + 2 == path.size());
+    const Segment segment(map, cells, here, next, i + 2 == path.size());
     std::int64_t count = segment.cellCount();
     if (maxLength != nullptr) {
       const float remaining = *maxLength - travelled;

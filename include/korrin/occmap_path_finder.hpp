@@ -191,7 +191,9 @@ class KORRIN_EXPORT OccMapPathFinder {
 
   // The steps of a request, for those who look inside.
 
-  // Searches `coarseMap` as it is, from cell to cell; results and records as for computePath.
+  // Searches `coarseMap` as it is, from cell to cell; results and records as for computePath. A
+  // coarse map put in from outside whose image is not of one float channel, or has no pixels, is
+  // OpenCV's error here and for the search loop below, before anything is touched.
   void xDoComputePath(const Pose2Di& startCell, const Pose2Di& endCell, std::vector<Pose2Di>& path);
 
   // Expands nodes until the goal is taken (true) or none is open (false). False, with nothing

@@ -51,8 +51,9 @@ KORRIN_EXPORT PathCostStats mergePathCostStats(const PathCostStats& a, const Pat
 // 0.000001. A limit that is not a number is none.
 //
 // A cell outside the map counts -1, and so does a pose that is no number; a map without an image
-// is all outside. A value that is not a number makes the mean not-a-number and passes by the
-// minimum and the maximum. An empty path gives a default PathCostStats, one pose its own value
+// is all outside. One whose image is not of one float channel, or has no pixels, raises OpenCV's
+// error, whatever the path. A value that is not a number makes the mean not-a-number and passes by
+// the minimum and the maximum. An empty path gives a default PathCostStats, one pose its own value
 // three times with length 0; each with one log record (Info).
 //
 // Linear in the poses and in the cells met inside the map: cells outside are counted, not walked.

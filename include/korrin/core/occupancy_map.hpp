@@ -57,8 +57,9 @@ struct KORRIN_EXPORT OccupancyMapParams {
 // Creating or copying a map throws cv::Exception for a negative size, when memory runs out, or when
 // an image's bytes or the bits of one of its rows exceed what an int counts (2^26 columns and 2^29
 // cells are too many); nothing leaks and the target of an assignment stays as it was. The images
-// may be replaced by others of the same kind; copying, `clip`, `reset` and `toCharIplImage` raise
-// OpenCV's error for one of another kind. Reading is safe from several threads while nobody writes.
+// may be replaced by others of the same kind; everything that looks at cells raises OpenCV's error
+// for one of another kind or without pixels, before anything is touched. Reading is safe from
+// several threads while nobody writes.
 class KORRIN_EXPORT OccupancyMap {
  public:
   OccupancyMapParams params;  // the geometry; its size ought to be that of the images
@@ -88,11 +89,11 @@ class KORRIN_EXPORT OccupancyMap {
   }
 
   // The value of cell (x, y); -1 outside the map.
-  float getCell(int x, int y) const { return isInside(x, y) ? *cellAddress(x, y) : -1.0f; }
+  float getCell(int x, int y) const { return hasCell(x, y) ? *cellAddress(x, y) : -1.0f; }
 
   // Writes cell (x, y) as it is, without clamping; does nothing outside the map.
   void setCell(int x, int y, float value) {
-    if (isInside(x, y)) *cellAddress(x, y) = value;
+    if (hasCell(x, y)) *cellAddress(x, y) = value;
   }
 
   // Clamps every cell of the probability image into [0, 1]; not-a-number becomes 0. Like the two
@@ -109,6 +110,17 @@ class KORRIN_EXPORT OccupancyMap {
   void toCharIplImage(IplImage** image) const;
 
  private:
+  bool hasCell(int x, int y) const {
+    if (image == nullptr) return false;
+    const bool holdsFloats =
+        image->imageData != nullptr && image->depth == IPL_DEPTH_32F && image->nChannels == 1;
+    if (!holdsFloats) refuseImage();
+    return isInside(x, y);
+  }
+
+  // Raises OpenCV's error about the image.
+  [[noreturn]] void refuseImage() const;
+
   float* cellAddress(int x, int y) const {
     return reinterpret_cast<float*>(image->imageData + std::ptrdiff_t{y} * image->widthStep) + x;
   }
