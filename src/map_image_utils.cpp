@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -31,19 +32,20 @@ void requireImage(const IplImage* image, const char* function) {
   }
 }
 
-// What cvClone does with an image, in steps: it loses the header when there is no memory for what
-// that points to.
+// All pixels of an image, and its region of interest. Row by row, since an image may be a window of
+// a larger one, and end before the bytes of its rows do.
 ImagePtr cloneImage(const IplImage& image) {
-  IplImage header = image;
-  header.roi = nullptr;
-  header.imageData = nullptr;
-  ImagePtr clone(cvCloneImage(&header));
+  ImagePtr clone = makeImage(cvSize(image.width, image.height), image.depth, image.nChannels);
+  clone->origin = image.origin;
   if (image.roi != nullptr) {
     cvSetImageROI(clone.get(), cvGetImageROI(&image));
     cvSetImageCOI(clone.get(), image.roi->coi);
   }
-  cvCreateData(clone.get());
-  std::memcpy(clone->imageData, image.imageData, static_cast<std::size_t>(image.imageSize));
+  const std::int64_t rowBits = std::int64_t{image.width} * image.nChannels * (image.depth & 255);
+  const auto rowBytes = static_cast<std::size_t>((rowBits + 7) / 8);
+  for (int y = 0; y < image.height; ++y) {
+    std::memcpy(imageRow<char>(*clone, y), imageRow<char>(image, y), rowBytes);
+  }
   return clone;
 }
 

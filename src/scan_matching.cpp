@@ -23,7 +23,8 @@ constexpr const char* kComponent = "src/scan_matching";
 // The picture of the matches, or none: null slot, null picture.
 IplImage* whiteDebugImage(IplImage** slot, const IplImage& map) {
   if (slot == nullptr) return nullptr;
-  if (*slot == nullptr) *slot = createFlippedImage(cvGetSize(&map), 8, 1);
+  // Not cvGetSize, which gives the size of a region of interest where there is one.
+  if (*slot == nullptr) *slot = createFlippedImage(cvSize(map.width, map.height), 8, 1);
   requireKind(*slot, IPL_DEPTH_8U, 1, "scanScore");
   if ((*slot)->width != map.width || (*slot)->height != map.height) {
     cvError(CV_StsUnmatchedSizes, "scanScore", "debug image of another size", __FILE__, __LINE__);

@@ -1,6 +1,6 @@
-// Maps whose probability image is of another kind than one float channel, or has no pixels: OpenCV's
-// error from every operation that looks at cells, before anything is touched. A map without an
-// image has no cells at all.
+// Maps whose probability image is of another kind than one float channel, or has no pixels:
+// OpenCV's error from every operation that looks at cells, before anything is touched. A map
+// without an image has no cells at all.
 #include <gtest/gtest.h>
 #include <opencv2/core/core_c.h>
 
@@ -31,9 +31,12 @@ struct Kind {
 };
 
 const Kind kKinds[] = {
-    {"bytes", IPL_DEPTH_8U, 1, true},          {"16 bits", static_cast<int>(IPL_DEPTH_16S), 1, true},
-    {"32-bit integers", static_cast<int>(IPL_DEPTH_32S), 1, true}, {"doubles", IPL_DEPTH_64F, 1, true},
-    {"two channels", IPL_DEPTH_32F, 2, true},  {"no pixels", IPL_DEPTH_32F, 1, false},
+    {"bytes", IPL_DEPTH_8U, 1, true},
+    {"16 bits", static_cast<int>(IPL_DEPTH_16S), 1, true},
+    {"32-bit integers", static_cast<int>(IPL_DEPTH_32S), 1, true},
+    {"doubles", IPL_DEPTH_64F, 1, true},
+    {"two channels", IPL_DEPTH_32F, 2, true},
+    {"no pixels", IPL_DEPTH_32F, 1, false},
 };
 
 // A map that shows an image of another kind, and can tell whether that was written to.
@@ -55,8 +58,8 @@ class StrangeMap {
 
   bool isUntouched() const {
     if (map.image->imageData == nullptr) return true;
-    const Brin::ImagePtr before(cvCreateImage(cvSize(kWidth, kHeight), map.image->depth,
-                                              map.image->nChannels));
+    const Brin::ImagePtr before(
+        cvCreateImage(cvSize(kWidth, kHeight), map.image->depth, map.image->nChannels));
     cvSet(before.get(), cvScalarAll(1.0));
     return cvNorm(before.get(), map.image, CV_L1) == 0.0;
   }
@@ -191,9 +194,7 @@ std::vector<Operation> operations() {
   static const Brin::Pose2D centre(2.0f, 2.0f, 0.0f);
   static const Brin::ScanModel scanner(4, 5.0f, 1.0f);
   const auto dilate = [](Brin::ObstacleDilater::DilateType type) {
-    return [type](OccupancyMap& map) {
-      Brin::ObstacleDilater(kWidth, kHeight).dilate(map, type);
-    };
+    return [type](OccupancyMap& map) { Brin::ObstacleDilater(kWidth, kHeight).dilate(map, type); };
   };
   return {
       {"copy", [](OccupancyMap& map) { OccupancyMap copy(map); }},
@@ -230,7 +231,9 @@ std::vector<Operation> operations() {
          Brin::OccupancyMapper(&map).simulateScan(centre, 1.0f, 0.1f, 5.0f, 3, out, 0.5f);
        }},
       {"occMapGetRange",
-       [](OccupancyMap& map) { Brin::occMapGetRange(map, scanner, {1, 1}, {5, 4}, 0.5f); }},
+       [](OccupancyMap& map) {
+         Brin::occMapGetRange(map, scanner, {1, 1}, {5, 4}, 0.5f);
+       }},
       {"occMapSimulateScan",
        [](OccupancyMap& map) {
          std::vector<Brin::RangeReading> out;
@@ -244,13 +247,16 @@ std::vector<Operation> operations() {
       {"dilate, smooth", dilate(Brin::ObstacleDilater::DILATE_ERODE_SMOOTH)},
       {"occMapMultiplyProb", [](OccupancyMap& map) { Brin::occMapMultiplyProb(map, 0.5f); }},
       {"imgMultiplyProb32F", [](OccupancyMap& map) { Brin::imgMultiplyProb32F(map.image, 0.5f); }},
-      {"scrollOccMap, from", [](OccupancyMap& map) {
+      {"scrollOccMap, from",
+       [](OccupancyMap& map) {
          Brin::scrollOccMap(map, other, Brin::Point2Di{1, 1});
        }},
-      {"scrollOccMap, to", [](OccupancyMap& map) {
+      {"scrollOccMap, to",
+       [](OccupancyMap& map) {
          Brin::scrollOccMap(other, map, Brin::Point2Di{1, 1});
        }},
-      {"scrollOccMapInPlace", [](OccupancyMap& map) {
+      {"scrollOccMapInPlace",
+       [](OccupancyMap& map) {
          Brin::scrollOccMapInPlace(map, Brin::Point2Di{1, 1});
        }},
       {"sample",
@@ -259,9 +265,13 @@ std::vector<Operation> operations() {
          Brin::SafePathSimplifier().sample({centre, {4.0f, 4.0f, 0.0f}}, map);
        }},
       {"findFirstFreeCell",
-       [](OccupancyMap& map) { Brin::findFirstFreeCell(map, {1, 1, 0.0f}, cell, 2.0f); }},
+       [](OccupancyMap& map) {
+         Brin::findFirstFreeCell(map, {1, 1, 0.0f}, cell, 2.0f);
+       }},
       {"findFirstGrayCell",
-       [](OccupancyMap& map) { Brin::findFirstGrayCell(map, {1, 1, 0.0f}, cell, 0.1f, 0.1f); }},
+       [](OccupancyMap& map) {
+         Brin::findFirstGrayCell(map, {1, 1, 0.0f}, cell, 0.1f, 0.1f);
+       }},
       {"findFirstFreeCellInLine",
        [](OccupancyMap& map) {
          Brin::findFirstFreeCellInLine(map, {1, 1, 0.0f}, {4, 4, 0.0f}, cell, 0.5f);

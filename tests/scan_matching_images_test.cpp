@@ -204,6 +204,24 @@ TEST(DebugImage, isCreatedInTheMapsSizeAndAddressedByItsOwnRowStride) {
       << "the hits at x = -2 and y = -2 fall short by the cut towards zero";
 }
 
+TEST(DebugImage, hasTheMapsSizeWhateverItsRegionOfInterest) {
+  const ImagePtr map = uniformFloatImage(9, 9, 0.0f);
+  cvSetImageROI(map.get(), cvRect(2, 3, 4, 5));
+  const Scan ahead = {{RangeReading(3.0f, 0.0f)}};
+  IplImage* byPoints = nullptr;
+  IplImage* byScan = nullptr;
+  EXPECT_EQ(scanScore(map.get(), Points{{3.0f, 0.0f}}, kHere, 1.0f, 1.0f, nullptr, &byPoints, 1),
+            1.0f);
+  EXPECT_EQ(scanScore(map.get(), ahead, kHere, 1.0f, 1.0f, nullptr, &byScan, 1), 1.0f);
+  const ImagePtr owners[] = {ImagePtr(byPoints), ImagePtr(byScan)};
+  for (const ImagePtr& debug : owners) {
+    ASSERT_NE(debug, nullptr);
+    EXPECT_EQ(debug->width, 9);
+    EXPECT_EQ(debug->height, 9);
+    EXPECT_EQ(drawingOf(*debug)[4], ".......#.");
+  }
+}
+
 TEST(DebugImage, isWhitenedEvenWithoutPoints) {
   const ImagePtr map = uniformFloatImage(3, 3, 0.0f);
   const ImagePtr debug = uniformByteImage(3, 3, 0);
