@@ -105,11 +105,13 @@ class FreeReach {
   void makeRoom(const IplImage& image) {
     size_ = {0, 0};  // fits nothing while memory may run out
     const std::int64_t places = (std::int64_t{image.width} + 2) * (std::int64_t{image.height} + 2);
-    // More than an int counts are too many, however much memory there is.
-    if (places > std::numeric_limits<std::int32_t>::max()) throw std::bad_alloc();
+    // More than an int counts are too many, however much memory there is. Compared without a sign,
+    // so that compilers see that no count below zero is left either.
+    const auto count = static_cast<std::uint64_t>(places);
+    if (count > std::numeric_limits<std::int32_t>::max()) throw std::bad_alloc();
     for (std::int32_t octant = 0; octant < kOctants; ++octant) {
       planes_[octant].stride = std::ptrdiff_t{isAlongX(octant) ? image.height : image.width} + 2;
-      planes_[octant].reaches.assign(static_cast<std::size_t>(places), kFarthest);
+      planes_[octant].reaches.assign(static_cast<std::size_t>(count), kFarthest);
     }
     size_ = {image.width, image.height};
   }
