@@ -111,19 +111,25 @@ void findDistanceGaps(const Scan& filtered, float minWidth, std::vector<ScanHole
   }
 }
 
-void sortHoles(std::vector<ScanHole>& holes) {
-  // Stable, so that the result is the same with every standard library.
-  std::stable_sort(holes.begin(), holes.end(), headingAmpCompare);
-}
-
-}  // namespace
-
-bool headingAmpCompare(const ScanHole& a, const ScanHole& b) {
+// As headingAmpCompare on numbers. What is not a number lies as far aside as infinity, so that any
+// headings have an order.
+bool liesMoreAhead(const ScanHole& a, const ScanHole& b) {
   const auto amplitude = [](const ScanHole& hole) {
     return std::isnan(hole.heading) ? std::numeric_limits<float>::infinity()
                                     : std::fabs(hole.heading);
   };
   return amplitude(a) < amplitude(b);
+}
+
+void sortHoles(std::vector<ScanHole>& holes) {
+  // Stable, so that the result is the same with every standard library.
+  std::stable_sort(holes.begin(), holes.end(), liesMoreAhead);
+}
+
+}  // namespace
+
+bool headingAmpCompare(const ScanHole& a, const ScanHole& b) {
+  return std::fabs(a.heading) < std::fabs(b.heading);
 }
 
 void xNormalizeZone(const Point2D& a, int ia, const Point2D& b, int ib, float dist, ScanHole& hole,

@@ -33,8 +33,9 @@ ImagePtr filledImage(RandomInputs& random, int width, int height, const Kind& ki
   ImagePtr image = Brin::makeImage(cvSize(width, height), kind.depth, kind.channels);
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
-      const double value = kind.depth == IPL_DEPTH_8U ? random.between(0, 255)
-                                                      : static_cast<double>(random.between(0.f, 1.f));
+      const double value = kind.depth == IPL_DEPTH_8U
+                               ? random.between(0, 255)
+                               : static_cast<double>(random.between(0.f, 1.f));
       cvSet2D(image.get(), y, x, cvScalarAll(value));
     }
   }

@@ -42,9 +42,9 @@ TEST(HeadingAmpCompare, ordersByTheAbsoluteHeadingWithEqualOnesUnordered) {
   EXPECT_FALSE(comesFirst(-0.0f, 0.0f));
 }
 
-TEST(HeadingAmpCompare, isAStrictWeakOrderForAnyHeadings) {
-  EXPECT_TRUE(comesFirst(3.0f, kNan));
+TEST(HeadingAmpCompare, isFalseWhenEitherHeadingIsNotANumber) {
   EXPECT_TRUE(comesFirst(3.0f, -kInf));
+  EXPECT_FALSE(comesFirst(-0.1f, kNan));
   EXPECT_FALSE(comesFirst(kNan, 3.0f));
   EXPECT_FALSE(comesFirst(kNan, kInf));
   EXPECT_FALSE(comesFirst(kInf, kNan));

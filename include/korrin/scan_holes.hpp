@@ -42,8 +42,8 @@ namespace Brin {
 //      the scan's last reading for the one after it.
 //   2. Each jump between neighbours that is wider than minWidth, once the no-hit runs of at most
 //      800 readings are taken out of the scan.
-//   3. Of all these, those that xIsHoleOK accepts, sorted by headingAmpCompare. Which of two equal
-//      ones comes first is not promised.
+//   3. Of all these, those that xIsHoleOK accepts, sorted by headingAmpCompare; a heading that is
+//      infinite or not a number comes last. Which of two equal ones comes first is not promised.
 //
 // A width equal to minWidth is no hole. Each hole is filled by xNormalizeZone with minWidth for the
 // distance of its approach point. Indices of holes of step 1 count the readings of the scan itself.
@@ -70,8 +70,8 @@ KORRIN_EXPORT void findScanHoles_old(const Scan& scan, std::vector<ScanHole>& ho
                                      int maxNoHitRun);
 
 // The order of holes: true when the absolute heading of `a` is smaller than that of `b`, so that
-// the hole most straight ahead comes first. A heading that is not a number counts as infinite; the
-// order is a strict weak one for any headings.
+// the hole most straight ahead comes first. False when either heading is not a number: among such
+// ones this is no order to sort by (the detectors above have one of their own).
 KORRIN_EXPORT bool headingAmpCompare(const ScanHole& a, const ScanHole& b);
 
 // Fills `hole` from its borders `a` and `b`, the readings `ia` and `ib`:

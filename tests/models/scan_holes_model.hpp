@@ -31,7 +31,11 @@ inline float distanceBetween(Brin::Point2D p, Brin::Point2D q) {
   return lengthOf(p.x - q.x, p.y - q.y);
 }
 
-// By the absolute heading; what is not a number last.
+inline bool headingAmpCompare(const Brin::ScanHole& a, const Brin::ScanHole& b) {
+  return std::fabs(a.heading) < std::fabs(b.heading);
+}
+
+// The order in which holes are sorted: by the absolute heading, what is not a number last.
 inline bool comesBefore(const Brin::ScanHole& a, const Brin::ScanHole& b) {
   if (std::isnan(a.heading)) return false;
   if (std::isnan(b.heading)) return std::isfinite(a.heading);
