@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "korrin/occupancy_mapper.hpp"
+#include "support/allocation_limit.hpp"
 #include "support/bits.hpp"
 #include "support/map_drawing.hpp"
 
@@ -226,6 +227,7 @@ TEST(OccupancyMapperScan, aNegativeCountIsAVectorsLengthErrorOnceTheOutputIsEmpt
   OccupancyMap map = drawMap({"..."});
   for (int count : {-1, -2, kIntMin}) {
     std::vector<RangeReading> out(4);
+    const korrin_test::AllocationLimit memory(1 << 20);  // whatever else the count may be taken for
     try {
       OccupancyMapper(&map).simulateScan({}, 0.0f, 1.0f, 0.0f, 5.0f, count, out, 0.5f);
       ADD_FAILURE() << "no error for " << count;

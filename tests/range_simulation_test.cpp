@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "support/allocation_limit.hpp"
 #include "support/beam_maps.hpp"
 #include "support/bits.hpp"
 #include "support/map_drawing.hpp"
@@ -281,6 +282,7 @@ TEST(SimulateScan, aNegativeCountIsAVectorsLengthErrorOnceTheOutputIsEmpty) {
   const OccupancyMap map = drawMap({"..."});
   for (int count : {-1, -2, kIntMin}) {
     std::vector<RangeReading> out(4);
+    const korrin_test::AllocationLimit memory(1 << 20);  // whatever else the count may be taken for
     try {
       Brin::occMapSimulateScan(map, ScanModel(count, 5.0f, 2.0f), {}, out, 0.5f);
       ADD_FAILURE() << "no error for " << count;

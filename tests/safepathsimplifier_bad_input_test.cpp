@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "korrin/safepathsimplifier.hpp"
+#include "support/allocation_limit.hpp"
 #include "support/bits.hpp"
 #include "support/log_capture.hpp"
 #include "support/map_drawing.hpp"
@@ -109,6 +110,8 @@ TEST(SafePathSimplifierBadInput, placeVisitedManyTimesDoesNotMultiplyThePath) {
     path.emplace_back(3.0f + 0.01f * static_cast<float>(i), 1.0f, 0.0f);
   }
   const LogCapture log;
+  const korrin_test::AllocationLimit memory(std::size_t{256}
+                                            << 20);  // should it multiply all the same
   const Path result = SafePathSimplifier().sample(path, map);
   EXPECT_GE(result.size(), path.size());
   EXPECT_LT(result.size(), std::size_t{3} << 20);

@@ -12,8 +12,10 @@
 #include <vector>
 
 #include "korrin/safepathsimplifier.hpp"
+#include "support/allocation_limit.hpp"
 #include "support/bits.hpp"
 #include "support/log_capture.hpp"
+#include "support/map_drawing.hpp"
 #include "support/random_inputs.hpp"
 
 namespace {
@@ -195,21 +197,63 @@ TEST(SafePathSimplifierModel, agreesOnPathsTooFineForDistances) {
   EXPECT_GT(shifted, 500);
 }
 
-TEST(SafePathSimplifierModel, agreesWhereRepeatedPlacesExhaustTheSurplus) {
-  OccupancyMap map(8, 2, 1.0f, false);
-  map.reset(1.0f);
-  map.setCell(1, 0, 0.0f);
-  map.setCell(1, 1, 0.0f);
+// A home behind a wall, and new places beyond it. At the one level that there is, each way out is
+// blocked and, by nearness, stands for all of the path up to there: as many surplus poses as come
+// before it.
+constexpr Pose2D kHome(0.0f, 0.0f, 0.0f);
+
+Pose2D placeBeyond(std::size_t i) { return {3.0f + 0.01f * static_cast<float>(i), 1.0f, 0.0f}; }
+
+// Out 1023 times, then on through `more` places and home, and out once more.
+Path pathWithManyReturns(std::size_t more) {
   Path path;
-  for (int i = 0; i < 200; ++i) {
-    path.emplace_back(0.0f, 0.0f, 0.0f);
-    path.emplace_back(3.0f + 0.01f * static_cast<float>(i), 1.0f, 0.0f);
+  for (int i = 0; i < 1023; ++i) {
+    path.push_back(kHome);
+    path.push_back(placeBeyond(path.size()));
   }
-  SafePathSimplifier simplifier;
-  simplifier.setInitialSamplingAccuracy(20.0f);
-  Comparison comparison;
-  EXPECT_TRUE(agrees(simplifier, path, map, comparison));
-  EXPECT_GT(comparison.state.surplus, (1 << 20) - 1000);
+  for (std::size_t i = 0; i < more; ++i) path.push_back(placeBeyond(path.size()));
+  path.push_back(kHome);
+  path.push_back(placeBeyond(path.size()));
+  return path;
+}
+
+constexpr std::int64_t kMostSurplus = 1 << 20;
+
+struct ManyReturns {
+  explicit ManyReturns(std::size_t more) : path(pathWithManyReturns(more)) {
+    const OccupancyMap map = korrin_test::drawMap({".#......", ".#......"});
+    const LogCapture log;
+    // Should either copy without end, it shall end soon.
+    const korrin_test::AllocationLimit memory(std::size_t{64} << 20);
+    SafePathSimplifier simplifier;
+    simplifier.setInitialSamplingAccuracy(5.0f);
+    actual = simplifier.sample(path, map);
+    SafeSampleState state;
+    expected = korrin_model::safeSample(path, map, {}, 5.0f, 1, state);
+    surplus = state.surplus;
+  }
+
+  Path path;
+  Path actual;
+  Path expected;
+  std::int64_t surplus;
+};
+
+TEST(SafePathSimplifierModel, agreesUntilAMillionSurplusPosesAreCopied) {
+  const ManyReturns run(1024);
+  EXPECT_EQ(run.surplus, kMostSurplus);
+  EXPECT_TRUE(sameBits(run.actual, run.expected));
+}
+
+TEST(SafePathSimplifierModel, copiesOnWhereTheSimplifierTakesTheStretchAsItIs) {
+  const ManyReturns run(1025);
+  EXPECT_EQ(run.surplus, kMostSurplus + 1);
+  // The last way out is itself, instead of all the path.
+  ASSERT_GT(run.expected.size(), run.path.size());
+  Path asItIs(run.expected.begin(), run.expected.end() - static_cast<int>(run.path.size()));
+  asItIs.push_back(kHome);
+  asItIs.push_back(run.path.back());
+  EXPECT_TRUE(sameBits(run.actual, asItIs));
 }
 
 TEST(SafePathSimplifierModel, closestPoseAgrees) {

@@ -38,6 +38,8 @@ std::string nameOf(const CvSize& size) {
 
 bool refuses(const std::function<void()>& call) {
   constexpr std::size_t kMost = 1 << 20;
+  // What is asked for all the same is not given, or a fault would take the machine's memory.
+  const SmallMemory memory(kMost);
   largestRequest = 0;
   bool isRefused = false;
   try {

@@ -1,8 +1,10 @@
 // Safe path simplification, level by level in the plainest form, with the records it leaves (that
-// about an accuracy which is not finite has line 0).
+// about an accuracy which is not finite has line 0). It copies whatever the recursion asks for: it
+// must not be given paths that visit a place very often.
 #pragma once
 
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <sstream>
 #include <string>
@@ -24,7 +26,7 @@ struct SafeSampleSettings {
 };
 
 struct SafeSampleState {
-  int surplus = 0;  // poses that stretches chosen by nearness had beyond the own ones
+  std::int64_t surplus = 0;  // poses that stretches chosen by nearness had beyond the own ones
 };
 
 inline void logSafeSample(const std::string& message, int line) {
@@ -94,8 +96,7 @@ inline Poses safeSample(const Poses& path, const Brin::OccupancyMap& map,
     int a = findClosest(path, s[i], 100.0f);
     int b = findClosest(path, s[i + 1], 100.0f);
     const int surplus = (b - a) - (own[i + 1] - own[i]);
-    const bool undefined = a < 0 || b < 0 || b < a;
-    if (undefined || (surplus > 0 && state.surplus + surplus > (1 << 20))) {
+    if (a < 0 || b < 0 || b < a) {
       a = own[i];
       b = own[i + 1];
     } else if (surplus > 0) {

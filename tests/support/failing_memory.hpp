@@ -16,6 +16,7 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <new>
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -51,6 +52,7 @@ inline std::int64_t allocationsLeft = -1;  // before failure; negative: it never
 inline bool isFailingOn = false;
 inline std::size_t firstRefused = 0;    // bytes; 0: none
 inline std::size_t largestRequest = 0;  // bytes; to be set back to 0 by whoever wants to know
+inline std::size_t mostAtOnce = std::numeric_limits<std::size_t>::max();  // bytes
 
 class FailingMemory {
  public:
@@ -71,8 +73,21 @@ class FailingMemory {
   static std::size_t refused() { return firstRefused; }
 };
 
+// While it lives, an allocation of more than `bytes` fails.
+class SmallMemory {
+ public:
+  explicit SmallMemory(std::size_t bytes) { mostAtOnce = bytes; }
+  ~SmallMemory() { mostAtOnce = std::numeric_limits<std::size_t>::max(); }
+  SmallMemory(const SmallMemory&) = delete;
+  SmallMemory& operator=(const SmallMemory&) = delete;
+};
+
 KORRIN_TEST_PLAIN inline bool refuses(std::size_t size) {
   if (size > largestRequest) largestRequest = size;
+  if (size > mostAtOnce) {
+    errno = ENOMEM;
+    return true;
+  }
   if (allocationsLeft < 0) return false;
   if (allocationsLeft > 0) {
     --allocationsLeft;
