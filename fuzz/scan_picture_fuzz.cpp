@@ -1,10 +1,9 @@
 // Draws the picture of a scan and builds its distance map.
-#include <opencv2/imgproc/imgproc_c.h>
-
 #include "core/image_ptr.hpp"
 #include "fuzz/fuzz_target.hpp"
 #include "korrin/scan_matching.hpp"
 #include "models/core/image_model.hpp"
+#include "models/distance_transform_model.hpp"
 
 namespace {
 
@@ -42,7 +41,7 @@ void build(FuzzInput& in, Brin::ScanDistMap& built) {
   }
   require(sameImage(built.laserImage, picture.get()), "picture");
   const ImagePtr distances = Brin::makeImage(cvSize(side, side), IPL_DEPTH_32F, 1);
-  cvDistTransform(picture.get(), distances.get(), CV_DIST_L2, 3, nullptr, nullptr);
+  korrin_model::chamferDistances(picture.get(), distances.get());
   require(sameImage(built.distanceMap, distances.get()), "distance map");
 }
 

@@ -155,12 +155,37 @@ class Ways {
   std::vector<std::int32_t> current_;
 };
 
+// An image's region of interest as an image of its own, in the same memory.
+IplImage regionOf(const IplImage* image, int depth, const char* function) {
+  requireKind(image, depth, 1, function);
+  IplImage region = *image;
+  if (image->roi == nullptr) return region;
+  if (image->roi->coi != 0) {
+    cvError(CV_BadCOI, function, "a channel is selected", __FILE__, __LINE__);
+  }
+  region.width = image->roi->width;
+  region.height = image->roi->height;
+  region.imageData += std::ptrdiff_t{image->roi->yOffset} * image->widthStep +
+                      std::ptrdiff_t{image->roi->xOffset} * ((depth & 255) / 8);
+  region.roi = nullptr;
+  return region;
+}
+
 }  // namespace
 
 void chamferDistances(const IplImage& bytes, IplImage& distances) {
   Ways ways(bytes, distances);
   ways.goDown();
   ways.goUp();
+}
+
+void chamferDistancesInRegions(const IplImage* bytes, IplImage* distances, const char* function) {
+  const IplImage source = regionOf(bytes, IPL_DEPTH_8U, function);
+  IplImage target = regionOf(distances, IPL_DEPTH_32F, function);
+  if (source.width != target.width || source.height != target.height) {
+    cvError(CV_StsUnmatchedSizes, function, "images of different sizes", __FILE__, __LINE__);
+  }
+  chamferDistances(source, target);
 }
 
 }  // namespace Brin

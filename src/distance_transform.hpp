@@ -1,5 +1,6 @@
-// Distances to the nearest zero pixel: the bits of cvDistTransform(bytes, distances, CV_DIST_L2, 3)
-// in a fraction of its time.
+// Distances to the nearest zero pixel. They are the library's own, and so the same with every
+// release of OpenCV: the bits that cvDistTransform(bytes, distances, CV_DIST_L2, 3) of OpenCV 4.6
+// gives, in a fraction of its time. Later releases give others where there is no zero.
 //
 //   chamferDistances(*bytes, *distances);
 //
@@ -15,7 +16,12 @@
 namespace Brin {
 
 // `bytes` (8-bit) and `distances` (32-bit float) have one channel and the same size, which is not
-// checked; images without pixels are fine. Linear in the pixels.
+// checked, and are taken whole; images without pixels are fine. Linear in the pixels.
 void chamferDistances(const IplImage& bytes, IplImage& distances);
+
+// The same of the regions of interest of two images that may be anything. A null image, one of
+// another kind or without memory, a selected channel and regions of different sizes are OpenCV's
+// error, which names `function`, raised before anything is written.
+void chamferDistancesInRegions(const IplImage* bytes, IplImage* distances, const char* function);
 
 }  // namespace Brin

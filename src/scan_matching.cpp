@@ -1,7 +1,6 @@
 #include "korrin/scan_matching.hpp"
 
 #include <opencv2/core/core_c.h>
-#include <opencv2/imgproc/imgproc_c.h>
 
 #include <algorithm>
 #include <cmath>
@@ -13,6 +12,7 @@
 #include "korrin/core/image.hpp"
 #include "src/beam_pixels.hpp"
 #include "src/distance_square.hpp"
+#include "src/distance_transform.hpp"
 #include "src/pixel_lookup.hpp"
 
 namespace Brin {
@@ -131,10 +131,10 @@ void buildLaserDistance(const Scan& scan, const Pose2D& pose, IplImage** laserIm
   if (*laserImage == nullptr) drawLaser(scan, pose, laserImage, resolution, true, 0);
   const CvSize size = cvGetSize(*laserImage);
   // Widths alone are compared: a map of the right width but another height is kept on purpose, and
-  // the distance transform refuses it.
+  // the distances then refuse it.
   if (*distanceMap != nullptr && (*distanceMap)->width != size.width) cvReleaseImage(distanceMap);
   if (*distanceMap == nullptr) *distanceMap = createFlippedImage(size, 32, 1);
-  cvDistTransform(*laserImage, *distanceMap, CV_DIST_L2, 3, nullptr, nullptr);
+  chamferDistancesInRegions(*laserImage, *distanceMap, "buildLaserDistance");
 }
 
 float scanScore(const IplImage* distanceMap, const std::vector<Point2D>& points, const Pose2D& pose,

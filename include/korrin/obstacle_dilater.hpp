@@ -72,9 +72,10 @@ class KORRIN_EXPORT ObstacleDilater {
   //   DILATE_LINEAR:   v = (d - r) / (f - r) if v < 1, and 1 otherwise; with r = f that is 1
   //   DILATE_INVERSE:  1 - k / (d - r + k) with k = f / 10; with f = 0 that is 1, but
   //                    not-a-number where d = r
-  // d is the chamfer distance of the 3 x 3 mask (Borgefors 1986) as cvDistTransform has it, up to
-  // 5 % off the Euclidean one and never above 8192, which is also the distance where there is no
-  // obstacle at all. Any other type leaves the map as it is, though the work images are filled.
+  // d is the chamfer distance of the 3 x 3 mask (Borgefors 1986), up to 5 % off the Euclidean one
+  // and never above 8192, which is also the distance where there is no obstacle at all. It is the
+  // library's own, with the bits of cvDistTransform of OpenCV 4.6 whatever the release that is
+  // linked. Any other type leaves the map as it is, though the work images are filled.
   // Linear in the cells.
   void xDoDilateWithFunctTransform(OccupancyMap& map, float radiusCells, float fadeCells,
                                    DilateType type);

@@ -32,16 +32,20 @@
 namespace Brin {
 
 // Makes the distance map of a scan's picture: in `*distanceMap`, one float a pixel, the distance in
-// pixels to the nearest 0 in `*laserImage`, by cvDistTransform (Euclidean, 3 x 3 mask; the chamfer
-// distances of Borgefors 1986).
+// pixels to the nearest 0 in `*laserImage`: the chamfer distance of the 3 x 3 mask (Borgefors
+// 1986), up to 5 % off the Euclidean one and never above 8192, which is also the distance where
+// there is no 0 at all. It is the library's own, with the bits of cvDistTransform of OpenCV 4.6
+// whatever the release that is linked.
 //
 // A null `*laserImage` is drawn first: drawLaser(scan, pose, laserImage, resolution, true, 0). One
 // that exists is used as it is, 8 bits and one channel, and then the scan is not looked at.
 // A null `*distanceMap` is created in the picture's size, and one of another width is replaced.
-// One of equal width is kept even if its height differs; cvDistTransform then refuses it.
+// One of equal width is kept even if its height differs, and then refused. Of an image with a
+// region of interest that region is taken.
 //
-// The caller owns both images (cvReleaseImage). Null arguments, images of another kind and a kept
-// distance map of another height are OpenCV's error (cv::Exception).
+// The caller owns both images (cvReleaseImage). Null arguments, images of another kind or without
+// pixels' memory, a selected channel and a kept distance map of another height are OpenCV's error
+// (cv::Exception), raised before any distance is written.
 // Linear in readings and pixels; safe on distinct images from any thread.
 KORRIN_EXPORT void buildLaserDistance(const Scan& scan, const Pose2D& pose, IplImage** laserImage,
                                       IplImage** distanceMap, float resolution);

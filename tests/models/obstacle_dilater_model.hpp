@@ -1,4 +1,4 @@
-// Obstacle dilation, OpenCV call by OpenCV call. For thresholds within
+// Obstacle dilation, step by step: OpenCV's calls, and the literal distances. For thresholds within
 // +-2^23 and erosion counts that an int holds.
 #pragma once
 
@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "korrin/core/occupancy_map.hpp"
+#include "models/distance_transform_model.hpp"
 
 namespace korrin_model {
 
@@ -73,7 +74,7 @@ inline void dilateWithDistances(Brin::OccupancyMap& map, DilateImages& images, f
   const CvSize size = cvGetSize(map.image);
   renderBytes(map, charImage);
   cvThreshold(charImage, charImage, 256.0f * threshold, 0, CV_THRESH_TOZERO);
-  cvDistTransform(charImage, distImage, CV_DIST_L2, 3, nullptr, nullptr);
+  chamferDistances(charImage, distImage);
   for (int y = 0; y < size.height; ++y) {
     for (int x = 0; x < size.width; ++x) {
       const float d = floatPixel(distImage, x, y);
