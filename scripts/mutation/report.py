@@ -3,6 +3,7 @@ import json
 import sys
 from collections import Counter
 
+from .operators import KINDS
 from .trial import KILLED, NO_BUILD, SAME_CODE, SURVIVED
 
 
@@ -29,27 +30,36 @@ def read_equivalents(path):
     return reasons
 
 
-def key(mutant):
-    return mutant.file, mutant.line.strip(), mutant.mutated.strip()
+def share_noticed(killed, survived):
+    return killed / max(1, killed + survived)
+
+
+def table(results, excused):
+    """One line a kind and one for all: killed, survived, equivalent, and the part noticed."""
+    lines = [f"{'':10}{'killed':>8}{'survived':>10}{'equivalent':>12}{'noticed':>10}"]
+    for name in [*KINDS, "all"]:
+        of_kind = [r for r in results if name in (r.mutant.kind, "all")]
+        counts = Counter(r.verdict for r in of_kind)
+        equivalent = sum(r.verdict == SURVIVED and r.mutant.key() in excused for r in of_kind)
+        survived = counts[SURVIVED] - equivalent
+        noticed = share_noticed(counts[KILLED], survived)
+        if of_kind:
+            lines.append(f"{name:10}{counts[KILLED]:8}{survived:10}"
+                         f"{equivalent + counts[SAME_CODE]:12}{100 * noticed:8.1f} %")
+    return "\n".join(lines)
 
 
 def summarise(results, excused, folder):
     """Prints the table and returns the part of the mutants that the tests notice."""
-    survivors = [r for r in results if r.verdict == SURVIVED and key(r.mutant) not in excused]
-    equivalent = [r for r in results if r.verdict == SURVIVED and key(r.mutant) in excused]
-    counts = Counter(result.verdict for result in results)
-    noticed = counts[KILLED] / max(1, counts[KILLED] + len(survivors))
+    survivors = [r for r in results
+                 if r.verdict == SURVIVED and r.mutant.key() not in excused]
     for result in survivors:
         print("\nsurvived: " + result.mutant.as_diff())
-    print(f"\n{len(results)} mutants"
-          f"\n  killed                        {counts[KILLED]}"
-          f"\n  survived                      {len(survivors)}"
-          f"\n  equivalent, same machine code {counts[SAME_CODE]}"
-          f"\n  equivalent, with a reason     {len(equivalent)}"
-          f"\n  not valid C++                 {counts[NO_BUILD]}"
-          f"\n  noticed                       {100 * noticed:.1f} %")
+    counts = Counter(result.verdict for result in results)
+    print(f"\n{table(results, excused)}\n\n{len(results)} mutants, {counts[NO_BUILD]} not valid C++, "
+          f"{counts[SAME_CODE]} with the same machine code")
     (folder / "report.json").write_text(json.dumps(
-        [{"file": r.mutant.file, "line": r.mutant.number, "before": r.mutant.line.strip(),
-          "after": r.mutant.mutated.strip(), "verdict": r.verdict, "by": r.by}
-         for r in results], indent=1))
-    return noticed
+        [{"kind": r.mutant.kind, "file": r.mutant.file, "line": r.mutant.number,
+          "before": r.mutant.line.strip(), "after": r.mutant.mutated.strip(),
+          "verdict": r.verdict, "by": r.by} for r in results], indent=1))
+    return share_noticed(counts[KILLED], len(survivors))

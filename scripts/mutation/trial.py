@@ -101,10 +101,7 @@ class Workplace:
     def try_out(self, mutant):
         path = self.tree / mutant.file
         original = path.read_text()
-        lines = original.split("\n")
-        assert lines[mutant.number - 1] == mutant.line
-        lines[mutant.number - 1] = mutant.mutated
-        path.write_text("\n".join(lines))
+        path.write_text(mutant.applied_to(original))
         try:
             return self.verdict(mutant)
         finally:
