@@ -77,7 +77,7 @@ class Walk {
   // accepted: then it is cell().
   bool goOn(std::int64_t reach) {
     if (walkLine(reach)) return stopAt(currentCell(line_));
-    if (!line_.done()) return false;
+    if (!line_.done() || steps_ > reach) return false;
     isOver_ = true;
     // The line has come to the end cell or to the first cell outside.
     const Pose2Di last = map_->isInside(end_.x, end_.y) ? end_ : currentCell(line_);
