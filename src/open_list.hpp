@@ -16,7 +16,7 @@
 // here, most of which a scan would meet.
 //
 // Not-a-number is below nothing, and nothing is below it. The literal model is a vector that is
-// scanned from the back; see tests/open_list_test.cpp.
+// scanned from the back: tests/models/open_list_model.hpp.
 #pragma once
 
 #include <algorithm>

@@ -9,6 +9,7 @@
 #include <limits>
 #include <vector>
 
+#include "models/open_list_model.hpp"
 #include "support/random_inputs.hpp"
 
 namespace {
@@ -16,46 +17,6 @@ namespace {
 using Brin::OpenList;
 using korrin_test::RandomInputs;
 using Order = std::vector<std::int32_t>;
-
-// The same operations on a plain vector.
-class LiteralList {
- public:
-  void file(std::int32_t node, float f) {
-    std::size_t place = entries_.size();
-    while (place > 0 && !(entries_[place - 1].f < f)) --place;
-    entries_.insert(entries_.begin() + static_cast<std::ptrdiff_t>(place), {node, f});
-  }
-  std::int32_t takeFirst() {
-    const std::int32_t node = entries_.front().node;
-    entries_.erase(entries_.begin());
-    return node;
-  }
-  void change(std::int32_t node, float f) {
-    for (Entry& entry : entries_) {
-      if (entry.node == node) entry.f = f;
-    }
-  }
-  std::int32_t first() const { return entries_.front().node; }
-  float priorityOf(std::int32_t node) const {
-    for (const Entry& entry : entries_) {
-      if (entry.node == node) return entry.f;
-    }
-    return 0.0f;
-  }
-  Order order() const {
-    Order nodes;
-    for (const Entry& entry : entries_) nodes.push_back(entry.node);
-    return nodes;
-  }
-  std::size_t size() const { return entries_.size(); }
-
- private:
-  struct Entry {
-    std::int32_t node;
-    float f;
-  };
-  std::vector<Entry> entries_;
-};
 
 Order orderOf(const OpenList& list) {
   Order nodes = {-5};
@@ -190,7 +151,7 @@ class Operations {
   float front_ = 0.0f;
   std::int32_t nextNode_ = 0;
   OpenList list_;
-  LiteralList literal_;
+  korrin_model::OpenList literal_;
 };
 
 TEST(OpenList, agreesWithThePlainVectorOnRandomOperations) {
