@@ -87,13 +87,17 @@ bool hasPaddedRows(const IplImage& image) {
   return image.widthStep != static_cast<std::int64_t>(sizeof(float)) * image.width;
 }
 
-// Empties the sequences, and replaces the arrays by new ones for the coarse map.
-void makeArrays(OccMapPathFinder& finder) {
+void forgetSearch(OccMapPathFinder& finder) {
   finder.cellStates.reset();
   finder.cellNodes.reset();
   finder.nodes.clear();
   finder.openList.clear();
   finder.closedNodes.clear();
+}
+
+// Empties the sequences, and replaces the arrays by new ones for the coarse map.
+void makeArrays(OccMapPathFinder& finder) {
+  forgetSearch(finder);
   const IplImage& image = *finder.coarseMap.image;
   const std::int64_t cells = std::int64_t{image.width} * image.height;
   finder.cellStates = makeZeroedArray<std::int32_t>(cells);
@@ -199,6 +203,7 @@ void OccMapPathFinder::computePath(const Pose2D& startPose, const Pose2D& endPos
   goal.theta = origin.theta = 0.0f;
   std::vector<Pose2Di> cells;
   xDoComputePath(origin, goal, cells);
+  path.reserve(cells.size());
   for (const Pose2Di& cell : cells) {
     path.push_back(coarseMap.getPoseFromPixel({cell.x, cell.y, 0.0f}));
   }
@@ -223,12 +228,20 @@ void OccMapPathFinder::xDoComputePath(const Pose2Di& startCell, const Pose2Di& e
   end = to;
   numIterations = 0;
   arrayWidth_ = arrayHeight_ = 0;
-  makeArrays(*this);
-  arrayWidth_ = coarseMap.image->width;
-  arrayHeight_ = coarseMap.image->height;
-  xAddInOpenNodes({start.x, start.y, start.theta, -1, priority(0.0f, 0.0f), 0.0f, 0.0f});
-  xGetCellState(start) = kOpen;
-  if (hasPaddedRows(*coarseMap.image) ? xFindPath() : PathSearch(*this).run()) {
+  bool isFound = false;
+  try {
+    makeArrays(*this);
+    arrayWidth_ = coarseMap.image->width;
+    arrayHeight_ = coarseMap.image->height;
+    xAddInOpenNodes({start.x, start.y, start.theta, -1, priority(0.0f, 0.0f), 0.0f, 0.0f});
+    xGetCellState(start) = kOpen;
+    isFound = hasPaddedRows(*coarseMap.image) ? xFindPath() : PathSearch(*this).run();
+  } catch (...) {  // out of memory: half a search cannot be told from a whole one
+    arrayWidth_ = arrayHeight_ = numIterations = 0;
+    forgetSearch(*this);
+    throw;
+  }
+  if (isFound) {
     xBuildPath(path);
   } else {
     logSearch(NavLogLevel::Error, "No path could be found.", kNoPathLine);
@@ -258,14 +271,20 @@ bool OccMapPathFinder::xFindPath() {
 void OccMapPathFinder::xBuildPath(std::vector<Pose2Di>& path) {
   path.clear();
   if (closedNodes.empty()) return;
-  for (auto i = static_cast<std::int32_t>(closedNodes.size()) - 1; i >= 0;) {
-    const Node& node = closedNodes[static_cast<std::size_t>(i)];
-    if (xCmpPt({node.x, node.y, 0.0f}, start, false)) break;
-    path.emplace_back(node.x, node.y, 0.0f);
-    // A parent is closed before its children. Holding on to that ends the walk even if a caller
-    // filed a node with another one.
-    i = std::min(node.parent, i - 1);
-  }
+  const auto goBack = [this](auto visit) {
+    for (auto i = static_cast<std::int32_t>(closedNodes.size()) - 1; i >= 0;) {
+      const Node& node = closedNodes[static_cast<std::size_t>(i)];
+      if (xCmpPt({node.x, node.y, 0.0f}, start, false)) break;
+      visit(node);
+      // A parent is closed before its children. Holding on to that ends the walk even if a caller
+      // filed a node with another one.
+      i = std::min(node.parent, i - 1);
+    }
+  };
+  std::size_t cells = 1;
+  goBack([&](const Node&) { ++cells; });
+  path.reserve(cells);  // at once: without memory `path` stays empty
+  goBack([&](const Node& node) { path.emplace_back(node.x, node.y, 0.0f); });
   path.push_back(start);
   std::reverse(path.begin(), path.end());
 }

@@ -182,9 +182,14 @@ float scanScore(const IplImage* distanceMap, const Scan& scan, const Pose2D& pos
 }
 
 void ScanDistMap::build(const Scan& scan, const Pose2D& pose, float resolution_) {
+  drawLaser(scan, pose, &laserImage, resolution_, true, 0);
+  try {
+    buildLaserDistance(scan, pose, &laserImage, &distanceMap, resolution_);
+  } catch (...) {
+    cvReleaseImage(&distanceMap);  // nothing to score on, rather than the map of another picture
+    throw;
+  }
   resolution = resolution_;
-  drawLaser(scan, pose, &laserImage, resolution, true, 0);
-  buildLaserDistance(scan, pose, &laserImage, &distanceMap, resolution);
 }
 
 float ScanDistMap::score(const std::vector<Point2D>& points, const Pose2D& pose, float maxDist,

@@ -70,8 +70,7 @@ struct Pair {
 
 OccupancyMap mapOf(RandomInputs& random, int minSide, int maxSide,
                    const std::vector<float>& values) {
-  OccupancyMap map(random.between(minSide, maxSide), random.between(minSide, maxSide), 1.0f,
-                   false);
+  OccupancyMap map(random.between(minSide, maxSide), random.between(minSide, maxSide), 1.0f, false);
   for (int y = 0; y < map.params.height; ++y) {
     for (int x = 0; x < map.params.width; ++x) map.setCell(x, y, random.pick(values));
   }
@@ -84,9 +83,8 @@ TEST(PathFinderBorders, costsWithTheBitsOfMarks) {
   RandomInputs random(121);
   const korrin_test::LogCapture log;
   Pair pair;
-  const std::vector<float> lengths = {0.0f,         -0.0f,          kLeast, 2.0f * kLeast,
-                                      3.0f * kLeast, -kLeast,       1e-38f, -1.0f,
-                                      kInf,          std::nanf(""), 1.0f};
+  const std::vector<float> lengths = {0.0f,   -0.0f, kLeast, 2.0f * kLeast, 3.0f * kLeast, -kLeast,
+                                      1e-38f, -1.0f, kInf,   std::nanf(""), 1.0f};
   int neverSeen = 0;
   int closed = 0;
   int oneBesideThem = 0;
@@ -117,7 +115,12 @@ TEST(PathFinderBorders, cellsAtTheThreshold) {
   for (int i = 0; i < 8000; ++i) {
     const float value = random.pick<float>({0.2f, 0.5f, random.between(0.0f, 1.0f), 0.0f, -0.0f});
     const float threshold = random.chance(0.8) ? value : besideBorder(random, value);
-    const std::vector<float> beside = {value, value, value, value, value, korrin_test::floatAbove(value),
+    const std::vector<float> beside = {value,
+                                       value,
+                                       value,
+                                       value,
+                                       value,
+                                       korrin_test::floatAbove(value),
                                        korrin_test::floatBelow(value)};
     const OccupancyMap map = mapOf(random, 1, 18, beside);
     pair.set(random);

@@ -191,8 +191,8 @@ class Life {
   }
 
   RandomInputs random_{131};
-  OccupancyMap maps_[kMaps] = {{1, 1, 1.0f, false}, {1, 1, 1.0f, false},
-                               {1, 1, 1.0f, false}, {1, 1, 1.0f, false}};
+  OccupancyMap maps_[kMaps] = {
+      {1, 1, 1.0f, false}, {1, 1, 1.0f, false}, {1, 1, 1.0f, false}, {1, 1, 1.0f, false}};
   std::size_t chosen_ = 0;
   int factor_ = 1;
   OccMapPathFinder finder_{nullptr, 0.0f};

@@ -77,16 +77,17 @@ struct Found {
 
 ::testing::AssertionResult same(const Found& a, const Found& b) {
   if (a.isFound == b.isFound && sameBits(a.cell, b.cell)) return ::testing::AssertionSuccess();
-  return ::testing::AssertionFailure()
-         << "(" << a.cell.x << ", " << a.cell.y << ") and not (" << b.cell.x << ", " << b.cell.y
-         << ")";
+  return ::testing::AssertionFailure() << "(" << a.cell.x << ", " << a.cell.y << ") and not ("
+                                       << b.cell.x << ", " << b.cell.y << ")";
 }
 
 struct Tally {
   int lowerRayLater = 0;   // the ray that wins is the one that gets there later
   int lowerRaySooner = 0;  // the other way round
 
-  void count(const Tie& tie) { ++(tie.later.ray < tie.sooner.ray ? lowerRayLater : lowerRaySooner); }
+  void count(const Tie& tie) {
+    ++(tie.later.ray < tie.sooner.ray ? lowerRayLater : lowerRaySooner);
+  }
 };
 
 // Compares the three searches for the only cells of value 0.5 among others of `rest`.
@@ -119,10 +120,12 @@ TEST(CellSearchBorders, tiesBetweenCandidatesOfDifferentRounds) {
     const std::vector<Tie> ties = tiesOf(stopsOf(map, start), reach);
     for (int k = 0; k < 20 && !ties.empty() && !HasFailure(); ++k) {
       const Tie& tie = random.pick(ties);
-      for (const Stop* stop : {&tie.sooner, &tie.later}) map.setCell(stop->cell.x, stop->cell.y, 0.5f);
+      for (const Stop* stop : {&tie.sooner, &tie.later})
+        map.setCell(stop->cell.x, stop->cell.y, 0.5f);
       expectModelsAnswers(map, start);
       tally.count(tie);
-      for (const Stop* stop : {&tie.sooner, &tie.later}) map.setCell(stop->cell.x, stop->cell.y, 0.0f);
+      for (const Stop* stop : {&tie.sooner, &tie.later})
+        map.setCell(stop->cell.x, stop->cell.y, 0.0f);
     }
   }
   EXPECT_GT(tally.lowerRayLater, 100);

@@ -18,7 +18,7 @@ using Brin::OccupancyMap;
 using Brin::Pose2Di;
 using korrin_test::RandomInputs;
 
-constexpr int kStart = -1;  // who is asked about the start cell; else a ray's number
+constexpr int kStart = -1;        // who is asked about the start cell; else a ray's number
 constexpr float kMade = 1000.0f;  // instead of a value: the condition of that ray was asked for
 constexpr std::size_t kNever = 1u << 30;
 

@@ -136,9 +136,9 @@ void search(Histories& h, int count) {
   }
 }
 
-const std::vector<Stretch> kRuns = {descend,  ascend,  stay,        fileAround,    alternate,   search,
-                                takeMany, takeAll, lowerBehind, raiseAnywhere, changeFront, search,
-                                takeMany, descend, fileNoNumbers};
+const std::vector<Stretch> kRuns = {descend,     ascend,   stay,     fileAround,  alternate,
+                                    search,      takeMany, takeAll,  lowerBehind, raiseAnywhere,
+                                    changeFront, search,   takeMany, descend,     fileNoNumbers};
 
 TEST(OpenListHistory, anyRunsInAnyOrder) {
   int emptied = 0;

@@ -44,8 +44,7 @@ std::vector<float> widthsOf(const Scan& scan) {
     const float nearer = std::min(korrin_model::lengthOf(before.x, before.y),
                                   korrin_model::lengthOf(after.x, after.y));
     widths.push_back(nearer * static_cast<float>(next - i) * 6.2831855f / static_cast<float>(n));
-    widths.push_back(nearer * static_cast<float>(next - i) *
-                     (6.2831855f / static_cast<float>(n)));
+    widths.push_back(nearer * static_cast<float>(next - i) * (6.2831855f / static_cast<float>(n)));
   }
   return widths;
 }
@@ -106,7 +105,8 @@ TEST(ScanHolesBorders, readingsExactlyInTheWayOfAHole) {
       float range = far + random.between(-0.1f, 0.3f);
       float angle = direction + step * static_cast<float>(k - n / 2) + random.between(0.0f, 0.05f);
       if (random.chance(0.4)) range = besideBorder(random, far), atRange += range == far;
-      if (random.chance(0.3)) angle = besideBorder(random, direction), atAngle += angle == direction;
+      if (random.chance(0.3))
+        angle = besideBorder(random, direction), atAngle += angle == direction;
       scan.readings.emplace_back(range, angle);
     }
     hole.beginIndex = random.between(-1, n);
@@ -130,7 +130,8 @@ TEST(ScanHolesBorders, aGapAtAnyPlaceOfAScan) {
     const float minWidth = random.pick<float>({0.25f, 0.5f, 1.0f, 0.3f});
     float range = random.between(2.0f, 8.0f);
     for (int k = random.between(2, 24); k > 0; --k) {
-      const float jump = random.chance(0.15) ? besideBorder(random, range + minWidth) - range : 0.0f;
+      const float jump =
+          random.chance(0.15) ? besideBorder(random, range + minWidth) - range : 0.0f;
       range += random.chance(0.5) && range > 2.0f ? -jump : jump;
       scan.readings.emplace_back(range, random.pick<float>({0.0f, 0.0f, 0.001f}));
     }

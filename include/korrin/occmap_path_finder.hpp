@@ -178,7 +178,8 @@ class KORRIN_EXPORT OccMapPathFinder {
   // after the last one the coarse map is the old one, too.
   //
   // The two cells may be elements of `path`. What computeCoarserMap raises (a map that was
-  // moved from, no memory) reaches the caller, with `path` empty.
+  // moved from, no memory) reaches the caller, with `path` empty. A search that memory runs out for
+  // leaves no search behind: empty sequences, and null arrays.
   void computePath(const Pose2Di& startCell, const Pose2Di& endCell, std::vector<Pose2Di>& path);
 
   // Plans between two poses of the world (metres, radians). `path` receives the world poses of the

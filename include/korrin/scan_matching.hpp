@@ -100,7 +100,8 @@ class KORRIN_EXPORT ScanDistMap {
 
   // Draws `scan`, turned by pose.theta (drawLaser says how), and makes its distance map at
   // `resolution` metres per pixel. The images of an earlier build are drawn over, or replaced when
-  // their size no longer fits. Linear in readings and pixels.
+  // their size no longer fits. Without memory for that, what was built before stays, or nothing is
+  // built. Linear in readings and pixels.
   void build(const Scan& scan, const Pose2D& pose, float resolution);
 
   // scanScore on this map, at its resolution and step, without a debug image. Before build it is

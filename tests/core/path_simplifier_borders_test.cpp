@@ -38,8 +38,8 @@ float someAccuracy(RandomInputs& random) {
   return std::ldexp(random.between(1.0f, 2.0f), random.between(-40, 50));
 }
 
-// A straight path along x of `size` poses, with one of them `aside` metres off. Its distance is that
-// exactly, since with a length of 2^7 all else is computed without rounding.
+// A straight path along x of `size` poses, with one of them `aside` metres off. Its distance is
+// that exactly, since with a length of 2^7 all else is computed without rounding.
 Path bumpedPath(std::size_t size, std::size_t bump, float aside, RandomInputs& random) {
   Path path;
   for (std::size_t i = 0; i < size; ++i) path.emplace_back(static_cast<float>(i), 0.0f, 0.0f);

@@ -31,8 +31,7 @@ inline std::int32_t placeOfFloat(float v) {
   return bits >= 0 ? bits : std::numeric_limits<std::int32_t>::min() - bits;
 }
 inline float floatAtPlace(std::int32_t place) {
-  const std::int32_t bits =
-      place >= 0 ? place : std::numeric_limits<std::int32_t>::min() - place;
+  const std::int32_t bits = place >= 0 ? place : std::numeric_limits<std::int32_t>::min() - place;
   float v = 0.0f;
   std::memcpy(&v, &bits, sizeof v);
   return v;
