@@ -50,7 +50,7 @@ struct BeamFan {
 };
 
 // Works out the angles and end cells of a fan's beams at a pose, by the batch. A count of 1 divides
-// by 0 for the step, by intention: the only angle is then not a number unless the spread is not 0.
+// by 0 for the step, by intention: the only angle, 0 times that, is then never a number.
 //
 // Why batches: where a ray ends is a branch that cannot be foreseen, and what was worked out before
 // need not wait for it; each stage by itself runs several beams at once. Whole scans gain a third.

@@ -216,6 +216,9 @@ TEST(OccupancyMapperScan, aSingleReadingHasNoAngle) {
   EXPECT_TRUE(std::isnan(scan[0].angle));
   EXPECT_EQ(scan[0].range, 0.25f);
   EXPECT_EQ(scan[0].status, 1);
+  for (const float last : {-1.0f, -2.0f, kInf}) {
+    EXPECT_TRUE(std::isnan(scanOf(map, {}, -1.0f, last, 0.0f, 5.0f, 1).at(0).angle)) << last;
+  }
 }
 
 TEST(OccupancyMapperScan, noReadingsLeaveTheOutputEmpty) {

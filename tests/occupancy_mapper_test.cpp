@@ -49,6 +49,15 @@ TEST(OccupancyMapper, copiesShareTheMap) {
   EXPECT_EQ(drawingOf(*mapper.map), Picture{".."});
 }
 
+TEST(OccupancyMapper, isMadeOfAMapOnRequestOnly) {
+  static_assert(std::is_constructible_v<OccupancyMapper, OccupancyMap*>);
+  static_assert(!std::is_convertible_v<OccupancyMap*, OccupancyMapper>);
+  static_assert(!std::is_convertible_v<std::nullptr_t, OccupancyMapper>);
+  static_assert(!std::is_constructible_v<OccupancyMapper, const OccupancyMap*>);
+  static_assert(std::is_copy_constructible_v<OccupancyMapper>);
+  EXPECT_EQ(OccupancyMapper(nullptr).map, nullptr);
+}
+
 TEST(OccupancyMapper, isPolymorphicByItsDestructorAndHoldsOnlyTheMap) {
   EXPECT_TRUE(std::has_virtual_destructor_v<OccupancyMapper>);
   EXPECT_EQ(sizeof(OccupancyMapper), 2 * sizeof(void*));

@@ -109,7 +109,8 @@ TEST(FindFirstFreeCell, theSmallerAngleAlsoWinsWithMoreSteps) {
 
 TEST(FindFirstFreeCell, anglesAreCountedInTheWorld) {
   OccupancyMap map = drawMap({"#.#", ".#.", "#.#"});
-  // Rays leave at angles to the grid's rows, wherever the world's axes point.
+  EXPECT_EQ(freeCell(map, {1, 1, 0.0f}, 0.7f), "2,1,0");
+  // Ray 0 runs along the world's x axis, which is against the columns now.
   map.params.origin = {3.0f, -2.0f, 1.5707964f};
   EXPECT_EQ(freeCell(map, {1, 1, 0.0f}, 0.7f), "1,0,0");
 }

@@ -141,6 +141,17 @@ TEST(PreparedMap, aMapWithoutCellsHasNoneToStartIn) {
   EXPECT_EQ(prepared.xThrowRay(0, 0, 5, 5).status, 1);
 }
 
+TEST(PreparedMap, aSingleReadingHasNoAngle) {
+  const OccupancyMap map = drawMap({"...", "..."});
+  const PreparedMap prepared(map, 0.5f);
+  for (const float fieldOfView : {2.0f, 0.0f, -2.0f}) {
+    Readings out;
+    prepared.simulateScan({}, fieldOfView, 0.0f, 5.0f, 1, out);
+    ASSERT_EQ(out.size(), 1u);
+    EXPECT_TRUE(std::isnan(out[0].angle)) << fieldOfView;
+  }
+}
+
 TEST(PreparedMap, aNegativeCountIsAVectorsLengthErrorOnceTheOutputIsEmpty) {
   const OccupancyMap map = drawMap({"..."});
   const PreparedMap prepared(map, 0.5f);

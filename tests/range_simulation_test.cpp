@@ -271,6 +271,9 @@ TEST(SimulateScan, aSingleBeamHasNoAngle) {
   EXPECT_TRUE(std::isnan(scan[0].angle));
   EXPECT_EQ(scan[0].range, 0.1f);
   EXPECT_EQ(scan[0].status, 1);
+  for (const float fieldOfView : {0.0f, -2.0f, kInf}) {
+    EXPECT_TRUE(std::isnan(scanOf(map, ScanModel(1, 5.0f, fieldOfView), {}).at(0).angle));
+  }
 }
 
 TEST(SimulateScan, noBeamsLeaveTheOutputEmpty) {

@@ -66,8 +66,8 @@ class KORRIN_EXPORT OccupancyMapper {
   // included). Each ray runs from `minRange` to `maxRange` metres off the pose as throwRay does it;
   // ranges are reported from the pose: minRange plus the ray's own. Ranges are cut to 2^27 cells
   // either way before the ends are computed. A count of 0 gives no readings; of 1, a reading whose
-  // angle is not a number unless the angles differ; a negative one throws std::length_error
-  // ("vector::reserve") once `out` is empty. Linear in the cells under the rays.
+  // angle is never a number, of range minRange and status 1; a negative one throws
+  // std::length_error ("vector::reserve") once `out` is empty. Linear in the cells under the rays.
   void simulateScan(const Pose2D& pose, float startAngle, float endAngle, float minRange,
                     float maxRange, int count, std::vector<RangeReading>& out,
                     float threshold) const;

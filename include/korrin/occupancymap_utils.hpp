@@ -11,10 +11,10 @@
 // the rays meet first:
 //
 //   1. The start cell itself is looked at. If it satisfies the condition, it is the answer.
-//   2. Ray k leaves at the angle 2 k pi / 50 to the grid's rows and is as long as the map is wide
-//      and high together, so that every ray that starts in the map leaves it. Its cells are those
-//      of the straight line from the start to its end, both included (integer line algorithm,
-//      Bresenham 1965).
+//   2. Ray k leaves at the angle 2 k pi / 50 to the world's x axis, whichever way the grid is
+//      turned, and is as long as the map is wide and high together, so that every ray that starts
+//      in the map leaves it. Its cells are those of the straight line from the start to its end,
+//      both included (integer line algorithm, Bresenham 1965).
 //   3. Along each ray the first cell that satisfies the condition is the ray's candidate.
 //   4. The candidate nearest to the start (Euclidean, in cells) is the answer; of equally near ones
 //      the one of the ray with the smaller angle. Candidates 1,000,000 cells away or farther do

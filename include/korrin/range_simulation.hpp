@@ -67,8 +67,8 @@ KORRIN_EXPORT RangeReading occMapGetRange(const OccupancyMap& map, const ScanMod
 // startAngle + i * fieldOfView / (count - 1), from `minRange` to `maxRange` off the pose, as
 // occMapGetRange casts it; the range is reported from the pose (minRange plus the beam's own), the
 // angle relative to the heading. Ranges are cut to 2^27 cells either way before the ends are
-// computed. A count of 0 gives no readings; of 1, one whose angle is not a number unless the
-// field of view is not 0; a negative one throws std::length_error ("vector::reserve") once `out` is
+// computed. A count of 0 gives no readings; of 1, one whose angle is never a number, of range
+// minRange and status 1; a negative one throws std::length_error ("vector::reserve") once `out` is
 // empty.
 KORRIN_EXPORT void occMapSimulateScan(const OccupancyMap& map, const ScanModel& model,
                                       const Pose2D& pose, std::vector<RangeReading>& out,

@@ -54,6 +54,18 @@ TEST(RangeReading, takesRangeAndAngleAndKeepsTheOtherDefaults) {
   EXPECT_EQ(reading.status, 0);
 }
 
+TEST(RangeReading, takesAllFieldsInTheirOrder) {
+  const RangeReading reading{4.0f, -0.5f, 0.25f, 7, 1};
+  EXPECT_EQ(reading.range, 4.0f);
+  EXPECT_EQ(reading.angle, -0.5f);
+  EXPECT_EQ(reading.weight, 0.25f);
+  EXPECT_EQ(reading.mark, 7);
+  EXPECT_EQ(reading.status, 1);
+  static_assert(std::is_convertible_v<const RangeReading&, RangeReading>);
+  static_assert(!std::is_convertible_v<float, RangeReading>);
+  static_assert(!std::is_constructible_v<RangeReading, float>);
+}
+
 TEST(RangeReading, endsAtItsRangeInTheDirectionOfItsAngle) {
   EXPECT_NEAR(RangeReading(2.0f, 0.0f).toPoint2D().x, 2.0f, 1e-6f);
   EXPECT_NEAR(RangeReading(2.0f, 0.0f).toPoint2D().y, 0.0f, 1e-6f);

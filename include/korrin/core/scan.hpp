@@ -26,6 +26,9 @@ struct KORRIN_EXPORT RangeReading {
   RangeReading() = default;
   // A hit at `range` metres under the bearing `angle` (radians), of weight 1.
   RangeReading(float range_, float angle_) : range(range_), angle(angle_) {}
+  // All fields in their order.
+  RangeReading(float range_, float angle_, float weight_, std::int32_t mark_, std::int32_t status_)
+      : range(range_), angle(angle_), weight(weight_), mark(mark_), status(status_) {}
 
   // The reading's end in the sensor frame, metres: (range * cos angle, range * sin angle).
   Point2D toPoint2D() const;
