@@ -205,9 +205,12 @@ TEST(AfterFailure, aPreparedMapAnswersForTheSizeItKnowsOrNotAtAll) {
   const auto raisesError = [](const Brin::PreparedMap& prepared) {
     const Brin::ScanModel scanner(9, 1.0f, 3.0f);
     std::vector<Brin::RangeReading> out;
-    return isRefused([&] { prepared.xThrowRay(1, 1, 9, 9); }) &&
-           isRefused([&] { prepared.throwRay({0.1f, 0.1f}, {0.4f, 0.4f}); }) &&
-           isRefused([&] { prepared.occMapGetRange(scanner, {1, 1}, {9, 9}); }) &&
+    return isRefused([&] { prepared.xThrowRay(1, 1, 9, 9); }) && isRefused([&] {
+             prepared.throwRay({0.1f, 0.1f}, {0.4f, 0.4f});
+           }) &&
+           isRefused([&] {
+             prepared.occMapGetRange(scanner, {1, 1}, {9, 9});
+           }) &&
            isRefused([&] { prepared.simulateScan({}, 3.0f, 0.0f, 1.0f, 9, out); }) &&
            isRefused([&] { prepared.occMapSimulateScan(scanner, {}, out); });
   };
@@ -328,21 +331,25 @@ TEST(AfterFailure, aReferenceScoresAsBeforeOrNotAtAll) {
   int notAtAll = 0;
   // Another resolution and size; another resolution and the same size; another heading alone.
   const std::function<void(Reference&)> builds[] = {
-      [](Reference& r) { r.map.build(r.scan, {0.0f, 0.0f, 1.0f}, 0.02f); },
+      [](Reference& r) {
+        r.map.build(r.scan, {0.0f, 0.0f, 1.0f}, 0.02f);
+      },
       [](Reference& r) { r.map.build({}, {}, 0.3f); },
-      [](Reference& r) { r.map.build(r.scan, {0.0f, 0.0f, 1.0f}, 0.1f); },
+      [](Reference& r) {
+        r.map.build(r.scan, {0.0f, 0.0f, 1.0f}, 0.1f);
+      },
   };
   for (const auto& build : builds) {
-    const int refused = afterEachFailure<Reference>(
-        [] { return std::make_unique<Reference>(); }, build,
-        [&](Reference& r) {
-          float score = before;
-          const bool raises = isRefused([&] { score = r.score(); });
-          EXPECT_TRUE(sameBits(score, before));
-          (raises ? notAtAll : asBefore) += 1;
-          r.map.build(r.scan, {}, 0.1f);
-          EXPECT_TRUE(sameBits(r.score(), before));
-        });
+    const int refused =
+        afterEachFailure<Reference>([] { return std::make_unique<Reference>(); }, build,
+                                    [&](Reference& r) {
+                                      float score = before;
+                                      const bool raises = isRefused([&] { score = r.score(); });
+                                      EXPECT_TRUE(sameBits(score, before));
+                                      (raises ? notAtAll : asBefore) += 1;
+                                      r.map.build(r.scan, {}, 0.1f);
+                                      EXPECT_TRUE(sameBits(r.score(), before));
+                                    });
     EXPECT_GT(refused, 1);
   }
   EXPECT_GT(asBefore, 0);
@@ -360,7 +367,8 @@ TEST(AfterFailure, aSimplifierAnswersAsANewOne) {
   const auto prepare = [] {
     auto made = std::make_unique<Simplifier>();
     for (int i = 0; i < 25; ++i) {
-      made->path.emplace_back(0.05f * static_cast<float>(i), 0.05f * static_cast<float>(i % 7), 0.0f);
+      made->path.emplace_back(0.05f * static_cast<float>(i), 0.05f * static_cast<float>(i % 7),
+                              0.0f);
     }
     for (int i = 0; i < 30; i += 2) made->map.setCell(i, 3, 0.0f);
     return made;
@@ -405,14 +413,14 @@ TEST(AfterFailure, slotsHoldWhatTheyHeld) {
       [&](Slots& s) { Brin::drawLaser(scan, {}, &s.drawn, 0.05f, true, 0); },
   };
   for (const auto& call : calls) {
-    const int refused = afterEachFailure<Slots>(
-        [] { return std::make_unique<Slots>(); }, call, [](Slots& s) {
-          EXPECT_TRUE(sameMap(s.map, freeMap(4, 3)));
-          ASSERT_NE(s.bytes, nullptr);
-          EXPECT_EQ(s.bytes->width, 2);
-          ASSERT_NE(s.drawn, nullptr);
-          EXPECT_EQ(s.drawn->width, 4);
-        });
+    const int refused = afterEachFailure<Slots>([] { return std::make_unique<Slots>(); }, call,
+                                                [](Slots& s) {
+                                                  EXPECT_TRUE(sameMap(s.map, freeMap(4, 3)));
+                                                  ASSERT_NE(s.bytes, nullptr);
+                                                  EXPECT_EQ(s.bytes->width, 2);
+                                                  ASSERT_NE(s.drawn, nullptr);
+                                                  EXPECT_EQ(s.drawn->width, 4);
+                                                });
     EXPECT_GT(refused, 0);
   }
 }

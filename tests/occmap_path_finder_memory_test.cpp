@@ -13,6 +13,8 @@
 #include "models/occmap_path_finder_model.hpp"
 #include "support/bits.hpp"
 #include "support/log_capture.hpp"
+#include "support/map_drawing.hpp"
+#include "support/path_searches.hpp"
 #include "support/random_inputs.hpp"
 
 namespace {
@@ -98,6 +100,51 @@ TEST(PathFinderMemory, arraysOfAnySizeStartAtZero) {
     const auto cells = static_cast<std::ptrdiff_t>(side) * side;
     EXPECT_EQ(std::count(finder.cellStates.get(), finder.cellStates.get() + cells, 0), cells - 1);
     EXPECT_EQ(std::count(finder.cellNodes.get(), finder.cellNodes.get() + cells, 0), cells);
+  }
+}
+
+// Its coarse map is the new one then, but the arrays belong to the map of the last search.
+TEST(PathFinderMemory, aRejectedRequestOnAMapOfAnotherWidthLeavesTheArrays) {
+  const OccupancyMap map = korrin_test::drawMap({"......", ".##.#.", "......", ".#.##."});
+  korrin_test::LogCapture log;
+  for (const int width : {1, 3, 5, 7, 40}) {
+    OccupancyMap other = freeMap(width, 9);
+    other.setCell(0, 0, 0.0f);
+    for (const bool isStartBlocked : {true, false}) {
+      korrin_model::PathFinderModel model;
+      model.coarseMap = map;
+      model.search({0, 0, 0.25f}, {5, 3, 0.0f});
+      OccMapPathFinder finder(&map, 0.0f);
+      plan(finder, {0, 0, 0.25f}, {5, 3, 0.0f});
+      const std::int32_t* states = finder.cellStates.get();
+      const std::int32_t* cellNodes = finder.cellNodes.get();
+
+      finder.setOccMap(&other);
+      const Pose2Di blocked(0, 0, 0.0f);
+      const Pose2Di free(0, 8, 0.0f);
+      log.clear();
+      EXPECT_TRUE(
+          plan(finder, isStartBlocked ? blocked : free, isStartBlocked ? free : blocked).empty());
+      ASSERT_EQ(log.records().size(), 1u);
+      EXPECT_EQ(log.records()[0].message,
+                isStartBlocked ? "Start is not free." : "End is not free.");
+
+      EXPECT_EQ(finder.coarseMap.params.width, width);
+      EXPECT_EQ(finder.cellStates.get(), states);
+      EXPECT_EQ(finder.cellNodes.get(), cellNodes);
+      EXPECT_TRUE(korrin_test::sameSearch(finder, model)) << width;
+      EXPECT_TRUE(sameBits(finder.start, model.start));
+      EXPECT_TRUE(sameBits(finder.end, model.end));
+      for (int y = 0; y < 4; ++y) {
+        for (int x = 0; x < 6; ++x) {
+          const auto entry = static_cast<std::size_t>(6 * y + x);
+          EXPECT_EQ(&finder.xGetCellState({x, y, 0.0f}), states + entry);
+          EXPECT_EQ(&finder.xGetCellNode({x, y, 0.0f}), cellNodes + entry);
+          const bool isOpen = model.cellStates[entry] == 1;
+          EXPECT_EQ(finder.xFindNode({x, y, 0.0f}) != nullptr, isOpen) << x << ", " << y;
+        }
+      }
+    }
   }
 }
 

@@ -219,8 +219,11 @@ class PathFinderModel {
   }
 
   void tryNeighbor(const Node& current, const Pose2Di& delta, bool firstIteration) {
-    const int x = current.x + delta.x;
-    const int y = current.y + delta.y;
+    const std::int64_t column = std::int64_t{current.x} + delta.x;
+    const std::int64_t row = std::int64_t{current.y} + delta.y;
+    if (column < 0 || row < 0 || column >= width() || row >= height()) return;
+    const int x = static_cast<int>(column);
+    const int y = static_cast<int>(row);
     if (!isFree(x, y)) return;
     const float p = valueAt(x, y);
     float g = current.g + distance(delta.x, delta.y) * (1.0f + 2.0f * (1.0f - p));
