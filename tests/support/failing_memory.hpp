@@ -50,7 +50,8 @@ namespace korrin_test {
 inline std::int64_t blocksInUse = 0;
 inline std::int64_t allocationsLeft = -1;  // before failure; negative: it never comes
 inline bool isFailingOn = false;
-inline std::size_t firstRefused = 0;    // bytes; 0: none
+inline std::size_t firstRefused = 0;  // bytes; 0: none
+inline std::int64_t allocationCount = 0;
 inline std::size_t largestRequest = 0;  // bytes; to be set back to 0 by whoever wants to know
 inline std::size_t mostAtOnce = std::numeric_limits<std::size_t>::max();  // bytes
 
@@ -83,6 +84,7 @@ class SmallMemory {
 };
 
 KORRIN_TEST_PLAIN inline bool refuses(std::size_t size) {
+  ++allocationCount;
   if (size > largestRequest) largestRequest = size;
   if (size > mostAtOnce) {
     errno = ENOMEM;
