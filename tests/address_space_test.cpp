@@ -31,8 +31,8 @@ std::int64_t addressSpace() {
   return pages * sysconf(_SC_PAGESIZE);
 }
 
-// How much the process grows while `round` is called `rounds` times. The ten rounds before that fill
-// what allocators keep for later.
+// How much the process grows while `round` is called `rounds` times. The ten rounds before that
+// fill what allocators keep for later.
 std::int64_t growthOver(int rounds, const std::function<void(int)>& round) {
   mallopt(M_ARENA_MAX, 1);  // or every thread of OpenCV's would take addresses for itself
   for (int i = 0; i < 10; ++i) round(i);
@@ -65,8 +65,8 @@ OccupancyMap freeMap(int width, int height) {
 // if they were given back by the size that was asked for.
 TEST(AddressSpace, doesNotGrowByArraysOfAnySize) {
   const std::int64_t hugePage = 2 * kMebibyte / 4;  // entries
-  const std::vector<std::int64_t> counts = {hugePage + 1, 3 * hugePage + 7, hugePage - 1,
-                                            70000,        65536,            100};
+  const std::vector<std::int64_t> counts = {
+      hugePage + 1, 3 * hugePage + 7, hugePage - 1, 70000, 65536, 100};
   const auto round = [&](int i) {
     const std::int64_t count = counts[static_cast<std::size_t>(i) % counts.size()];
     const auto array = Brin::makeZeroedArray<std::int32_t>(count);

@@ -81,8 +81,8 @@ TEST(GridBorders, posesAtTheFarthestCells) {
   for (const float sign : {1.0f, -1.0f}) {
     for (float x = floatBelow(floatBelow(kFarthest)); x < 1.1f * kFarthest; x = floatAbove(x)) {
       const Pose2D pose(sign * x, -sign * x, 0.0f);
-      ASSERT_TRUE(sameBits(map.getPixelFromPose(pose),
-                           korrin_model::getPixelFromPose(map.params, pose)));
+      ASSERT_TRUE(
+          sameBits(map.getPixelFromPose(pose), korrin_model::getPixelFromPose(map.params, pose)));
       if (x > kFarthest) x = floatAbove(1.05f * x);
     }
   }

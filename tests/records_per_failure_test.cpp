@@ -68,18 +68,34 @@ TEST(RecordsPerFailure, ofPlanning) {
       {"both blocked", file, {kWarning}, [&] { plan(2, 2); }},
       {"start outside", file, {kWarning}, [&] { plan(-1, 9); }},
       {"no way", file, {kError}, [&] { plan(0, 3); }},
-      {"no way between poses", file, {kError},
+      {"no way between poses",
+       file,
+       {kError},
        [&] { finder.computePath(Pose2D(0, 0, 0), Pose2D(3, 0, 0), poses); }},
-      {"a node outside", file, {kWarning},
-       [&] { finder.xAddInOpenNodes({9, 9, 0.0f, -1, 0.0f, 0.0f, 0.0f}); }},
-      {"a node inside", file, {},
-       [&] { finder.xAddInOpenNodes({1, 1, 0.0f, -1, 0.0f, 0.0f, 0.0f}); }},
+      {"a node outside",
+       file,
+       {kWarning},
+       [&] {
+         finder.xAddInOpenNodes({9, 9, 0.0f, -1, 0.0f, 0.0f, 0.0f});
+       }},
+      {"a node inside",
+       file,
+       {},
+       [&] {
+         finder.xAddInOpenNodes({1, 1, 0.0f, -1, 0.0f, 0.0f, 0.0f});
+       }},
       {"no factor", file, {kWarning}, [&] { finder.setCoarseFactor(0), plan(0, 1); }},
       {"no map, no factor", file, {kWarning}, [&] { finder.setOccMap(nullptr), plan(0, 1); }},
-      {"no map between poses", file, {kWarning},
+      {"no map between poses",
+       file,
+       {kWarning},
        [&] { finder.computePath(Pose2D(0, 0, 0), Pose2D(1, 0, 0), poses); }},
-      {"no map to look at", file, {},
-       [&] { finder.xFindNode({0, 0, 0.0f}), finder.xBuildPath(cells), finder.xFindPath(); }},
+      {"no map to look at",
+       file,
+       {},
+       [&] {
+         finder.xFindNode({0, 0, 0.0f}), finder.xBuildPath(cells), finder.xFindPath();
+       }},
   });
 }
 
@@ -92,7 +108,10 @@ TEST(RecordsPerFailure, ofTheMapper) {
   expectRecords({
       {"updateMap", file, one, [&] { nothing.updateMap(readings, {}, 0.1f, 0.1f); }},
       {"updateMap2", file, one, [&] { nothing.updateMap2(readings, {}, 0.1f, 0.1f); }},
-      {"throwRay", file, one, [&] { nothing.throwRay({}, {1.0f, 1.0f}, 0.5f); }},
+      {"throwRay", file, one,
+       [&] {
+         nothing.throwRay({}, {1.0f, 1.0f}, 0.5f);
+       }},
       {"simulateScan", file, one,
        [&] { nothing.simulateScan({}, 0.0f, 1.0f, 0.0f, 5.0f, 9, out, 0.5f); }},
       {"its other form", file, one,
@@ -124,27 +143,37 @@ TEST(RecordsPerFailure, ofScoring) {
   std::vector<float> scores;
   const auto scoreAll = [&](int step) {
     return std::vector<Case>{
-        {"points", "src/scan_matching", {kWarning},
-         [&, step] {
-           Brin::scanScore(map.get(), points, {}, 1.0f, 1.0f, nullptr, nullptr, step);
-         }},
-        {"a scan", "src/scan_matching", {kWarning},
+        {"points",
+         "src/scan_matching",
+         {kWarning},
+         [&, step] { Brin::scanScore(map.get(), points, {}, 1.0f, 1.0f, nullptr, nullptr, step); }},
+        {"a scan",
+         "src/scan_matching",
+         {kWarning},
          [&, step] { Brin::scanScore(map.get(), scan, {}, 1.0f, 1.0f, nullptr, nullptr, step); }},
-        {"points in pixels", "src/scan_matching", {kWarning},
+        {"points in pixels",
+         "src/scan_matching",
+         {kWarning},
          [&, step] {
            reference.step = step;
            reference.scorePxlScan(points, {}, 1.0f, nullptr);
          }},
-        {"points on a reference", "src/scan_matching", {kWarning},
+        {"points on a reference",
+         "src/scan_matching",
+         {kWarning},
          [&, step] {
            reference.step = step;
            reference.score(points, {}, 1.0f, nullptr);
          }},
-        {"many poses of points", "src/batch_scoring", {kWarning},
+        {"many poses of points",
+         "src/batch_scoring",
+         {kWarning},
          [&, step] {
            Brin::scanScores(map.get(), points, {{}, {}}, 1.0f, 1.0f, scores, nullptr, step);
          }},
-        {"many poses of a scan", "src/batch_scoring", {kWarning},
+        {"many poses of a scan",
+         "src/batch_scoring",
+         {kWarning},
          [&, step] {
            Brin::scanScores(map.get(), scan, {{}, {}}, 1.0f, 1.0f, scores, nullptr, step);
          }},
