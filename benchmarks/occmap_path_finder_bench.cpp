@@ -17,7 +17,7 @@
 #include "support/office_map.hpp"
 #include "support/random_inputs.hpp"
 #ifdef KORRIN_BENCH_READS_MAPS
-#include "tools/map_file.hpp"
+#include "korrin/io/map_file.hpp"
 #endif
 
 namespace {
@@ -34,7 +34,7 @@ const OccupancyMap& floorOfSide(std::int64_t side) {
   if (known != maps.end()) return known->second;
 #ifdef KORRIN_BENCH_READS_MAPS
   if (side == kRealMap && std::ifstream(kRealMapFile).good()) {
-    return maps.emplace(side, korrin_tool::readMapFile(kRealMapFile)).first->second;
+    return maps.emplace(side, Brin::io::readMapFile(kRealMapFile)).first->second;
   }
 #endif
   return maps.emplace(side, korrin_test::officeMap(static_cast<int>(side), 7)).first->second;

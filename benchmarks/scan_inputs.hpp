@@ -17,9 +17,9 @@
 #include "support/office_map.hpp"
 #include "support/random_inputs.hpp"
 #ifdef KORRIN_BENCH_READS_MAPS
-#include "tools/carmen_log.hpp"
+#include "korrin/io/laser_log.hpp"
+#include "korrin/io/map_file.hpp"
 #include "tools/grid_builder.hpp"
-#include "tools/map_file.hpp"
 #endif
 
 namespace korrin_bench {
@@ -42,7 +42,7 @@ inline std::string fileOf(Floor floor) {
 inline std::optional<Brin::OccupancyMap> mapOf(Floor floor) {
   if (floor == Floor::Office) return korrin_test::officeMap(1000, 7);
 #ifdef KORRIN_BENCH_READS_MAPS
-  if (std::ifstream(fileOf(floor)).good()) return korrin_tool::readMapFile(fileOf(floor));
+  if (std::ifstream(fileOf(floor)).good()) return Brin::io::readMapFile(fileOf(floor));
 #endif
   return std::nullopt;
 }
@@ -62,9 +62,9 @@ inline std::optional<ScansToMap> intelLog() {
 #ifdef KORRIN_BENCH_READS_MAPS
   const std::string file = "../shared/data/logs/intel-corrected.log.gz";
   if (!std::ifstream(file).good()) return std::nullopt;
-  const std::vector<korrin_tool::LoggedScan> logged = korrin_tool::readCarmenLog(file).scans;
+  const std::vector<Brin::io::LoggedScan> logged = Brin::io::readLaserLog(file).scans;
   ScansToMap input{{}, {}, {*korrin_tool::gridAround(logged, 0.05f), false}};
-  for (const korrin_tool::LoggedScan& scan : logged) {
+  for (const Brin::io::LoggedScan& scan : logged) {
     input.scans.push_back(scan.scan.readings);
     input.poses.push_back(scan.pose);
   }

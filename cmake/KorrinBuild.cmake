@@ -24,3 +24,31 @@ function(korrin_configure_target target)
     target_link_options(${target} PRIVATE -fsanitize=${KORRIN_SANITIZE})
   endif()
 endfunction()
+
+# korrin_add_library(TARGET NAME PATTERN...): a shared library korrin::NAME of all sources that the
+# patterns match, so that a new component needs no edit.
+function(korrin_add_library target name)
+  list(TRANSFORM ARGN PREPEND "${PROJECT_SOURCE_DIR}/" OUTPUT_VARIABLE patterns)
+  file(GLOB sources CONFIGURE_DEPENDS ${patterns})
+  add_library(${target} SHARED ${sources})
+  add_library(korrin::${name} ALIAS ${target})
+  korrin_configure_target(${target})
+  # What __FILE__ says in an error does not depend on where the library was built.
+  target_compile_options(${target} PRIVATE "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
+  target_include_directories(${target}
+    PUBLIC "$<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>"
+           "$<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>"
+    PRIVATE "${PROJECT_SOURCE_DIR}")
+  if(KORRIN_COVERAGE)
+    # Atomic: threads that count the same branch at once would otherwise leave counts below zero.
+    target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic -O0)
+    target_link_options(${target} PRIVATE --coverage)
+  endif()
+  set(exports "${PROJECT_SOURCE_DIR}/cmake/exported_symbols.map")
+  target_link_options(${target} PRIVATE "LINKER:--version-script=${exports}")
+  set_target_properties(${target} PROPERTIES
+    EXPORT_NAME ${name}
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${KORRIN_SOVERSION}
+    LINK_DEPENDS "${exports}")
+endfunction()

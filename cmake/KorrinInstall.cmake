@@ -1,16 +1,34 @@
-# Installs headers, library, the CMake package and the pkg-config file. The components are those
-# that the Debian packages are made of: runtime, development and, from tools/, tools.
+# Installs headers, libraries, the CMake package and the pkg-config files. The components are those
+# that the Debian packages are made of: runtime and development, for each further library
+# <name>-runtime and <name>-development, and, from tools/ and python/, tools and python.
 include(CMakePackageConfigHelpers)
 
 set(KORRIN_CMAKE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/korrin")
 
-install(TARGETS korrin EXPORT korrin-targets
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-    COMPONENT runtime NAMELINK_COMPONENT development
-  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(DIRECTORY include/korrin DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
-install(EXPORT korrin-targets NAMESPACE korrin:: DESTINATION ${KORRIN_CMAKE_DIR}
-  COMPONENT development)
+# korrin_install_library(TARGET EXPORT [PREFIX]): the library, and what CMake must know of it.
+function(korrin_install_library target export prefix)
+  install(TARGETS ${target} EXPORT ${export}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+      COMPONENT ${prefix}runtime NAMELINK_COMPONENT ${prefix}development
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  install(EXPORT ${export} NAMESPACE korrin:: DESTINATION ${KORRIN_CMAKE_DIR}
+    COMPONENT ${prefix}development)
+endfunction()
+
+# The headers of each further library stand in a directory of its name.
+set(KORRIN_FURTHER_LIBRARIES "")
+if(KORRIN_BUILD_IO)
+  list(APPEND KORRIN_FURTHER_LIBRARIES io)
+endif()
+
+korrin_install_library(korrin korrin-targets "")
+install(DIRECTORY include/korrin DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
+  PATTERN io EXCLUDE)
+foreach(name IN LISTS KORRIN_FURTHER_LIBRARIES)
+  korrin_install_library(korrin_${name} korrin-${name}-targets ${name}-)
+  install(DIRECTORY include/korrin/${name} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/korrin
+    COMPONENT ${name}-development)
+endforeach()
 
 configure_package_config_file(cmake/korrin-config.cmake.in
   "${PROJECT_BINARY_DIR}/korrin-config.cmake" INSTALL_DESTINATION ${KORRIN_CMAKE_DIR})
@@ -36,6 +54,19 @@ foreach(kind LIB INCLUDE)
     string(PREPEND KORRIN_PC_${kind}DIR "\${prefix}/")
   endif()
 endforeach()
-configure_file(cmake/korrin.pc.in "${PROJECT_BINARY_DIR}/korrin.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/korrin.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
-  COMPONENT development)
+# korrin_install_pkg_config(NAME LIBRARY COMPONENT DESCRIPTION REQUIRED)
+function(korrin_install_pkg_config name library component description required)
+  set(KORRIN_PC_NAME ${name})
+  set(KORRIN_PC_LIBRARY ${library})
+  set(KORRIN_PC_DESCRIPTION "${description}")
+  set(KORRIN_PC_REQUIRES "${required}")
+  configure_file(cmake/korrin.pc.in "${PROJECT_BINARY_DIR}/${name}.pc" @ONLY)
+  install(FILES "${PROJECT_BINARY_DIR}/${name}.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+    COMPONENT ${component})
+endfunction()
+
+korrin_install_pkg_config(korrin korrin development "${PROJECT_DESCRIPTION}" "")
+if(KORRIN_BUILD_IO)
+  korrin_install_pkg_config(korrin-io korrin_io io-development
+    "Map files, laser logs and paths for korrin" "korrin = ${PROJECT_VERSION}")
+endif()

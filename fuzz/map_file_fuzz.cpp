@@ -1,17 +1,16 @@
 // Reads bytes as a map file: the YAML text, a byte 0, and the picture. Whatever is read can be
 // written, and comes back.
 #include "fuzz/fuzz_target.hpp"
-#include "tools/map_file.hpp"
-#include "tools/tool_run.hpp"
-#include "tools/usage_error.hpp"
+#include "korrin/io/map_file.hpp"
+#include "tests/support/files.hpp"
 
 namespace {
 
 using Brin::OccupancyMap;
+using Brin::io::MapFileFormat;
+using Brin::io::MapMode;
 using korrin_fuzz::Mark;
 using korrin_fuzz::require;
-using korrin_tool::MapFileFormat;
-using korrin_tool::MapMode;
 
 const Mark kRead("a map");
 const Mark kScale("a map of mode scale");
@@ -33,13 +32,13 @@ void requireSound(const OccupancyMap& map) {
 // Writes the map and reads it again.
 OccupancyMap returned(const OccupancyMap& map, MapFileFormat format, const std::string& path) {
   format.image.clear();
-  korrin_tool::writeMapFile(map, path, format);
-  return korrin_tool::readMapFile(path);
+  Brin::io::writeMapFile(map, path, format);
+  return Brin::io::readMapFile(path);
 }
 
 void readAndReturn(const korrin_test::TemporaryDirectory& directory) {
   MapFileFormat format;
-  const OccupancyMap map = korrin_tool::readMapFile(directory / "map.yaml", &format);
+  const OccupancyMap map = Brin::io::readMapFile(directory / "map.yaml", &format);
   requireSound(map);
   const OccupancyMap once = returned(map, format, directory / "once.yaml");
   require(korrin_test::sameParams(map.params, once.params), "geometry");
@@ -65,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   korrin_test::writeFile(directory / "m", isPicture ? picture : "");
   try {
     readAndReturn(directory);
-  } catch (const korrin_tool::UsageError&) {
+  } catch (const Brin::io::FileError&) {
     kRefused.count(true);
   }
   return 0;

@@ -9,9 +9,9 @@
 #include <iostream>
 #include <vector>
 
+#include "korrin/io/map_file.hpp"
 #include "tests/support/random_inputs.hpp"
-#include "tools/floor_plan.hpp"
-#include "tools/map_file.hpp"
+#include "tools/demo/floor_plan.hpp"
 #include "tools/negative_answer.hpp"
 #include "tools/planning.hpp"
 
@@ -42,7 +42,7 @@ std::vector<NamedMap> mapsToPlanOn() {
   }
   for (const auto& file : std::filesystem::directory_iterator(kMapDirectory)) {
     if (file.path().extension() != ".yaml") continue;
-    maps.push_back({file.path().string(), korrin_tool::readMapFile(file.path().string())});
+    maps.push_back({file.path().string(), Brin::io::readMapFile(file.path().string())});
   }
   return maps;
 }

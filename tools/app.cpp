@@ -5,7 +5,7 @@
 #include <iostream>
 #include <opencv2/core/utils/logger.hpp>
 
-#include "tools/commands.hpp"
+#include "tools/commands/commands.hpp"
 #include "tools/negative_answer.hpp"
 #include "tools/usage_error.hpp"
 

@@ -27,7 +27,7 @@ constexpr double kMargin = 0.5;      // metres around everything in the grid's f
 constexpr double kCropMargin = 1.0;  // metres around the free cells
 constexpr double kMaxCells = 50e6;
 
-Pose2D endOf(const LoggedScan& logged, const RangeReading& reading) {
+Pose2D endOf(const Brin::io::LoggedScan& logged, const RangeReading& reading) {
   const Brin::Point2D end = reading.toPoint2D();
   return logged.pose.absProject({end.x, end.y, 0.0f});
 }
@@ -35,7 +35,7 @@ Pose2D endOf(const LoggedScan& logged, const RangeReading& reading) {
 // The reading as OccupancyMapper wants it to end in the cell that holds its end: the mapper adds a
 // truncated offset to the robot's cell, whose own middle the robot is not in. Half a cell more
 // than the whole offset survives any rounding.
-RangeReading aimedAtItsCell(const LoggedScan& logged, const RangeReading& reading,
+RangeReading aimedAtItsCell(const Brin::io::LoggedScan& logged, const RangeReading& reading,
                             const OccupancyMapParams& frame) {
   const Brin::Pose2Di robot = frame.getPixelFromPose(logged.pose);
   const Brin::Pose2Di end = frame.getPixelFromPose(endOf(logged, reading));
@@ -51,7 +51,7 @@ RangeReading aimedAtItsCell(const LoggedScan& logged, const RangeReading& readin
 }
 
 // The grid's axes are the world's, as the mapper wants it.
-void enterScan(const LoggedScan& logged, OccupancyMap& map) {
+void enterScan(const Brin::io::LoggedScan& logged, OccupancyMap& map) {
   std::vector<RangeReading> readings;
   for (const RangeReading& reading : logged.scan.readings) {
     if (reading.weight > 0.0f) readings.push_back(aimedAtItsCell(logged, reading, map));
@@ -81,9 +81,9 @@ struct Box {
   }
 };
 
-Box boxAround(const std::vector<LoggedScan>& scans) {
+Box boxAround(const std::vector<Brin::io::LoggedScan>& scans) {
   Box box;
-  for (const LoggedScan& logged : scans) {
+  for (const Brin::io::LoggedScan& logged : scans) {
     box.add(logged.pose.x, logged.pose.y);
     for (const RangeReading& reading : logged.scan.readings) {
       if (reading.weight <= 0.0f) continue;
@@ -110,7 +110,7 @@ Brin::ScanModel scannerOf(const Brin::Scan& scan, float resolution) {
 }
 
 // The likelihood of the beams of one scan that hit something; nothing when none did.
-std::optional<double> likelihoodOf(const LoggedScan& logged, const OccupancyMap& map) {
+std::optional<double> likelihoodOf(const Brin::io::LoggedScan& logged, const OccupancyMap& map) {
   if (logged.scan.readings.size() < 2) return std::nullopt;
   const Brin::ScanModel model = scannerOf(logged.scan, map.params.resolution);
   std::vector<RangeReading> simulated;
@@ -128,7 +128,7 @@ std::optional<double> likelihoodOf(const LoggedScan& logged, const OccupancyMap&
 
 }  // namespace
 
-std::optional<OccupancyMapParams> gridAround(const std::vector<LoggedScan>& scans,
+std::optional<OccupancyMapParams> gridAround(const std::vector<Brin::io::LoggedScan>& scans,
                                              float resolution) {
   if (scans.empty()) return std::nullopt;
   const double cell = double{resolution};
@@ -180,8 +180,8 @@ void tidy(OccupancyMap& map) {
 
 }  // namespace
 
-OccupancyMap buildGrid(const std::vector<LoggedScan>& scans, const OccupancyMapParams& frame,
-                       const Progress& progress) {
+OccupancyMap buildGrid(const std::vector<Brin::io::LoggedScan>& scans,
+                       const OccupancyMapParams& frame, const Progress& progress) {
   OccupancyMap map(frame, false);
   for (std::size_t i = 0; i < scans.size(); ++i) {
     enterScan(scans[i], map);
@@ -213,7 +213,7 @@ OccupancyMap croppedToFree(const OccupancyMap& map) {
   return cropped;
 }
 
-GridQuality judgeGrid(const OccupancyMap& map, const std::vector<LoggedScan>& scans,
+GridQuality judgeGrid(const OccupancyMap& map, const std::vector<Brin::io::LoggedScan>& scans,
                       std::size_t samples) {
   GridQuality quality;
   for (int y = 0; y < map.params.height; ++y) {

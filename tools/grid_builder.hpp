@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "korrin/core/occupancy_map.hpp"
-#include "tools/carmen_log.hpp"
+#include "korrin/io/laser_log.hpp"
 
 namespace korrin_tool {
 
@@ -23,14 +23,14 @@ using Progress = std::function<void(double)>;
 // The frame of a grid that holds every scan's pose and beams' ends, with a margin of half a metre,
 // its cells' borders at multiples of `resolution`. Nothing when that would be more than 50 million
 // cells. Beams of weight 0 do not count.
-std::optional<Brin::OccupancyMapParams> gridAround(const std::vector<LoggedScan>& scans,
+std::optional<Brin::OccupancyMapParams> gridAround(const std::vector<Brin::io::LoggedScan>& scans,
                                                    float resolution);
 
 // The grid of these scans, at their own poses: each beam makes the cells it crosses a little freer
 // and lowers the one it hits more. In the end a cell is occupied when hits prevail and free when it
 // was crossed at least twice beyond that, or nearly all around it is free; what only a lone beam
 // crossed stays unknown.
-Brin::OccupancyMap buildGrid(const std::vector<LoggedScan>& scans,
+Brin::OccupancyMap buildGrid(const std::vector<Brin::io::LoggedScan>& scans,
                              const Brin::OccupancyMapParams& frame, const Progress& progress = {});
 
 // The part of a grid that is of use: the free cells with one metre around. What single beams hit
@@ -47,7 +47,7 @@ struct GridQuality {
 };
 
 // Compares the grid with at most about `samples` of the scans.
-GridQuality judgeGrid(const Brin::OccupancyMap& map, const std::vector<LoggedScan>& scans,
+GridQuality judgeGrid(const Brin::OccupancyMap& map, const std::vector<Brin::io::LoggedScan>& scans,
                       std::size_t samples = 200);
 
 }  // namespace korrin_tool

@@ -35,7 +35,7 @@ struct Refining {
 constexpr Refining kCarrying{0.3f, {1.0f, 20.0f}, 4, 12};
 constexpr Refining kSettling{0.15f, {1.0f, 40.0f}, 3, 6};
 
-using Scans = std::vector<LoggedScan>;
+using Scans = std::vector<Brin::io::LoggedScan>;
 
 bool isFarFrom(const Pose2D& key, const Pose2D& pose) {
   const Pose2D apart = key.relProject(pose);

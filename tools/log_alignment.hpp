@@ -20,7 +20,7 @@
 
 #include <vector>
 
-#include "tools/carmen_log.hpp"
+#include "korrin/io/laser_log.hpp"
 #include "tools/grid_builder.hpp"
 
 namespace korrin_tool {
@@ -32,12 +32,12 @@ enum class AlignmentKind {
 };
 
 struct Alignment {
-  std::vector<LoggedScan> scans;  // the log's, with better poses
+  std::vector<Brin::io::LoggedScan> scans;  // the log's, with better poses
   AlignmentKind kind = AlignmentKind::Logged;
 };
 
 // Aligns scans for a grid of `resolution` metres. The first scan's pose stays near the logged one.
-Alignment alignLog(const std::vector<LoggedScan>& scans, float resolution,
+Alignment alignLog(const std::vector<Brin::io::LoggedScan>& scans, float resolution,
                    const Progress& progress = {});
 
 }  // namespace korrin_tool

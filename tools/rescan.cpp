@@ -30,8 +30,9 @@ void cast(const Brin::OccupancyMap& map, const Brin::Pose2D& pose, Brin::RangeRe
 
 }  // namespace
 
-LoggedScan rescanned(const LoggedScan& logged, const Brin::OccupancyMap& map, float deviation) {
-  LoggedScan result = logged;
+Brin::io::LoggedScan rescanned(const Brin::io::LoggedScan& logged, const Brin::OccupancyMap& map,
+                               float deviation) {
+  Brin::io::LoggedScan result = logged;
   std::mt19937 random(static_cast<std::uint32_t>(logged.line));
   std::normal_distribution<float> noise(0.0f, deviation);
   for (Brin::RangeReading& beam : result.scan.readings) {

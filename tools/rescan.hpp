@@ -1,13 +1,13 @@
 // The scan that a log's scanner would take in a map, at a pose that is thus known exactly.
 //
-//   LoggedScan simulated = korrin_tool::rescanned(log.scans[20], map, 0.02f);
+//   Brin::io::LoggedScan simulated = korrin_tool::rescanned(log.scans[20], map, 0.02f);
 //
 // Beams run through the map as it stands, from the pose itself and not from its cell's middle, so
 // that what is simulated knows nothing of how the library walks cells.
 #pragma once
 
 #include "korrin/core/occupancy_map.hpp"
-#include "tools/carmen_log.hpp"
+#include "korrin/io/laser_log.hpp"
 
 namespace korrin_tool {
 
@@ -15,6 +15,7 @@ namespace korrin_tool {
 // or, with status 1 and weight 0, to its border. Ranges have normal noise of this `deviation` in
 // metres, drawn anew for each line of a log but the same in every run, and are rounded to a
 // centimetre.
-LoggedScan rescanned(const LoggedScan& logged, const Brin::OccupancyMap& map, float deviation);
+Brin::io::LoggedScan rescanned(const Brin::io::LoggedScan& logged, const Brin::OccupancyMap& map,
+                               float deviation);
 
 }  // namespace korrin_tool

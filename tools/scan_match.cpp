@@ -24,7 +24,7 @@ bool isClose(const Brin::Pose2D& apart) {
 
 }  // namespace
 
-ScanMatch matchScans(const LoggedScan& reference, const LoggedScan& other,
+ScanMatch matchScans(const Brin::io::LoggedScan& reference, const Brin::io::LoggedScan& other,
                      const SearchWindow& window, float cutOff) {
   const ReferenceScan distances(reference.scan, window.step, cutOff);
   const std::vector<Brin::Point2D> points = hitPoints(other.scan);
@@ -35,7 +35,7 @@ ScanMatch matchScans(const LoggedScan& reference, const LoggedScan& other,
   return match;
 }
 
-std::vector<ScanPair> closePairs(const std::vector<LoggedScan>& scans, std::size_t count,
+std::vector<ScanPair> closePairs(const std::vector<Brin::io::LoggedScan>& scans, std::size_t count,
                                  std::uint32_t seed) {
   std::vector<ScanPair> pairs;
   for (std::size_t i = 0; i < scans.size(); ++i) {
@@ -53,7 +53,7 @@ std::vector<ScanPair> closePairs(const std::vector<LoggedScan>& scans, std::size
   return pairs;
 }
 
-Brin::Pose2D relativePose(const std::vector<LoggedScan>& scans, const ScanPair& pair) {
+Brin::Pose2D relativePose(const std::vector<Brin::io::LoggedScan>& scans, const ScanPair& pair) {
   return scans[pair.reference].pose.relProject(scans[pair.other].pose);
 }
 

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "tools/carmen_log.hpp"
+#include "korrin/io/laser_log.hpp"
 #include "tools/pose_search.hpp"
 
 namespace korrin_tool {
@@ -23,7 +23,7 @@ struct ScanMatch {
 
 // Tries all poses of `window` around the reference's own; the logged poses guide nothing. The
 // window's step is the resolution of the reference too, `cutOff` as in ReferenceScan.
-ScanMatch matchScans(const LoggedScan& reference, const LoggedScan& other,
+ScanMatch matchScans(const Brin::io::LoggedScan& reference, const Brin::io::LoggedScan& other,
                      const SearchWindow& window, float cutOff);
 
 struct ScanPair {
@@ -35,11 +35,11 @@ struct ScanPair {
 // radians, yet 0.1 m or 0.1 radians apart. At most eight scans lie between the two, for a log that
 // nobody corrected knows no more than that. `count` of all these pairs, or all when there are
 // fewer, drawn by `seed`: the same ones on every machine.
-std::vector<ScanPair> closePairs(const std::vector<LoggedScan>& scans, std::size_t count,
+std::vector<ScanPair> closePairs(const std::vector<Brin::io::LoggedScan>& scans, std::size_t count,
                                  std::uint32_t seed);
 
 // The pose of a pair's other scan, seen from its reference.
-Brin::Pose2D relativePose(const std::vector<LoggedScan>& scans, const ScanPair& pair);
+Brin::Pose2D relativePose(const std::vector<Brin::io::LoggedScan>& scans, const ScanPair& pair);
 
 // Within 0.05 m and one degree, and what rounding adds.
 bool agree(const Brin::Pose2D& a, const Brin::Pose2D& b);

@@ -3,8 +3,8 @@
 #include <fstream>
 #include <utility>
 
+#include "korrin/io/map_file.hpp"
 #include "support/office_map.hpp"
-#include "tools/map_file.hpp"
 
 namespace korrin_peers {
 namespace {
@@ -63,7 +63,7 @@ Floor officeFloor(int side) {
 }
 
 Floor realFloor() {
-  Floor floor = makeFloor("willow", korrin_tool::readMapFile(kRealMapFile));
+  Floor floor = makeFloor("willow", Brin::io::readMapFile(kRealMapFile));
   floor.from = freePlaceNear(floor.map, 0.1, 0.5);
   floor.to = freePlaceNear(floor.map, 0.9, 0.75);
   return floor;

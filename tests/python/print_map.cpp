@@ -3,7 +3,7 @@
 #include <array>
 #include <iostream>
 
-#include "tools/map_file.hpp"
+#include "korrin/io/map_file.hpp"
 
 namespace {
 
@@ -16,7 +16,7 @@ void write(const float* values, int count) {
 
 int main(int count, char** files) {
   for (int i = 1; i < count; ++i) {
-    const Brin::OccupancyMap map = korrin_tool::readMapFile(files[i]);
+    const Brin::OccupancyMap map = Brin::io::readMapFile(files[i]);
     const Brin::OccupancyMapParams& params = map.params;
     const std::array<float, 6> head{static_cast<float>(params.width),
                                     static_cast<float>(params.height),

@@ -43,12 +43,14 @@ install_korrin() {
   (cd "$prefix" && find . -type f -o -type l) | sort >"$work/moved.txt"
   diff "$work/staged.txt" "$work/moved.txt" || fail "a staged install differs"
   diff -r "$korrin/include" "$prefix/include" || fail "the headers differ"
-  [ "$(readlink "$prefix/lib/libkorrin.so")" = "libkorrin.so.${version%%.*}" ] || fail "no SONAME link"
+  for library in libkorrin libkorrin_io; do
+    [ "$(readlink "$prefix/lib/$library.so")" = "$library.so.${version%%.*}" ] || fail "no SONAME link"
+  done
 }
 
 # A library directory of several parts, as on multiarch systems, or an absolute one.
 check_pkg_config_directories() {
-  local libdir found
+  local libdir found package
   for libdir in lib/some-machine "$work/elsewhere/lib"; do
     cmake -S "$korrin" -B "$work/library" "-DCMAKE_INSTALL_PREFIX=$work/arranged" \
       "-DCMAKE_INSTALL_LIBDIR=$libdir" >/dev/null
@@ -56,8 +58,11 @@ check_pkg_config_directories() {
     cmake --install "$work/library" >/dev/null
     case "$libdir" in /*) found="$libdir" ;; *) found="$work/arranged/$libdir" ;; esac
     export PKG_CONFIG_PATH="$found/pkgconfig"
-    [ -e "$(pkg-config --variable=libdir korrin)/libkorrin.so" ] || fail "no library in $libdir"
-    [ -e "$(pkg-config --variable=includedir korrin)/korrin/korrin.hpp" ] || fail "no headers"
+    for package in korrin korrin-io; do
+      [ -e "$(pkg-config --variable=libdir $package)/lib${package/-/_}.so" ] ||
+        fail "no library in $libdir"
+      [ -e "$(pkg-config --variable=includedir $package)/korrin/korrin.hpp" ] || fail "no headers"
+    done
   done
 }
 
@@ -68,6 +73,9 @@ build_with_pkg_config() {
   # shellcheck disable=SC2046  # a list of words
   "$CXX" -std=c++17 "$stranger/main.cpp" -o "$work/pkg_config/stranger" \
     $(pkg-config --cflags --libs korrin) -Wl,-rpath,"$(pkg-config --variable=libdir korrin)"
+  # shellcheck disable=SC2046  # a list of words
+  "$CXX" -std=c++17 "$stranger/files.cpp" -o "$work/pkg_config/stranger_files" \
+    $(pkg-config --cflags --libs korrin-io) -Wl,-rpath,"$(pkg-config --variable=libdir korrin-io)"
 }
 
 build_with_cmake() {
@@ -104,4 +112,10 @@ case "$way" in
   *) fail "no such way" ;;
 esac
 "$work/$way/stranger" | diff "$stranger/expected.txt" - || fail "another plan"
+if [ -x "$work/$way/stranger_files" ]; then
+  real_maps=$(find "$korrin/../shared/data/maps" -name '*.yaml' 2>/dev/null || true)
+  # shellcheck disable=SC2086  # a list of words
+  (cd "$work/$way" && ./stranger_files $real_maps) | diff "$stranger/expected_files.txt" - ||
+    fail "another plan on map files"
+fi
 echo "$way: the stranger finds its way"

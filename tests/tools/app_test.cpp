@@ -87,8 +87,22 @@ TEST(Program, PictureThatCannotBeDecodedIsToldInOneLine) {
       std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR\0\0\0\1\0\0\0\1\10\0\0\0\0\x3a\x7e\x9b\x55", 33));
   const ToolRun run = runProgram("plan " + directory / "map.yaml --from 0,0 --to 1,1");
   EXPECT_EQ(run.status, 2);
-  EXPECT_EQ(run.output, "korrin: " + directory / "map.yaml: image: not a picture: '" +
+  EXPECT_EQ(run.output, "korrin: " + directory / "map.yaml: image: damaged or cut short: '" +
                             directory / "map.png'\n");
+}
+
+TEST(Program, MapFarFromTheWorldsOriginIsWarnedOf) {
+  const TemporaryDirectory directory;
+  writeFile(directory / "map.yaml",
+            "image: map.pgm\nresolution: 1\norigin: [500000, 0, 0]\nnegate: 0\n"
+            "occupied_thresh: 0.65\nfree_thresh: 0.196\n");
+  writeFile(directory / "map.pgm", "P2\n2 1\n255\n254 254\n");
+  const ToolRun run =
+      runTool({"query", directory / "map.yaml", "--pose", "500000.5,0.5", "--free", "--json", "-"});
+  EXPECT_EQ(run.errors,
+            "korrin: warning: " + directory / "map.yaml" +
+                ": the origin is more than 10 km from 0, where positions are rounded to a "
+                "millimetre or more; use a local origin.\n");
 }
 
 }  // namespace

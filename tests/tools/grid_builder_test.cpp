@@ -14,12 +14,12 @@ namespace {
 using Brin::OccupancyMap;
 using Brin::OccupancyMapParams;
 using Brin::Pose2D;
+using Brin::io::LaserLog;
+using Brin::io::LoggedScan;
 using korrin_tool::buildGrid;
-using korrin_tool::CarmenLog;
 using korrin_tool::croppedToFree;
 using korrin_tool::gridAround;
 using korrin_tool::judgeGrid;
-using korrin_tool::LoggedScan;
 
 LoggedScan oneBeam(const Pose2D& pose, float range, float angle) {
   LoggedScan logged;
@@ -29,7 +29,7 @@ LoggedScan oneBeam(const Pose2D& pose, float range, float angle) {
 }
 
 std::vector<LoggedScan> twoRooms(int scans, int beams = 360) {
-  return korrin_tool::parseCarmenLog(
+  return Brin::io::parseLaserLog(
              LaserWorld::twoRooms().carmenLog(LaserWorld::tourOfTwoRooms(scans), beams))
       .scans;
 }

@@ -11,10 +11,10 @@ namespace korrin_test {
 namespace {
 
 using Brin::Pose2D;
+using Brin::io::LoggedScan;
 using korrin_tool::alignLog;
 using korrin_tool::Alignment;
 using korrin_tool::AlignmentKind;
-using korrin_tool::LoggedScan;
 
 constexpr float kResolution = 0.05f;
 

@@ -20,7 +20,7 @@ namespace {
 
 using Brin::Point2D;
 using Brin::Pose2D;
-using korrin_tool::LoggedScan;
+using Brin::io::LoggedScan;
 
 constexpr float kRightAngle = 1.5707963f;
 constexpr float kWidth = 0.7f;  // asked of a hole, and of a doorway
@@ -29,11 +29,11 @@ using Scans = std::vector<LoggedScan>;
 
 Scans theLog() {
   const std::string path = "../shared/data/logs/freiburg-079-corrected.log.gz";
-  if (std::filesystem::exists(path)) return korrin_tool::readCarmenLog(path).scans;
+  if (std::filesystem::exists(path)) return Brin::io::readLaserLog(path).scans;
   std::cout << path << " is not there; a generated log stands in for it.\n";
   std::vector<Pose2D> way;  // straight on, so that left and right are along the wall
   for (int i = 0; i < 150; ++i) way.emplace_back(1.0f + 0.04f * static_cast<float>(i), 2.5f, 0.0f);
-  return korrin_tool::parseCarmenLog(LaserWorld::twoRooms().carmenLog(way, 360)).scans;
+  return Brin::io::parseLaserLog(LaserWorld::twoRooms().carmenLog(way, 360)).scans;
 }
 
 float apart(const Point2D& a, const Point2D& b) { return std::hypot(a.x - b.x, a.y - b.y); }

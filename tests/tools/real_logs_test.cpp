@@ -19,9 +19,9 @@ namespace korrin_test {
 namespace {
 
 using Brin::Pose2D;
+using Brin::io::LoggedScan;
 using korrin_tool::agree;
 using korrin_tool::formatNumber;
-using korrin_tool::LoggedScan;
 using korrin_tool::ScanMatch;
 using korrin_tool::ScanPair;
 using korrin_tool::ScoredPose;
@@ -38,12 +38,12 @@ Scans firstScans(const std::string& name, std::size_t count) {
   const std::string path = "../shared/data/logs/" + name + ".log.gz";
   Scans scans;
   if (std::filesystem::exists(path)) {
-    scans = korrin_tool::readCarmenLog(path).scans;
+    scans = Brin::io::readLaserLog(path).scans;
   } else {
     std::cout << path << " is not there; a generated log stands in for it.\n";
     const auto way = LaserWorld::tourOfTwoRooms(static_cast<int>(count) / 2);
     const std::string once = LaserWorld::twoRooms().carmenLog(way, 180);
-    scans = korrin_tool::parseCarmenLog(once + once).scans;
+    scans = Brin::io::parseLaserLog(once + once).scans;
   }
   scans.resize(std::min(scans.size(), count));
   return scans;

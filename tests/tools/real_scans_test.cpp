@@ -7,13 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "korrin/io/map_file.hpp"
 #include "korrin/prepared_map.hpp"
 #include "korrin/range_simulation.hpp"
 #include "models/range_simulation_model.hpp"
 #include "support/bits.hpp"
 #include "support/random_inputs.hpp"
-#include "tools/floor_plan.hpp"
-#include "tools/map_file.hpp"
+#include "tools/demo/floor_plan.hpp"
 
 namespace {
 
@@ -53,7 +53,7 @@ TEST(RealScans, areThoseOfTheLiteralWalks) {
       continue;
     }
     SCOPED_TRACE(name);
-    EXPECT_GT(expectLiteralScans(korrin_tool::readMapFile(file)), 10000);
+    EXPECT_GT(expectLiteralScans(Brin::io::readMapFile(file)), 10000);
   }
 }
 

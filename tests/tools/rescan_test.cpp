@@ -17,8 +17,8 @@ Brin::OccupancyMap wallAtThreeMetres() {
   return map;
 }
 
-korrin_tool::LoggedScan scannerAt(const Brin::Pose2D& pose, std::size_t line) {
-  korrin_tool::LoggedScan logged;
+Brin::io::LoggedScan scannerAt(const Brin::Pose2D& pose, std::size_t line) {
+  Brin::io::LoggedScan logged;
   logged.pose = pose;
   logged.line = line;
   for (const float angle : {-1.5707963f, 0.0f, 1.0471976f}) {

@@ -12,12 +12,12 @@ namespace korrin_test {
 namespace {
 
 using Brin::Pose2D;
+using Brin::io::LoggedScan;
 using korrin_tool::closePairs;
-using korrin_tool::LoggedScan;
 using korrin_tool::ScanPair;
 
 std::vector<LoggedScan> scansAt(const std::vector<Pose2D>& poses) {
-  return korrin_tool::parseCarmenLog(LaserWorld::twoRooms().carmenLog(poses, 180)).scans;
+  return Brin::io::parseLaserLog(LaserWorld::twoRooms().carmenLog(poses, 180)).scans;
 }
 
 std::vector<LoggedScan> scansAlong(int count, float step) {

@@ -8,9 +8,9 @@
 
 #include "korrin/core/geometry.hpp"
 #include "korrin/core/occupancy_map.hpp"
-#include "tools/canvas.hpp"
-#include "tools/floor_plan.hpp"
+#include "tools/demo/floor_plan.hpp"
 #include "tools/format.hpp"
+#include "tools/pictures/canvas.hpp"
 #include "tools/planning.hpp"
 
 namespace korrin_tool {

@@ -1,6 +1,6 @@
 // The path from the entrance to the far room.
 #include "tools/demo/demo.hpp"
-#include "tools/plan_picture.hpp"
+#include "tools/pictures/plan_picture.hpp"
 
 namespace korrin_tool {
 

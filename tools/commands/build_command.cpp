@@ -1,0 +1,177 @@
+// korrin build: a map from a laser log.
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include "korrin/io/map_file.hpp"
+#include "tools/commands/arguments.hpp"
+#include "tools/commands/command_output.hpp"
+#include "tools/commands/commands.hpp"
+#include "tools/commands/log_options.hpp"
+#include "tools/commands/map_output.hpp"
+#include "tools/grid_builder.hpp"
+#include "tools/log_alignment.hpp"
+#include "tools/pictures/canvas.hpp"
+#include "tools/progress_bar.hpp"
+#include "tools/stopwatch.hpp"
+#include "tools/usage_error.hpp"
+
+namespace korrin_tool {
+namespace {
+
+struct BuildOptions {
+  LogOptions log;
+  std::string map;
+  std::string scans = "..";
+  float resolution = 0.05f;
+  bool match = false;
+  CommandOutput output;
+};
+
+Brin::OccupancyMapParams frameFor(const BuildOptions& options,
+                                  const std::vector<Brin::io::LoggedScan>& scans) {
+  const auto frame = gridAround(scans, options.resolution);
+  if (frame) return *frame;
+  throw UsageError(options.log.path + ": the scans reach too far for cells of " +
+                   formatShort(options.resolution) +
+                   " m; a larger --resolution or a --max-range may help");
+}
+
+const char* nameOf(AlignmentKind kind) {
+  switch (kind) {
+    case AlignmentKind::Carried:
+      return "carried";
+    case AlignmentKind::Settled:
+      return "settled";
+    case AlignmentKind::Logged:
+      break;
+  }
+  return "logged";
+}
+
+// How far matching moved the scans.
+void describeShifts(const std::vector<Brin::io::LoggedScan>& before, const Alignment& aligned,
+                    CommandOutput& output) {
+  double sum = 0.0;
+  double largest = 0.0;
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    const Brin::Pose2D& from = before[i].pose;
+    const Brin::Pose2D& to = aligned.scans[i].pose;
+    const double shift = std::hypot(to.x - from.x, to.y - from.y);
+    sum += shift;
+    largest = std::max(largest, shift);
+  }
+  const double mean = sum / static_cast<double>(before.size());
+  output.json["poses"] = nameOf(aligned.kind);
+  output.json["meanShift"] = mean;
+  output.json["largestShift"] = largest;
+  if (aligned.kind == AlignmentKind::Logged) {
+    output.line("poses", "as logged; matching found none better");
+    return;
+  }
+  const std::string from = aligned.kind == AlignmentKind::Carried
+                               ? "corrections carried along the log, then settled"
+                               : "settled from the logged ones";
+  output.line("poses", from + "; moved " + formatMetres(mean) + " on average, " +
+                           formatMetres(largest) + " at most");
+}
+
+void describeMap(const BuildOptions& options, const Brin::OccupancyMapParams& map,
+                 const GridQuality& quality, std::size_t scans, CommandOutput& output) {
+  const auto count = [](std::size_t number) {
+    return formatCount(static_cast<std::int64_t>(number));
+  };
+  output.line("map", options.map + ", " + cellsText(map));
+  output.line("cells", count(quality.occupiedCells) + " occupied, " + count(quality.freeCells) +
+                           " free, of " + count(scans) + " scans");
+  output.line("likelihood", formatNumber(quality.likelihood, 4) + ", the mean of " +
+                                count(quality.scansCompared) + " scans simulated in the map");
+  output.json["map"] = options.map;
+  output.json["width"] = map.width;
+  output.json["height"] = map.height;
+  output.json["resolution"] = numberJson(map.resolution);
+  output.json["scans"] = scans;
+  output.json["occupiedCells"] = quality.occupiedCells;
+  output.json["freeCells"] = quality.freeCells;
+  output.json["likelihood"] = quality.likelihood;
+  output.json["scansCompared"] = quality.scansCompared;
+}
+
+Canvas drawBuiltMap(const Brin::OccupancyMap& map, const std::vector<Brin::io::LoggedScan>& scans) {
+  Canvas canvas(map.params);
+  canvas.drawMap(map);
+  std::vector<Brin::Pose2D> way;
+  for (const Brin::io::LoggedScan& logged : scans) way.push_back(logged.pose);
+  canvas.polyline(way, palette::kPath, 2);
+  canvas.disc(way.front(), 7, palette::kStart);
+  canvas.disc(way.back(), 7, palette::kGoal);
+  canvas.scaleBar();
+  canvas.legend({{palette::kPath, "way of the scanner"},
+                 {palette::kStart, "first scan"},
+                 {palette::kGoal, "last scan"}});
+  return canvas;
+}
+
+void runBuild(BuildOptions& options) {
+  CommandOutput& output = options.output;
+  keepApart(output, options.map, {});
+  const Stopwatch reading;
+  const Brin::io::LaserLog log = openLog(options.log);
+  const double readSeconds = reading.seconds();
+  std::vector<Brin::io::LoggedScan> scans = scansOfRange(log, options.scans);
+  describeLog(options.log, log, output);
+  frameFor(options, scans);  // before the long work, whether there is a map at all
+
+  const Stopwatch matching;
+  if (options.match) {
+    ProgressBar bar("match");
+    Alignment aligned = alignLog(scans, options.resolution, bar.progress());
+    describeShifts(scans, aligned, output);
+    scans = std::move(aligned.scans);
+  }
+  const double matchSeconds = matching.seconds();
+
+  const Stopwatch building;
+  ProgressBar bar("build");
+  const Brin::OccupancyMap map =
+      croppedToFree(buildGrid(scans, frameFor(options, scans), bar.progress()));
+  const double buildSeconds = building.seconds();
+  Brin::io::writeMapFile(map, options.map);
+  describeMap(options, map.params, judgeGrid(map, scans), scans.size(), output);
+
+  output.line("time", "read " + formatSeconds(readSeconds) +
+                          (options.match ? ", match " + formatSeconds(matchSeconds) : "") +
+                          ", build " + formatSeconds(buildSeconds));
+  output.json["timings"] = {
+      {"read", readSeconds}, {"match", matchSeconds}, {"build", buildSeconds}};
+  if (output.wantsPicture()) drawBuiltMap(map, scans).save(output.png);
+  output.deliver();
+}
+
+}  // namespace
+
+void addBuildCommand(CLI::App& app) {
+  CLI::App* command = app.add_subcommand("build", "Build a map from a laser log");
+  const auto options = std::make_shared<BuildOptions>();
+  addLogOptions(*command, options->log);
+  command->add_option("-o,--out", options->map, "the map's YAML file to write")
+      ->required()
+      ->option_text("FILE");
+  command->add_option("--resolution", options->resolution, "metres a cell; 0.05")
+      ->check(between(0.001f, 100.0f))
+      ->option_text("M");
+  command
+      ->add_option("--scans", options->scans,
+                   "only these scans, both ends included, counted from 0; A or B may be left out")
+      ->option_text("A..B");
+  command->add_flag("--match", options->match,
+                    "first correct the poses of the log by matching its scans with each other");
+  addOutputOptions(*command, options->output, "draw the map and the way driven");
+  command->footer(
+      "Beams that met nothing, and say so by the largest range of the log, clear no cells. "
+      "Example:\n"
+      "  korrin build office.log.gz -o office.yaml --match --png office.png");
+  command->callback([options] { runBuild(*options); });
+}
+
+}  // namespace korrin_tool

@@ -1,0 +1,54 @@
+// What a command gives back: lines for people, JSON for scripts, a picture.
+//
+//   CommandOutput output;
+//   addOutputOptions(command, output, "draw the scan");
+//   ...
+//   output.line("hits", "120 of 181");
+//   output.json["hits"] = 120;
+//   if (output.wantsPicture()) drawScan().save(output.png);
+//   output.deliver();
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "korrin/core/geometry.hpp"
+#include "korrin/core/occupancy_map.hpp"
+#include "tools/format.hpp"
+
+namespace korrin_tool {
+
+struct CommandOutput {
+  std::string png;       // files, from the command line; empty when not wanted
+  std::string jsonFile;  // "-" is standard output
+  nlohmann::ordered_json json;
+  Table table;  // printed below the lines, when it has rows
+
+  bool wantsPicture() const { return !png.empty(); }
+  void line(const std::string& name, const std::string& text);
+
+  // Writes the JSON where it is wanted; standard output gets either that or the lines and the
+  // table. A file that cannot be written is a FileError that names it.
+  void deliver() const;
+
+ private:
+  std::vector<std::pair<std::string, std::string>> lines_;
+};
+
+// Adds --png and --json.
+void addOutputOptions(CLI::App& command, CommandOutput& output, const std::string& pictureHelp);
+
+// A number that JSON shows as shortly as the float needs; null when it is not finite.
+nlohmann::ordered_json numberJson(float value);
+// [x, y] and [x, y, theta].
+nlohmann::ordered_json pointJson(const Brin::Point2D& point);
+nlohmann::ordered_json poseJson(const Brin::Pose2D& pose);
+
+// "100 x 80 cells of 0.05 m".
+std::string cellsText(const Brin::OccupancyMapParams& map);
+// "(1.00, 2.00), heading 30.0 deg".
+std::string poseText(const Brin::Pose2D& pose);
+
+}  // namespace korrin_tool

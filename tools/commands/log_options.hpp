@@ -1,0 +1,38 @@
+// What all commands on a laser log share: which log, and what of it.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "korrin/io/laser_log.hpp"
+#include "tools/commands/command_output.hpp"
+
+namespace korrin_tool {
+
+struct LogOptions {
+  std::string path;
+  std::optional<float> maxRange;
+};
+
+// Adds the log itself and --max-range.
+void addLogOptions(CLI::App& command, LogOptions& options);
+
+// Reads the log. One without scans is a UsageError that names it.
+Brin::io::LaserLog openLog(const LogOptions& options);
+
+// The scan of this number, counted from 0; one that the log does not have is a UsageError that
+// names `option`.
+const Brin::io::LoggedScan& scanNumber(const Brin::io::LaserLog& log, std::size_t number,
+                                       const std::string& option);
+
+// The scans of "A..B", both ends included and counted from 0; without A from the first, without B
+// to the last one. Anything else is a UsageError that names --scans.
+std::vector<Brin::io::LoggedScan> scansOfRange(const Brin::io::LaserLog& log,
+                                               const std::string& range);
+
+// Tells of the log in a command's output, and of lines in it that could not be read.
+void describeLog(const LogOptions& options, const Brin::io::LaserLog& log, CommandOutput& output);
+
+}  // namespace korrin_tool

@@ -1,0 +1,96 @@
+#include "tools/pictures/plan_picture.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+namespace korrin_tool {
+namespace {
+
+constexpr double kTint = 0.45;
+
+// A rectangle of cells, both corners included; empty at first.
+struct Window {
+  int left = std::numeric_limits<int>::max();
+  int bottom = std::numeric_limits<int>::max();
+  int right = std::numeric_limits<int>::min();
+  int top = std::numeric_limits<int>::min();
+
+  void include(int x, int y) {
+    left = std::min(left, x);
+    right = std::max(right, x);
+    bottom = std::min(bottom, y);
+    top = std::max(top, y);
+  }
+};
+
+// All that is known and all that was planned, with a margin.
+Window interestingPart(const Brin::OccupancyMap& map, const Plan& plan) {
+  constexpr int kMargin = 10;
+  Window window;
+  for (int y = 0; y < map.params.height; ++y) {
+    for (int x = 0; x < map.params.width; ++x) {
+      if (map.getCell(x, y) != 0.5f) window.include(x, y);
+    }
+  }
+  for (const Brin::Pose2D& pose : plan.path) {
+    const Brin::Pose2Di cell = map.getPixelFromPose(pose);
+    window.include(cell.x, cell.y);
+  }
+  return {std::max(0, window.left - kMargin), std::max(0, window.bottom - kMargin),
+          std::min(map.params.width - 1, window.right + kMargin),
+          std::min(map.params.height - 1, window.top + kMargin)};
+}
+
+Brin::OccupancyMap cropped(const Brin::OccupancyMap& map, const Window& window) {
+  Brin::OccupancyMapParams params(window.right - window.left + 1, window.top - window.bottom + 1,
+                                  map.params.resolution);
+  params.origin = map.getPoseFromPixel({window.left, window.bottom, 0.0f});
+  Brin::OccupancyMap part(params, false);
+  for (int y = 0; y < params.height; ++y) {
+    for (int x = 0; x < params.width; ++x) {
+      part.setCell(x, y, map.getCell(window.left + x, window.bottom + y));
+    }
+  }
+  return part;
+}
+
+// Cells in the order in which the search took them, from early to late.
+void tintExplored(Canvas& canvas, const Brin::OccupancyMap& map, const Plan& plan) {
+  const double count = static_cast<double>(plan.explored.size());
+  // A coarse cell lies around the cell of the map that holds its centre.
+  const auto side = static_cast<int>(std::lround(plan.searched.resolution / map.params.resolution));
+  for (std::size_t i = 0; i < plan.explored.size(); ++i) {
+    const Colour colour = mix(palette::kEarly, palette::kLate, static_cast<double>(i) / count);
+    const Brin::Pose2Di middle =
+        map.getPixelFromPose(plan.searched.getPoseFromPixel(plan.explored[i]));
+    for (int y = -(side / 2); y < side - side / 2; ++y) {
+      for (int x = -(side / 2); x < side - side / 2; ++x) {
+        canvas.fillCell(middle.x + x, middle.y + y, colour, kTint);
+      }
+    }
+  }
+}
+
+}  // namespace
+
+Canvas drawPlan(const Brin::OccupancyMap& wholeMap, const Plan& plan) {
+  const Brin::OccupancyMap map = cropped(wholeMap, interestingPart(wholeMap, plan));
+  Canvas canvas(map.params);
+  canvas.drawMap(map);
+  tintExplored(canvas, map, plan);
+  canvas.polyline(plan.waypoints, palette::kPaper, 7);
+  canvas.polyline(plan.waypoints, palette::kPath, 4);
+  for (const Brin::Pose2D& waypoint : plan.waypoints) canvas.disc(waypoint, 5, palette::kPath);
+  canvas.disc(plan.start, 10, palette::kStart);
+  canvas.disc(plan.goal, 10, palette::kGoal);
+  canvas.label(plan.start, "start", Anchor::Below, palette::kStart);
+  canvas.label(plan.goal, "goal", Anchor::Below, palette::kGoal);
+  canvas.scaleBar();
+  canvas.legend({{palette::kPath, "path and waypoints"},
+                 {mix(palette::kPaper, palette::kEarly, kTint), "searched first"},
+                 {mix(palette::kPaper, palette::kLate, kTint), "searched last"}});
+  return canvas;
+}
+
+}  // namespace korrin_tool
