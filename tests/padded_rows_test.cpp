@@ -71,9 +71,9 @@ TEST(PaddedRows, dilationIsTheModels) {
     if (random.chance(0.3)) padRows(dilater.distImage, 12);
     const OccupancyMap before = map.plain;
     korrin_model::DilateImages images(cvGetSize(map.plain.image));
-    korrin_model::dilate(
-        map.plain, images,
-        {dilater.obstProbThreshold, dilater.dilationRadius, dilater.fadeDistance}, type);
+    korrin_model::dilate(map.plain, images,
+                         {dilater.obstProbThreshold, dilater.dilationRadius, dilater.fadeDistance},
+                         type);
     dilater.dilate(map.strange, static_cast<ObstacleDilater::DilateType>(type));
     ASSERT_TRUE(sameImage(map.strange.image, map.plain.image)) << "case " << i << ", type " << type;
     ASSERT_TRUE(sameImage(map.strange.secondImage, map.plain.secondImage));
@@ -95,8 +95,7 @@ TEST(PaddedRows, pathStatisticsAreTheModels) {
     const float most = random.between(0.0f, 20.0f * map.plain.params.resolution);
     const float* limit = random.chance(0.5) ? &most : nullptr;
     const Brin::PathCostStats actual = Brin::computePathCostStat(map.strange, path, limit);
-    const Brin::PathCostStats expected =
-        korrin_model::computePathCostStat(map.plain, path, limit);
+    const Brin::PathCostStats expected = korrin_model::computePathCostStat(map.plain, path, limit);
     ASSERT_TRUE(sameBits(actual.minCost, expected.minCost)) << "case " << i;
     ASSERT_TRUE(sameBits(actual.maxCost, expected.maxCost)) << "case " << i;
     ASSERT_TRUE(sameBits(actual.avgCost, expected.avgCost)) << "case " << i;
@@ -141,8 +140,7 @@ TEST(PaddedRows, cellSearchesAreTheModels) {
     a[2].found = Brin::findFirstFreeCellInLine(strange, start, to, a[2].out, threshold);
     b[2].found = korrin_model::findFirstFreeCellInLine(plain, start, to, b[2].out, threshold);
     a[3].found = Brin::findFirstCellWithCond(strange, start, a[3].out, OtherFree{threshold});
-    b[3].found =
-        korrin_model::findFirstCellWithCond(plain, start, b[3].out, OtherFree{threshold});
+    b[3].found = korrin_model::findFirstCellWithCond(plain, start, b[3].out, OtherFree{threshold});
     for (int k = 0; k < 4; ++k) {
       ASSERT_TRUE(same(a[k], b[k])) << "case " << i << ", search " << k;
       ++(a[k].found ? found : nothing);
@@ -163,8 +161,7 @@ TEST(PaddedRows, theMainDirectionIsTheModels) {
     float expected = 7.0f;
     LogCapture log;
     std::vector<korrin_model::DirectionRecord> records;
-    const bool isFound =
-        Brin::findObstaclesMainDirection(map.strange, start, range, actual, 0.4f);
+    const bool isFound = Brin::findObstaclesMainDirection(map.strange, start, range, actual, 0.4f);
     ASSERT_EQ(isFound, korrin_model::findObstaclesMainDirection(map.plain, start, range, expected,
                                                                 0.4f, records))
         << "case " << i;

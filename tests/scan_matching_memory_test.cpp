@@ -109,9 +109,8 @@ class BatchMemory : public ScoringMemory {
     const std::vector<Brin::Pose2D> poses = posesOf(count);
     std::vector<float> scores(poses.size());
     std::vector<int> counts(poses.size());
-    const std::int64_t asked = allocationsOf([&] {
-      Brin::scanScores(distances_, points, poses, 0.05f, 0.5f, scores, &counts, 1);
-    });
+    const std::int64_t asked = allocationsOf(
+        [&] { Brin::scanScores(distances_, points, poses, 0.05f, 0.5f, scores, &counts, 1); });
     EXPECT_EQ(scores.size(), poses.size());
     return asked;
   }
