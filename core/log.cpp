@@ -11,17 +11,18 @@ static_assert(std::atomic<LogSink>::is_always_lock_free, "logging promises never
 
 const char* levelName(NavLogLevel level) {
   switch (level) {
-    case NavLogLevel::Info:
-      return "info";
     case NavLogLevel::Warning:
       return "warning";
     case NavLogLevel::Error:
       return "error";
+    case NavLogLevel::Info:
+      break;  // never printed
   }
   return "log";
 }
 
 void writeToStandardError(const LogRecord& record) {
+  if (record.level == NavLogLevel::Info) return;
   // One call a record, so that lines of several threads do not mix.
   std::fprintf(stderr, "korrin %s: %s (%s, %s, line %d)\n", levelName(record.level),
                record.message.c_str(), record.file.c_str(), record.function.c_str(), record.line);

@@ -20,10 +20,11 @@ py::object& receiver() {
   return *object;
 }
 
+// A level without a name is a warning: it is heard by default, as C++'s own sink prints it.
 int loggingLevel(Brin::NavLogLevel level) {
   constexpr int kLevelsOfLogging[] = {20, 30, 40};  // INFO, WARNING, ERROR
   const auto index = static_cast<std::int32_t>(level);
-  return kLevelsOfLogging[index < 0 ? 0 : index > 2 ? 2 : index];
+  return kLevelsOfLogging[index < 0 || index > 2 ? 1 : index];
 }
 
 void passToLogging(const Brin::LogRecord& record) {

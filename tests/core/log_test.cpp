@@ -1,4 +1,5 @@
-// Every record reaches the sink of the moment, whole; without a sink, one line on standard error.
+// Every record reaches the sink of the moment, whole; without a sink, one line on standard error,
+// but for Info.
 #include "korrin/core/log.hpp"
 
 #include <gtest/gtest.h>
@@ -42,23 +43,27 @@ TEST(NavLogLevel, hasTheThreeNumberedLevels) {
   EXPECT_EQ(static_cast<int>(NavLogLevel::Error), 2);
 }
 
-TEST(CompleteLog, printsOneLineWhenThereIsNoSink) {
-  EXPECT_EQ(printed(NavLogLevel::Info, "All is well."),
-            "korrin info: All is well. (src/some_component, someFunction, line 42)\n");
+TEST(CompleteLog, printsOneLineForAWarningOrAnErrorWhenThereIsNoSink) {
   EXPECT_EQ(printed(NavLogLevel::Warning, "Start is not free."),
             "korrin warning: Start is not free. (src/some_component, someFunction, line 42)\n");
   EXPECT_EQ(printed(NavLogLevel::Error, ""),
             "korrin error:  (src/some_component, someFunction, line 42)\n");
 }
 
-TEST(CompleteLog, printsAnUnnamedLevelToo) {
-  EXPECT_EQ(printed(static_cast<NavLogLevel>(7), "What now?"),
-            "korrin log: What now? (src/some_component, someFunction, line 42)\n");
+TEST(CompleteLog, printsNothingForAnInfoWhenThereIsNoSink) {
+  EXPECT_EQ(printed(NavLogLevel::Info, "All is well."), "");
+}
+
+TEST(CompleteLog, printsAnUnnamedLevelOnEitherSideToo) {
+  for (const int level : {7, 3, -1, -5}) {
+    EXPECT_EQ(printed(static_cast<NavLogLevel>(level), "What now?"),
+              "korrin log: What now? (src/some_component, someFunction, line 42)\n");
+  }
 }
 
 TEST(CompleteLog, doesNotReadTheMessageAsAFormat) {
-  EXPECT_EQ(printed(NavLogLevel::Info, "100 %s of %n"),
-            "korrin info: 100 %s of %n (src/some_component, someFunction, line 42)\n");
+  EXPECT_EQ(printed(NavLogLevel::Error, "100 %s of %n"),
+            "korrin error: 100 %s of %n (src/some_component, someFunction, line 42)\n");
 }
 
 TEST(CompleteLog, handsTheWholeRecordToTheSinkAndPrintsNothing) {
@@ -71,6 +76,13 @@ TEST(CompleteLog, handsTheWholeRecordToTheSinkAndPrintsNothing) {
   EXPECT_EQ(records[0].file, "src/some_component");
   EXPECT_EQ(records[0].function, "someFunction");
   EXPECT_EQ(records[0].line, 42);
+}
+
+TEST(CompleteLog, handsAnInfoToTheSink) {
+  const korrin_test::LogCapture log;
+  completeLog(NavLogLevel::Info, "All is well.", "f", "g", 1);
+  ASSERT_EQ(log.records().size(), 1u);
+  EXPECT_EQ(log.records()[0].message, "All is well.");
 }
 
 TEST(CompleteLog, letsWhatTheSinkThrowsThrough) {
@@ -88,9 +100,9 @@ TEST(SetLogSink, returnsTheSinkBeforeWithNullForTheDefaultOne) {
 
 TEST(SetLogSink, ofNullBringsTheDefaultBack) {
   setLogSink(ignore);
-  EXPECT_EQ(printed(NavLogLevel::Info, "Unheard."), "");
+  EXPECT_EQ(printed(NavLogLevel::Warning, "Unheard."), "");
   setLogSink(nullptr);
-  EXPECT_NE(printed(NavLogLevel::Info, "Heard."), "");
+  EXPECT_NE(printed(NavLogLevel::Warning, "Heard."), "");
 }
 
 TEST(SetLogSink, losesNoRecordOfOtherThreadsWhileSinksAreSwapped) {
@@ -121,15 +133,15 @@ TEST(CompleteLog, keepsTheLinesOfSeveralThreadsApart) {
   for (int t = 0; t < kThreads; ++t) {
     threads.emplace_back([t] {
       const std::string message(100, static_cast<char>('a' + t));
-      for (int i = 0; i < kRecords; ++i) completeLog(NavLogLevel::Info, message, "f", "g", i);
+      for (int i = 0; i < kRecords; ++i) completeLog(NavLogLevel::Error, message, "f", "g", i);
     });
   }
   for (std::thread& thread : threads) thread.join();
   std::istringstream lines(::testing::internal::GetCapturedStderr());
   std::set<std::string> seen;
   for (std::string line; std::getline(lines, line);) {
-    EXPECT_EQ(line.find("korrin info: "), 0u);
-    const std::string message = line.substr(13, 100);
+    EXPECT_EQ(line.find("korrin error: "), 0u);
+    const std::string message = line.substr(14, 100);
     EXPECT_EQ(message, std::string(100, message[0]));
     EXPECT_TRUE(seen.insert(line).second) << line;
   }

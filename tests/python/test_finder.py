@@ -65,6 +65,16 @@ def test_records_go_to_logging(room, caplog):
     assert caplog.records[0].funcName == "xDoComputePath"
 
 
+def test_by_default_a_success_is_silent_and_a_level_without_a_name_is_heard(caplog):
+    assert not logging.getLogger("korrin").isEnabledFor(logging.INFO)
+    for level in (korrin.NavLogLevel.Info, korrin.NavLogLevel(-5), korrin.NavLogLevel(7)):
+        korrin.complete_log(level, f"level {int(level)}", "src/x", "f", 3)
+    assert [(r.levelname, r.getMessage()) for r in caplog.records] == [
+        ("WARNING", "level -5"),
+        ("WARNING", "level 7"),
+    ]
+
+
 def test_a_receiver_may_plan_itself(room):
     finder = korrin.OccMapPathFinder(room)
     answers = []

@@ -2,8 +2,8 @@
 //
 //   Brin::setLogSink([](const Brin::LogRecord& record) { myLogger(record.message); });
 //
-// Until a sink is set, each record becomes one line on standard error. Nothing else in the
-// library prints.
+// Until a sink is set, a warning or an error becomes one line on standard error, and what is at
+// level Info is left out: a success prints nothing. Nothing else in the library prints.
 #pragma once
 
 #include <cstdint>
@@ -29,8 +29,9 @@ struct LogRecord {
 using LogSink = void (*)(const LogRecord&);
 
 // Routes all records of the process to `sink` from now on and returns the sink before it; null
-// stands for the default sink (one line on standard error), both ways. Lock-free; safe from any
-// thread. A record that is being delivered meanwhile may still reach the old sink.
+// stands for the default sink, both ways: one line on standard error for a Warning, an Error or a
+// level that has no name, nothing for an Info. Lock-free; safe from any thread. A record that is
+// being delivered meanwhile may still reach the old sink.
 KORRIN_EXPORT LogSink setLogSink(LogSink sink);
 
 // Delivers one record to the sink. Any level value is passed on as it is. Takes no lock, but for
