@@ -13,12 +13,19 @@ True
 The C++ headers below include/korrin are the manual; names are theirs in snake case, and keyword
 arguments, too (`from_` and `in_` where Python has the word for itself). What differs:
 
-- Metres, radians and cells throughout. A tuple or array of numbers serves for a pose or a cell;
-  paths are N x 3 float32 arrays, lists of cells N x 3 float64 arrays (column, row, heading).
+- Metres, radians and cells throughout. A tuple or array of numbers serves for a pose or a cell,
+  without the heading, too; paths are N x 3 float32 arrays, lists of cells N x 3 float64 arrays
+  (column, row, heading). The name of a member, upper or lower case, serves for an enumeration.
 - What a C++ function writes into an empty output is returned: a cell or None, a path, a scan. What
   must be there already (a map, an image to write into) is an argument.
 - Failures are results (None or empty), and their log records go to the logger "korrin".
-- Arguments of the wrong shape or size raise ValueError, of the wrong type TypeError.
+- Arguments of the wrong shape or size raise ValueError, of the wrong type TypeError; the message
+  names the argument, what was wanted and what was found.
+- Everything is a value: objects print what they hold, are equal when that is, can be copied and
+  pickled, and have no hash if they can change. Two numbers that are both NaN count as equal, so
+  that what a pickle gives back equals what went in. What works on a map (a path finder, a mapper, a
+  prepared map) is copied by copy.copy with the same map; copy.deepcopy and pickle take the map
+  along, one map for all that share it.
 - Long calls let other threads run. Objects may be shared by threads; a map that one thread writes
   while another one reads it has both old and new values.
 """
@@ -32,8 +39,15 @@ __all__ = sorted(
     [name for name in vars(_korrin) if not name.startswith("_")] + ["load_map", "save_map"]
 )
 
-# Everything shows under the name by which it is imported.
-for _name in __all__:
-    if isinstance(globals()[_name], type):
-        globals()[_name].__module__ = __name__
-del _name
+
+
+def _show_as_imported(owner: object, names: list[str]) -> None:
+    """Everything shows, and is pickled, under the name by which it is imported."""
+    for name in names:
+        member = getattr(owner, name)
+        if isinstance(member, type):
+            member.__module__ = __name__
+            _show_as_imported(member, [key for key in vars(member) if not key.startswith("_")])
+
+
+_show_as_imported(_korrin, [name for name in vars(_korrin) if not name.startswith("_")])

@@ -2,8 +2,8 @@
 
 #include <opencv2/core/core_c.h>
 
-#include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <string>
 
@@ -17,33 +17,14 @@ py::array numbersOf(py::handle values, const std::string& what) {
   const py::array array = py::module_::import("numpy").attr("asarray")(values);
   const char kind = array.dtype().kind();
   if (kind == 'f' || kind == 'i' || kind == 'u') return array;
-  throw py::type_error(what + " must be numbers, not " + std::string(py::str(array.dtype())));
-}
-
-template <typename Scalar>
-py::array_t<Scalar> rowsOf(py::handle values, py::ssize_t columns) {
-  const std::string what = "an N x " + std::to_string(columns) + " array";
-  const py::array array = numbersOf(values, "the elements of " + what);
-  if (array.size() == 0 && array.ndim() == 1) {
-    return py::array_t<Scalar>(py::array::ShapeContainer{py::ssize_t{0}, columns});
-  }
-  if (array.ndim() != 2 || array.shape(1) != columns) {
-    throw py::value_error("expected " + what + ", not one of shape " + shapeText(array));
-  }
-  return py::array_t<Scalar, py::array::c_style | py::array::forcecast>(array);
-}
-
-std::int32_t cellFrom(double value) {
-  if (!(std::abs(value) <= 2147483647.0) || value != std::floor(value)) {
-    throw py::value_error("cells must be whole numbers of 32 bits, found " + std::to_string(value));
-  }
-  return static_cast<std::int32_t>(value);
+  throw py::type_error(what + ": wanted numbers, found an array of " +
+                       std::string(py::str(array.dtype())));
 }
 
 int depthOf(const py::array& array, const char* name) {
   if (py::isinstance<py::array_t<std::uint8_t>>(array)) return IPL_DEPTH_8U;
   if (py::isinstance<py::array_t<float>>(array)) return IPL_DEPTH_32F;
-  throw py::type_error(std::string(name) + " must be of uint8 or float32, not " +
+  throw py::type_error(std::string(name) + ": wanted an array of uint8 or float32, found one of " +
                        std::string(py::str(array.dtype())));
 }
 
@@ -62,8 +43,8 @@ void requireImageShape(const py::array& array, const char* name) {
   const bool flat = array.ndim() == 2;
   const bool layered = array.ndim() == 3 && array.shape(2) >= 1 && array.shape(2) <= 4;
   if (!flat && !layered) {
-    throw py::value_error(std::string(name) + " must have rows, columns and at most 4 channels, " +
-                          "not the shape " + shapeText(array));
+    throw py::value_error(std::string(name) + ": wanted rows, columns and at most 4 channels, " +
+                          "found an array of shape " + shapeText(array));
   }
 }
 
@@ -72,48 +53,10 @@ void requireImageShape(const py::array& array, const char* name) {
 py::array_t<float> floatVector(py::handle values, const char* name) {
   const py::array array = numbersOf(values, name);
   if (array.ndim() != 1) {
-    throw py::value_error(std::string(name) + " must have one dimension, not the shape " +
+    throw py::value_error(std::string(name) + ": wanted one dimension, found an array of shape " +
                           shapeText(array));
   }
   return py::array_t<float, py::array::c_style | py::array::forcecast>(array);
-}
-
-py::array_t<float> floatRows(py::handle values, py::ssize_t columns) {
-  return rowsOf<float>(values, columns);
-}
-
-py::array_t<double> doubleRows(py::handle values, py::ssize_t columns) {
-  return rowsOf<double>(values, columns);
-}
-
-bool mayBeRows(py::handle values, bool convert) {
-  if (py::isinstance<py::array>(values)) {
-    return convert || py::reinterpret_borrow<py::array>(values).ndim() == 2;
-  }
-  return convert && (py::isinstance<py::list>(values) || py::isinstance<py::tuple>(values));
-}
-
-std::vector<Brin::Pose2Di> cellsFrom(const py::array_t<double>& rows) {
-  std::vector<Brin::Pose2Di> cells;
-  cells.reserve(static_cast<std::size_t>(rows.shape(0)));
-  const auto values = rows.unchecked<2>();
-  for (py::ssize_t i = 0; i < rows.shape(0); ++i) {
-    cells.emplace_back(cellFrom(values(i, 0)), cellFrom(values(i, 1)),
-                       static_cast<float>(values(i, 2)));
-  }
-  return cells;
-}
-
-py::array_t<double> arrayFrom(const std::vector<Brin::Pose2Di>& cells) {
-  py::array_t<double> rows(
-      py::array::ShapeContainer{static_cast<py::ssize_t>(cells.size()), py::ssize_t{3}});
-  double* value = rows.mutable_data();
-  for (const Brin::Pose2Di& cell : cells) {
-    *value++ = cell.x;
-    *value++ = cell.y;
-    *value++ = double{cell.theta};
-  }
-  return rows;
 }
 
 py::array viewOf(const IplImage& image, py::handle owner) {
@@ -136,6 +79,20 @@ py::object takeOver(IplImage* image) {
     cvReleaseImage(&owned);
   });
   return viewOf(*image, owner);
+}
+
+IplImage* imageOf(const py::object& array, const char* name) {
+  if (array.is_none()) return nullptr;
+  ArrayImage source = ArrayImage::readable(py::cast<py::array>(array), name);
+  const IplImage& from = *source.get();
+  IplImage* image = cvCreateImage(cvSize(from.width, from.height), from.depth, from.nChannels);
+  const std::size_t bytes = static_cast<std::size_t>(array.attr("nbytes").cast<py::ssize_t>());
+  const std::size_t row = from.height > 0 ? bytes / static_cast<std::size_t>(from.height) : 0;
+  for (int y = 0; y < from.height && row > 0; ++y) {
+    std::memcpy(image->imageData + std::ptrdiff_t{y} * image->widthStep,
+                from.imageData + std::ptrdiff_t{y} * from.widthStep, row);
+  }
+  return image;
 }
 
 ArrayImage ArrayImage::writable(py::array array, const char* name) {

@@ -1,4 +1,4 @@
-// Numpy arrays as what the library takes and gives: lists of poses, points and cells, and images.
+// Numpy arrays as what the library takes and gives: lists of numbers, and images.
 //
 // An argument of the wrong shape or memory layout raises ValueError, one of the wrong kind of
 // elements TypeError.
@@ -8,30 +8,18 @@
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
-#include <cstddef>
-#include <cstring>
 #include <utility>
 #include <vector>
 
-#include "korrin/core/geometry.hpp"
+#include "python/src/casters.hpp"
 
 namespace korrin_python {
 
 namespace py = pybind11;
 
-// `values` as a C-contiguous array of floats (or doubles) in one dimension, or in two with that
-// many columns. Anything that numpy takes for an array of numbers will do.
+// `values` as a C-contiguous array of floats in one dimension. Anything that numpy takes for an
+// array of numbers will do.
 py::array_t<float> floatVector(py::handle values, const char* name);
-py::array_t<float> floatRows(py::handle values, py::ssize_t columns);
-py::array_t<double> doubleRows(py::handle values, py::ssize_t columns);
-
-// Whether an argument is for a list of rows at all: a two-dimensional array or, where conversions
-// are welcome, any array, list or tuple. What passes and has no such rows is an error.
-bool mayBeRows(py::handle values, bool convert);
-
-// N x 3: column, row, heading. In doubles, which hold every cell and every heading exactly.
-std::vector<Brin::Pose2Di> cellsFrom(const py::array_t<double>& rows);
-py::array_t<double> arrayFrom(const std::vector<Brin::Pose2Di>& cells);
 
 // A one-dimensional array that takes the elements over.
 template <typename T>
@@ -47,6 +35,9 @@ py::array viewOf(const IplImage& image, py::handle owner);
 
 // The same for an image that the array takes over; None for null.
 py::object takeOver(IplImage* image);
+
+// A new image with the pixels of `array`, null for None; of the same shapes and kinds as below.
+IplImage* imageOf(const py::object& array, const char* name);
 
 // An image whose pixels are a numpy array's: bytes or floats, rows x columns, or with channels as
 // a third dimension.
@@ -67,57 +58,3 @@ class ArrayImage {
 };
 
 }  // namespace korrin_python
-
-namespace pybind11::detail {
-
-// Lists, tuples and arrays become vectors of float records; vectors become float32 arrays.
-template <typename Record, std::size_t Columns>
-struct rows_caster {
-  static_assert(sizeof(Record) == Columns * sizeof(float));
-
-  bool load(handle source, bool convert) {
-    if (!korrin_python::mayBeRows(source, convert)) return false;
-    const array_t<float> rows = korrin_python::floatRows(source, ssize_t{Columns});
-    value.resize(static_cast<std::size_t>(rows.shape(0)));
-    if (!value.empty()) {
-      std::memcpy(static_cast<void*>(value.data()), rows.data(), value.size() * sizeof(Record));
-    }
-    return true;
-  }
-
-  static handle cast(const std::vector<Record>& records, return_value_policy, handle) {
-    array_t<float> rows(
-        array::ShapeContainer{static_cast<ssize_t>(records.size()), ssize_t{Columns}});
-    if (!records.empty()) {
-      std::memcpy(rows.mutable_data(), records.data(), records.size() * sizeof(Record));
-    }
-    return rows.release();
-  }
-
-  PYBIND11_TYPE_CASTER(std::vector<Record>, const_name("numpy.ndarray[numpy.float32[n, ") +
-                                                const_name<Columns>() + const_name("]]"));
-};
-
-template <>
-struct type_caster<std::vector<Brin::Pose2D>> : rows_caster<Brin::Pose2D, 3> {};
-
-template <>
-struct type_caster<std::vector<Brin::Point2D>> : rows_caster<Brin::Point2D, 2> {};
-
-template <>
-struct type_caster<std::vector<Brin::Pose2Di>> {
-  bool load(handle source, bool convert) {
-    if (!korrin_python::mayBeRows(source, convert)) return false;
-    value = korrin_python::cellsFrom(korrin_python::doubleRows(source, 3));
-    return true;
-  }
-
-  static handle cast(const std::vector<Brin::Pose2Di>& cells, return_value_policy, handle) {
-    return korrin_python::arrayFrom(cells).release();
-  }
-
-  PYBIND11_TYPE_CASTER(std::vector<Brin::Pose2Di>,
-                       const_name("numpy.ndarray[numpy.float64[n, 3]]"));
-};
-
-}  // namespace pybind11::detail

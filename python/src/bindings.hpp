@@ -3,6 +3,8 @@
 
 #include <pybind11/pybind11.h>
 
+#include "python/src/casters.hpp"
+
 namespace korrin_python {
 
 void bindGeometry(pybind11::module_& module);

@@ -15,15 +15,17 @@ using Brin::Pose2Di;
 void bindPoses(py::module_& module) {
   py::class_<Pose2D> pose(module, "Pose2D", R"(A pose in a plane: metres, metres, radians.
 
-In the world frame unless a function says otherwise. A tuple, list or array of three numbers serves
-wherever a pose is expected.
+In the world frame unless a function says otherwise. A tuple, list or array of its numbers serves
+wherever a pose is expected; without theta it heads along x.
 
 >>> x, y, theta = korrin.Pose2D(2, 1, 0.5)
 >>> korrin.Pose2D([2, 1, 0.5])
 Pose2D(x=2, y=1, theta=0.5)
+>>> korrin.Pose2D(2, 1)
+Pose2D(x=2, y=1, theta=0)
 )");
   pose.def(py::init<>())
-      .def(py::init<float, float, float>(), py::arg("x"), py::arg("y"), py::arg("theta"))
+      .def(py::init<float, float, float>(), py::arg("x"), py::arg("y"), py::arg("theta") = 0.0f)
       .def("abs_project", &Pose2D::absProject, py::arg("rel"),
            R"(Composition: `rel`, in this pose's own frame, expressed in the frame of this pose.
 
@@ -36,10 +38,11 @@ Pose2D(x=3, y=1.5, theta=0)
 >>> korrin.Pose2D(2, 1, 0).rel_project((3, 1.5, 0))
 Pose2D(x=1, y=0.5, theta=0)
 )");
-  actsAsTuple(pose, "Pose2D", Field{"x", &Pose2D::x, "Metres"}, Field{"y", &Pose2D::y, "Metres"},
+  actsAsTuple(pose, Field{"x", &Pose2D::x, "Metres"}, Field{"y", &Pose2D::y, "Metres"},
               Field{"theta", &Pose2D::theta, "Radians"});
 
-  py::class_<Pose2Di> cell(module, "Pose2Di", R"(A grid cell with a heading in radians.
+  py::class_<Pose2Di> cell(module, "Pose2Di",
+                           R"(A grid cell with a heading in radians. Numbers serve as for Pose2D.
 
 >>> cell = korrin.Pose2Di(12, 7, 0)
 >>> cell.x, cell.y
@@ -48,7 +51,7 @@ Pose2D(x=1, y=0.5, theta=0)
   cell.def(py::init<>())
       .def(py::init<std::int32_t, std::int32_t, float>(), py::arg("x"), py::arg("y"),
            py::arg("theta") = 0.0f);
-  actsAsTuple(cell, "Pose2Di", Field{"x", &Pose2Di::x, "Column"}, Field{"y", &Pose2Di::y, "Row"},
+  actsAsTuple(cell, Field{"x", &Pose2Di::x, "Column"}, Field{"y", &Pose2Di::y, "Row"},
               Field{"theta", &Pose2Di::theta, "Radians"});
 }
 
@@ -60,10 +63,8 @@ Point2D(x=3, y=4)
 )");
   point.def(py::init<>())
       .def(py::init<float, float>(), py::arg("x"), py::arg("y"))
-      .def(py::init<const Pose2D&>(), py::arg("pose"));
-  actsAsTuple(point, "Point2D", Field{"x", &Point2D::x, "Metres"},
-              Field{"y", &Point2D::y, "Metres"});
-  py::implicitly_convertible<Pose2D, Point2D>();
+      .def(py::init<const Pose2D&>(), py::arg("pose").noconvert());
+  actsAsTuple(point, Field{"x", &Point2D::x, "Metres"}, Field{"y", &Point2D::y, "Metres"});
 
   py::class_<Point2Di> shift(module, "Point2Di", R"(A point on a grid, in cells.
 
@@ -71,8 +72,7 @@ Point2D(x=3, y=4)
 Point2Di(x=3, y=4)
 )");
   shift.def(py::init<>()).def(py::init<std::int32_t, std::int32_t>(), py::arg("x"), py::arg("y"));
-  actsAsTuple(shift, "Point2Di", Field{"x", &Point2Di::x, "Column"},
-              Field{"y", &Point2Di::y, "Row"});
+  actsAsTuple(shift, Field{"x", &Point2Di::x, "Column"}, Field{"y", &Point2Di::y, "Row"});
 }
 
 void bindFormulas(py::module_& module) {

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "korrin/core/log.hpp"
+#include "python/src/values.hpp"
 
 namespace korrin_python {
 namespace {
@@ -123,21 +124,26 @@ void unlockedAlone(const std::function<void()>& work) {
 }
 
 void bindLog(py::module_& module) {
-  py::enum_<Brin::NavLogLevel>(module, "NavLogLevel", R"(How grave a log record is.
+  py::enum_<Brin::NavLogLevel> level(module, "NavLogLevel", R"(How grave a log record is.
 
 >>> [level.name for level in korrin.NavLogLevel.__members__.values()]
 ['Info', 'Warning', 'Error']
-)")
-      .value("Info", Brin::NavLogLevel::Info)
+)");
+  picklesNumber(level);
+  level.value("Info", Brin::NavLogLevel::Info)
       .value("Warning", Brin::NavLogLevel::Warning)
       .value("Error", Brin::NavLogLevel::Error);
 
-  py::class_<Brin::LogRecord>(module, "LogRecord", kLogRecordDoc)
-      .def_readonly("level", &Brin::LogRecord::level)
-      .def_readonly("message", &Brin::LogRecord::message)
-      .def_readonly("file", &Brin::LogRecord::file, "The component, such as src/occmap_path_finder")
-      .def_readonly("function", &Brin::LogRecord::function)
-      .def_readonly("line", &Brin::LogRecord::line, "Tells a function's records apart");
+  using Record = Brin::LogRecord;
+  py::class_<Record> record(module, "LogRecord", kLogRecordDoc);
+  record.def_readonly("level", &Record::level)
+      .def_readonly("message", &Record::message)
+      .def_readonly("file", &Record::file, "The component, such as src/occmap_path_finder")
+      .def_readonly("function", &Record::function)
+      .def_readonly("line", &Record::line, "Tells a function's records apart");
+  actsAsRecord(record, Record(), Field{"level", &Record::level}, Field{"message", &Record::message},
+               Field{"file", &Record::file}, Field{"function", &Record::function},
+               Field{"line", &Record::line});
 
   module.def("set_log_sink", &setLogSink, py::arg("sink"), kSetLogSinkDoc);
   module.def("complete_log", &Brin::completeLog, py::arg("level"), py::arg("message"),

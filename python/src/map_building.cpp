@@ -6,6 +6,7 @@
 #include "python/src/arrays.hpp"
 #include "python/src/bindings.hpp"
 #include "python/src/log.hpp"
+#include "python/src/values.hpp"
 
 namespace korrin_python {
 namespace {
@@ -184,25 +185,26 @@ Status 0 and the distance to that cell, or status 1 and the distance to the end 
 }
 
 void bindModel(py::module_& module) {
-  py::class_<ScanModel>(module, "ScanModel", R"(A scanner: its beams, centred on the heading.
+  using M = ScanModel;
+  py::class_<M> type(module, "ScanModel", R"(A scanner: its beams, centred on the heading.
 
 >>> scanner = korrin.ScanModel(181, 10, korrin.k_pi)      # beams, metres, radians
 >>> round(scanner.start_angle, 4)
 -1.5708
-)")
-      .def(py::init<int, float, float>(), py::arg("count"), py::arg("max_range"),
+)");
+  actsAsRecord(type, M(0, 0.0f, 0.0f), Field{"max_range", &M::maxRange, "Metres, each beam's end"},
+               Field{"min_range", &M::minRange, "Metres, where every beam starts"},
+               Field{"field_of_view", &M::fieldOfView, "Radians, first beam to last"},
+               Field{"start_angle", &M::startAngle, "Of the first beam, radians"},
+               Field{"count", &M::count, "Beams"},
+               Field{"low_threshold", &M::lowThreshold,
+                     "Second-image value from which a dark cell stops a beam"},
+               Field{"high_threshold", &M::highThreshold, "Not read by the library"},
+               Field{"range_sigma", &M::rangeSigma, "Deviation of a range, metres"},
+               Field{"unit_factor", &M::unitFactor, "Not read by the library"},
+               Field{"reserved", &M::reserved, "Not read by the library"});
+  type.def(py::init<int, float, float>(), py::arg("count"), py::arg("max_range"),
            py::arg("field_of_view"))
-      .def_readwrite("max_range", &ScanModel::maxRange, "Metres, where every beam ends")
-      .def_readwrite("min_range", &ScanModel::minRange, "Metres, where every beam starts")
-      .def_readwrite("field_of_view", &ScanModel::fieldOfView, "Radians, first beam to last")
-      .def_readwrite("start_angle", &ScanModel::startAngle, "Of the first beam, radians")
-      .def_readwrite("count", &ScanModel::count, "Beams")
-      .def_readwrite("low_threshold", &ScanModel::lowThreshold,
-                     "Second-image value from which a dark cell stops a beam")
-      .def_readwrite("high_threshold", &ScanModel::highThreshold, "Not read by the library")
-      .def_readwrite("range_sigma", &ScanModel::rangeSigma, "Deviation of a range, metres")
-      .def_readwrite("unit_factor", &ScanModel::unitFactor, "Not read by the library")
-      .def_readwrite("reserved", &ScanModel::reserved, "Not read by the library")
       .def(
           "scan_likelihood",
           [](const ScanModel& self, const Scan& a, const Scan& b, int step) {
@@ -276,6 +278,8 @@ void bindMapBuilding(py::module_& module) {
   type.def(py::init([](std::shared_ptr<OccupancyMap> map) { return Mapper{std::move(map)}; }),
            py::arg("map"))
       .def_readwrite("map", &Mapper::map, "The map, or None");
+  const auto make = [](std::shared_ptr<OccupancyMap> map) { return Mapper{std::move(map)}; };
+  actsAsValue(type, make, Field{"map", &Mapper::map});
   bindUpdates(type);
   bindRays(type);
   bindModel(module);

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include "korrin/map_image_utils.hpp"
@@ -9,6 +10,28 @@
 #include "python/src/arrays.hpp"
 #include "python/src/bindings.hpp"
 #include "python/src/log.hpp"
+#include "python/src/values.hpp"
+
+namespace korrin_python {
+
+// A pose where (x, y) alone would mean cells: it has its heading, too.
+struct WholePose : Brin::Pose2D {};
+
+}  // namespace korrin_python
+
+template <>
+struct pybind11::detail::type_caster<korrin_python::WholePose> {
+  bool load(handle source, bool convert) {
+    const bool whole = pybind11::isinstance<Brin::Pose2D>(source) ||
+                       (hasattr(source, "__len__") && len(source) == 3);
+    type_caster<Brin::Pose2D> pose;
+    if (!whole || !pose.load(source, convert)) return false;
+    static_cast<Brin::Pose2D&>(value) = static_cast<Brin::Pose2D&>(pose);
+    return true;
+  }
+
+  PYBIND11_TYPE_CASTER(korrin_python::WholePose, const_name("korrin._korrin.Pose2D"));
+};
 
 namespace korrin_python {
 namespace {
@@ -37,7 +60,8 @@ struct Dilater : ObstacleDilater {
 constexpr const char* kDilaterDoc =
     R"(Grows the obstacles of maps of one size, width x height cells.
 
-A cell is an obstacle when its value is at or below `obst_prob_threshold` (0.1 at first).
+A cell is an obstacle when its value is at or below `obst_prob_threshold` (0.1 at first). The two
+work images are neither compared nor copied nor pickled.
 
 >>> map = korrin.OccupancyMap(100, 100, 0.05)
 >>> map.reset(1)
@@ -49,23 +73,58 @@ A cell is an obstacle when its value is at or below `obst_prob_threshold` (0.1 a
 (0.0, 1.0)
 )";
 
+// What the two lengths of a dilation are called.
+struct DilaterLengths {
+  const char* radius;
+  const char* fade;
+
+  // A line from 0 at the radius to 1 at a fade before it would fall: obstacles would look free.
+  void require(ObstacleDilater::DilateType kind, float radiusLength, float fadeLength) const {
+    if (kind != ObstacleDilater::DILATE_LINEAR || !(fadeLength < radiusLength)) return;
+    throw py::value_error(std::string(fade) + ": wanted at least " + radius + ", " +
+                          shortest(radiusLength) + ", for DILATE_LINEAR, found " +
+                          shortest(fadeLength));
+  }
+};
+
 std::unique_ptr<Dilater> makeDilater(int width, int height) {
   if (width < 0 || height < 0) throw py::value_error("width and height must not be negative");
   return std::make_unique<Dilater>(width, height);
 }
 
+void dilaterActsAsValue(py::class_<Dilater>& type) {
+  using D = ObstacleDilater;
+  const auto make = [](int width, int height, float threshold, float radius, float fade) {
+    auto made = makeDilater(width, height);
+    made->obstProbThreshold = threshold;
+    made->dilationRadius = radius;
+    made->fadeDistance = fade;
+    return made;
+  };
+  actsAsValue(type, make, Field{"width", [](const D& self) { return self.distImage->width; }},
+              Field{"height", [](const D& self) { return self.distImage->height; }},
+              Field{"obst_prob_threshold", &D::obstProbThreshold},
+              Field{"dilation_radius", &D::dilationRadius},
+              Field{"fade_distance", &D::fadeDistance});
+}
+
 void bindDilater(py::module_& module) {
   using D = ObstacleDilater;
   py::class_<Dilater> type(module, "ObstacleDilater", kDilaterDoc);
-  py::enum_<D::DilateType>(type, "DilateType", R"(How values rise with the distance to obstacles.
+  py::enum_<D::DilateType> kinds(type, "DilateType",
+                                 R"(How values rise with the distance to obstacles.
+
+Its name, such as "inverse" or "DILATE_INVERSE", serves where a member is expected.
 
 >>> korrin.ObstacleDilater.DILATE_INVERSE
 <DilateType.DILATE_INVERSE: 1>
-)")
-      .value("DILATE_LINEAR", D::DILATE_LINEAR)
+)");
+  picklesNumber(kinds);
+  kinds.value("DILATE_LINEAR", D::DILATE_LINEAR)
       .value("DILATE_INVERSE", D::DILATE_INVERSE)
       .value("DILATE_ERODE_SMOOTH", D::DILATE_ERODE_SMOOTH)
       .export_values();
+  dilaterActsAsValue(type);
   type.def(py::init(&makeDilater), py::arg("width"), py::arg("height"))
       .def_readwrite("obst_prob_threshold", &D::obstProbThreshold, "See set_obst_prob_threshold")
       .def_readwrite("dilation_radius", &D::dilationRadius, "Metres")
@@ -91,22 +150,27 @@ void bindDilater(py::module_& module) {
       .def(
           "dilate",
           [](Dilater& self, OccupancyMap& map, D::DilateType kind) {
+            const DilaterLengths lengths{"dilation_radius", "fade_distance"};
+            lengths.require(kind, self.dilationRadius, self.fadeDistance);
             self.alone([&] { self.dilate(map, kind); });
           },
           py::arg("map"), py::arg("type"), R"(Rewrites the probabilities of `map`, in place.
 
-DILATE_LINEAR: 0 nearer than dilation_radius, up to 1 at fade_distance. DILATE_INVERSE: a hyperbola
-instead of the line. DILATE_ERODE_SMOOTH: low values spread, then blurred.
+DILATE_LINEAR: 0 nearer than dilation_radius, up to 1 at fade_distance, which must not be smaller
+(ValueError). DILATE_INVERSE: a hyperbola instead of the line. DILATE_ERODE_SMOOTH: low values
+spread, then blurred.
 
 >>> map = korrin.OccupancyMap(10, 1, 0.05)
 >>> map.image[0, 0] = 0
->>> korrin.ObstacleDilater(10, 1).dilate(map, korrin.ObstacleDilater.DILATE_LINEAR)
+>>> korrin.ObstacleDilater(10, 1).dilate(map, "linear")
 >>> map.get_cell(0, 0), map.get_cell(9, 0)
 (0.0, 1.0)
 )")
       .def(
           "x_do_dilate_with_funct_transform",
           [](Dilater& self, OccupancyMap& map, float radius, float fade, D::DilateType kind) {
+            const DilaterLengths lengths{"radius_cells", "fade_cells"};
+            lengths.require(kind, radius, fade);
             self.alone([&] { self.xDoDilateWithFunctTransform(map, radius, fade, kind); });
           },
           py::arg("map"), py::arg("radius_cells"), py::arg("fade_cells"), py::arg("type"),
@@ -229,7 +293,7 @@ Both maps need a second image and the same size, else ValueError.
 ([[0.5, 1.0, 0.0]], -1.0)
 )");
   module.def(
-      "scroll_occ_map", &scroll<Pose2D>, py::arg("src"), py::arg("dst"), py::arg("pose"),
+      "scroll_occ_map", &scroll<WholePose>, py::arg("src"), py::arg("dst"), py::arg("pose"),
       R"(The same, by as many cells as a world pose (x, y, theta) is away from cell (0, 0).)");
   module.def(
       "scroll_occ_map_in_place",
@@ -268,17 +332,17 @@ py::object merge(const std::vector<Placed>& placed, float resolution, float extr
 }
 
 void bindMerging(py::module_& module) {
-  py::class_<Placed>(module, "ImageToMerge", R"(An image (an array) and its shift in metres.
+  py::class_<Placed> type(module, "ImageToMerge", R"(An image (an array) and its shift in metres.
 
 >>> korrin.ImageToMerge(np.float32([[1, 0]]), x=0.5).x
 0.5
-)")
-      .def(py::init<py::array, float, float, float>(), py::arg("image"), py::arg("x") = 0.0f,
-           py::arg("y") = 0.0f, py::arg("theta") = 0.0f)
-      .def_readwrite("image", &Placed::image, "The array")
-      .def_readwrite("x", &Placed::x, "Shift along the image's x axis, metres")
-      .def_readwrite("y", &Placed::y, "Shift along the image's y axis, metres")
-      .def_readwrite("theta", &Placed::theta, "Not read");
+)");
+  type.def(py::init<py::array, float, float, float>(), py::arg("image"), py::arg("x") = 0.0f,
+           py::arg("y") = 0.0f, py::arg("theta") = 0.0f);
+  actsAsRecord(type, Placed(), Field{"image", &Placed::image, "The array"},
+               Field{"x", &Placed::x, "Shift along the image's x axis, metres"},
+               Field{"y", &Placed::y, "Shift along the image's y axis, metres"},
+               Field{"theta", &Placed::theta, "Not read"});
   module.def(
       "merge_images2",
       [](const py::iterable& images, float resolution, float extra) {

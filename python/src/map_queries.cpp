@@ -7,6 +7,7 @@
 #include "python/src/arrays.hpp"
 #include "python/src/bindings.hpp"
 #include "python/src/log.hpp"
+#include "python/src/values.hpp"
 
 namespace korrin_python {
 namespace {
@@ -59,32 +60,35 @@ MaybeCell findWith(const OccupancyMap& map, const Pose2Di& start, const Conditio
   return cellOrNone(found, cell);
 }
 
-void bindConditions(py::module_& module) {
-  py::class_<FreeCellCondition>(module, "FreeCellCondition", R"(True for values above `threshold`.
+void bindFreeCondition(py::module_& module) {
+  using Free = FreeCellCondition;
+  py::class_<Free> free(module, "FreeCellCondition", R"(True for values above `threshold`.
 
 >>> korrin.FreeCellCondition(0.7)(0.8)
 True
-)")
-      .def(py::init([](float threshold) { return FreeCellCondition{threshold}; }),
-           py::arg("threshold"))
-      .def_readwrite("threshold", &FreeCellCondition::threshold)
-      .def("__call__", &FreeCellCondition::operator(), py::arg("value"));
-  py::class_<GrayCellCondition>(module, "GrayCellCondition",
-                                R"(True for values nearer to 0.5 than `tolerance` (unknown ones),
+)");
+  free.def(py::init([](float threshold) { return Free{threshold}; }), py::arg("threshold"))
+      .def("__call__", &Free::operator(), py::arg("value"));
+  actsAsRecord(free, Free{}, Field{"threshold", &Free::threshold});
+}
+
+void bindGrayCondition(py::module_& module) {
+  using Gray = GrayCellCondition;
+  py::class_<Gray> gray(module, "GrayCellCondition",
+                        R"(True for values nearer to 0.5 than `tolerance` (unknown ones),
 until a value below `threshold` has blocked the way.
 
 >>> condition = korrin.GrayCellCondition(0.2, 0.1)
 >>> condition(0.55), condition(0.1), condition(0.55), condition.blocked
 (True, False, False, True)
-)")
-      .def(py::init([](float threshold, float tolerance, bool blocked) {
-             return GrayCellCondition{threshold, tolerance, blocked};
+)");
+  gray.def(py::init([](float threshold, float tolerance, bool blocked) {
+             return Gray{threshold, tolerance, blocked};
            }),
            py::arg("threshold"), py::arg("tolerance"), py::arg("blocked") = false)
-      .def_readwrite("threshold", &GrayCellCondition::threshold)
-      .def_readwrite("tolerance", &GrayCellCondition::tolerance)
-      .def_readwrite("blocked", &GrayCellCondition::blocked)
-      .def("__call__", &GrayCellCondition::operator(), py::arg("value"));
+      .def("__call__", &Gray::operator(), py::arg("value"));
+  actsAsRecord(gray, Gray{}, Field{"threshold", &Gray::threshold},
+               Field{"tolerance", &Gray::tolerance}, Field{"blocked", &Gray::blocked});
 }
 
 void bindSearches(py::module_& module) {
@@ -171,7 +175,8 @@ Pose2Di(x=6, y=4, theta=0)
 }  // namespace
 
 void bindMapQueries(py::module_& module) {
-  bindConditions(module);
+  bindFreeCondition(module);
+  bindGrayCondition(module);
   bindSearches(module);
   module.def(
       "find_obstacles_main_direction",

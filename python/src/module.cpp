@@ -5,6 +5,7 @@
 #include <opencv2/core.hpp>
 
 #include "python/src/bindings.hpp"
+#include "python/src/calls.hpp"
 #include "python/src/log.hpp"
 
 namespace {
@@ -36,4 +37,5 @@ PYBIND11_MODULE(_korrin, module) {
   korrin_python::bindMapQueries(module);
   korrin_python::bindScanHoles(module);
   korrin_python::bindScanMatching(module);
+  korrin_python::explainCalls(module);
 }

@@ -1,3 +1,4 @@
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -6,6 +7,7 @@
 #include "python/src/arrays.hpp"
 #include "python/src/bindings.hpp"
 #include "python/src/log.hpp"
+#include "python/src/values.hpp"
 
 namespace korrin_python {
 namespace {
@@ -25,6 +27,9 @@ take effect at the next request. Fields that are arrays are copies.
 The weight of the distance to the goal (set_h_weight) and the neighbour tables are shared by all
 finders of the process, and every new finder sets the weight back to 0.5. Threads may share finders
 all the same: one request runs at a time, while other Python code goes on.
+
+As a value a finder is its map and its settings. What the last search left is neither compared nor
+copied nor pickled, and a copy leaves the weight as it is.
 
 >>> map = korrin.OccupancyMap(200, 100, 0.05)     # 10 m x 5 m
 >>> map.reset(1)
@@ -62,6 +67,19 @@ class Finder {
  public:
   Finder(std::shared_ptr<OccupancyMap> map, float value) : map_(std::move(map)) {
     unlockedAlone([&] { finder_ = std::make_unique<OccMapPathFinder>(map_.get(), value); });
+  }
+
+  // A finder made of its pickle. Unlike a new one it leaves the weight of all finders alone.
+  static std::unique_ptr<Finder> remade(std::shared_ptr<OccupancyMap> map, float value,
+                                        const std::function<void(OccMapPathFinder&)>& set) {
+    std::unique_ptr<Finder> made(new Finder(std::move(map)));
+    unlockedAlone([&] {
+      const float weight = Node::hWeight;
+      made->finder_ = std::make_unique<OccMapPathFinder>(made->map_.get(), value);
+      OccMapPathFinder::setHWeight(weight);
+      set(*made->finder_);
+    });
+    return made;
   }
 
   std::shared_ptr<OccupancyMap> map() const { return map_; }
@@ -146,6 +164,8 @@ class Finder {
   }
 
  private:
+  explicit Finder(std::shared_ptr<OccupancyMap> map) : map_(std::move(map)) {}
+
   std::shared_ptr<OccupancyMap> map_;
   std::unique_ptr<OccMapPathFinder> finder_;
   std::int32_t columns_ = 0;
@@ -194,23 +214,55 @@ void constField(FinderClass& type, const char* name, Value OccMapPathFinder::*me
 
 void bindNode(FinderClass& type) {
   PYBIND11_NUMPY_DTYPE(Node, x, y, theta, parent, f, g, h);
-  py::class_<Node>(type, "Node", R"(A node of a search.
+  py::class_<Node> node(type, "Node", R"(A node of a search.
 
 >>> korrin.OccMapPathFinder.Node().parent
 -1
-)")
-      .def(py::init<>())
+)");
+  node.def(py::init<>())
       .def_property_static(
           "h_weight", [](const py::object&) { return hWeight(); },
           [](const py::object&, float weight) { setHWeight(weight); },
-          "The weight of the distance to the goal, of all finders of the process")
-      .def_readwrite("x", &Node::x, "Column")
-      .def_readwrite("y", &Node::y, "Row")
-      .def_readwrite("theta", &Node::theta, "The start's heading in the start node, else 0")
-      .def_readwrite("parent", &Node::parent, "Index into closed_nodes, -1: start")
-      .def_readwrite("f", &Node::f, "Priority, lower first")
-      .def_readwrite("g", &Node::g, "Cost from the start")
-      .def_readwrite("h", &Node::h, "Straight distance to the goal, metres");
+          "The weight of the distance to the goal, of all finders of the process");
+  actsAsRecord(node, Node(), Field{"x", &Node::x, "Column"}, Field{"y", &Node::y, "Row"},
+               Field{"theta", &Node::theta, "The start's heading in the start node, else 0"},
+               Field{"parent", &Node::parent, "Index into closed_nodes, -1: start"},
+               Field{"f", &Node::f, "Priority, lower first"},
+               Field{"g", &Node::g, "Cost from the start"},
+               Field{"h", &Node::h, "Straight distance to the goal, metres"});
+}
+
+void finderActsAsValue(FinderClass& type) {
+  using F = OccMapPathFinder;
+  const auto make = [](const std::shared_ptr<OccupancyMap>& map, float threshold, int coarseFactor,
+                       float angleCostFactor, F::NeighborhoodType neighborhood, float value,
+                       const Pixels& deltas) {
+    std::vector<Pose2Di> steps;
+    if (!readCells(deltas.array, steps)) throw py::cast_error("not the steps of a finder");
+    return Finder::remade(map, value, [&](F& finder) {
+      finder.obstacleThreshold = threshold;
+      finder.coarseFactor = coarseFactor;
+      finder.angleCostFactor = angleCostFactor;
+      finder.neighborhoodType = neighborhood;
+      finder.neighborDeltas = steps;
+    });
+  };
+  const auto read = [](auto member) {
+    return [member](const Finder& self) { return self.get(member); };
+  };
+  const Field map{"map", &Finder::map};
+  const Field threshold{"obstacle_threshold", read(&F::obstacleThreshold)};
+  const Field coarse{"coarse_factor", read(&F::coarseFactor)};
+  const Field turn{"angle_cost_factor", read(&F::angleCostFactor)};
+  const Field type_{"neighborhood_type", read(&F::neighborhoodType)};
+  const Field value{"init_param", read(&F::initParam)};
+  // Those of the type, unless it is none of the three.
+  const Field steps{"neighbor_deltas", [](const Finder& self) {
+                      return Pixels{arrayFrom(self.get(&F::neighborDeltas))};
+                    }};
+  showsFields(type, map, threshold, coarse, turn, type_);
+  comparesFields(type, map, threshold, coarse, turn, type_, value, steps);
+  picklesFields(type, make, map, threshold, coarse, turn, type_, value, steps);
 }
 
 void bindFields(FinderClass& type) {
@@ -413,7 +465,7 @@ True
 
 >>> finder = korrin.OccMapPathFinder(korrin.OccupancyMap(4, 4, 1), 0)
 >>> path = finder.compute_path((0, 0, 0), (3, 0, 0))
->>> finder.nodes[finder.x_get_cell_node((3, 0, 0))]["x"]
+>>> int(finder.nodes[finder.x_get_cell_node((3, 0, 0))]["x"])
 3
 )")
       .def(
@@ -496,17 +548,22 @@ void bindTables(py::module_& module) {
 void bindPathFinder(py::module_& module) {
   bindTables(module);
   FinderClass type(module, "OccMapPathFinder", kFinderDoc);
-  py::enum_<OccMapPathFinder::NeighborhoodType>(type, "NeighborhoodType",
-                                                R"(Which cells a step can reach.
+  py::enum_<OccMapPathFinder::NeighborhoodType> steps(type, "NeighborhoodType",
+                                                      R"(Which cells a step can reach.
+
+Its name, such as "double", serves where a member is expected.
 
 >>> korrin.OccMapPathFinder.Simple
 <NeighborhoodType.Simple: 0>
-)")
-      .value("Simple", OccMapPathFinder::Simple)
+>>> korrin.OccMapPathFinder(None).set_neighborhood_type("double")
+)");
+  picklesNumber(steps);
+  steps.value("Simple", OccMapPathFinder::Simple)
       .value("Double", OccMapPathFinder::Double)
       .value("Triple", OccMapPathFinder::Triple)
       .export_values();
   bindNode(type);
+  finderActsAsValue(type);
   type.def(py::init<std::shared_ptr<OccupancyMap>, float>(), py::arg("map"),
            py::arg("value") = 0.0f)
       .def("compute_path", &computePath<Pose2D>, py::arg("start_pose"), py::arg("end_pose"),

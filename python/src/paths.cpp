@@ -11,6 +11,7 @@
 #include "python/src/arrays.hpp"
 #include "python/src/bindings.hpp"
 #include "python/src/log.hpp"
+#include "python/src/values.hpp"
 
 namespace korrin_python {
 namespace {
@@ -37,17 +38,19 @@ struct SafeSimplifier : Brin::SafePathSimplifier {
 };
 
 void bindPathSimplifier(py::module_& module) {
-  py::class_<PathSimplifier>(module, "PathSimplifier",
-                             R"(Fewer poses, the same way, up to a tolerance; knows no obstacles.
+  py::class_<PathSimplifier> type(
+      module, "PathSimplifier",
+      R"(Fewer poses, the same way, up to a tolerance; knows no obstacles.
 
 `sampling_accuracy` is how far, in millimetres, a dropped pose may lie from the segment that
 replaces it (50 at first).
 
 >>> korrin.PathSimplifier().sample([(0, 0, 0), (1, 0.01, 0), (2, 0, 0)]).tolist()
 [[0.0, 0.0, 0.0], [2.0, 0.0, 0.0]]
-)")
-      .def(py::init<>())
-      .def_readwrite("sampling_accuracy", &PathSimplifier::samplingAccuracy, "Millimetres")
+)");
+  actsAsRecord(type, PathSimplifier(),
+               Field{"sampling_accuracy", &PathSimplifier::samplingAccuracy, "Millimetres"});
+  type.def(py::init<>())
       .def(
           "sample",
           [](const PathSimplifier& self, const Path& path) {
@@ -65,10 +68,34 @@ An accuracy that is not finite gives the path back, with one log record.
 )");
 }
 
+void safeSimplifierActsAsValue(py::class_<SafeSimplifier>& type) {
+  using S = Brin::SafePathSimplifier;
+  type.def_readwrite("initial_sampling_accuracy", &S::initialSamplingAccuracy, "Millimetres")
+      .def_readwrite("min_sampling_accuracy", &S::minSamplingAccuracy, "Millimetres")
+      .def_readwrite("accuracy_divisor", &S::accuracyDivisor, "From one level to the next")
+      .def_readwrite("obstacle_threshold", &S::obstacleThreshold, "A cell below it blocks");
+  const auto make = [](float initial, float min, float divisor, float threshold, float inner) {
+    auto made = std::make_unique<SafeSimplifier>();
+    made->initialSamplingAccuracy = initial;
+    made->minSamplingAccuracy = min;
+    made->accuracyDivisor = divisor;
+    made->obstacleThreshold = threshold;
+    made->pathSimplifier->samplingAccuracy = inner;
+    return made;
+  };
+  actsAsValue(type, make, Field{"initial_sampling_accuracy", &S::initialSamplingAccuracy},
+              Field{"min_sampling_accuracy", &S::minSamplingAccuracy},
+              Field{"accuracy_divisor", &S::accuracyDivisor},
+              Field{"obstacle_threshold", &S::obstacleThreshold},
+              Field{"sampling_accuracy", [](const SafeSimplifier& self) {
+                      return self.pathSimplifier->samplingAccuracy;
+                    }});
+}
+
 void bindSafePathSimplifier(py::module_& module) {
   using S = Brin::SafePathSimplifier;
-  py::class_<SafeSimplifier>(module, "SafePathSimplifier",
-                             R"(Few poses whose straight segments keep clear of obstacles.
+  py::class_<SafeSimplifier> type(module, "SafePathSimplifier",
+                                  R"(Few poses whose straight segments keep clear of obstacles.
 
 Simplifies coarsely first (300 millimetres) and, where a segment is blocked, ever more finely (down
 to 5); what stays blocked is kept as it came.
@@ -78,15 +105,11 @@ to 5); what stays blocked is kept as it came.
 >>> path = korrin.OccMapPathFinder(map, 0).compute_path((1, 1, 0), (8, 1, 0))
 >>> len(path), len(korrin.SafePathSimplifier().sample(path, map))
 (29, 2)
-)")
-      .def(py::init<>())
+)");
+  type.def(py::init<>())
       .def_property_readonly(
           "path_simplifier", [](SafeSimplifier& self) { return self.pathSimplifier; },
           py::return_value_policy::reference_internal, "The simplifier used inside")
-      .def_readwrite("initial_sampling_accuracy", &S::initialSamplingAccuracy, "Millimetres")
-      .def_readwrite("min_sampling_accuracy", &S::minSamplingAccuracy, "Millimetres")
-      .def_readwrite("accuracy_divisor", &S::accuracyDivisor, "From one level to the next")
-      .def_readwrite("obstacle_threshold", &S::obstacleThreshold, "A cell below it blocks")
       .def("set_initial_sampling_accuracy", &S::setInitialSamplingAccuracy, py::arg("accuracy"),
            R"(Sets the accuracy of the first level, in millimetres.
 
@@ -134,6 +157,7 @@ to 5); what stays blocked is kept as it came.
 >>> len(korrin.SafePathSimplifier().x_recursive_sample(path, map, 50))
 3
 )");
+  safeSimplifierActsAsValue(type);
   module.def(
       "find_closest_in_vect",
       [](const Path& v, const Pose2D& p, float maxDist) -> std::optional<std::ptrdiff_t> {
@@ -152,18 +176,19 @@ None when there is none; the earliest of several.
 }
 
 void bindPathCosts(py::module_& module) {
-  py::class_<PathCostStats>(module, "PathCostStats", R"(What was met along a path.
+  py::class_<PathCostStats> type(module, "PathCostStats", R"(What was met along a path.
 
 Lowest, highest and mean cell value, and the length in metres; -1 is a cell outside the map.
 
 >>> korrin.PathCostStats().min_cost
 1.0
-)")
-      .def(py::init<>())
-      .def_readwrite("min_cost", &PathCostStats::minCost, "The lowest value")
-      .def_readwrite("max_cost", &PathCostStats::maxCost, "The highest value")
-      .def_readwrite("avg_cost", &PathCostStats::avgCost, "The mean value")
-      .def_readwrite("length", &PathCostStats::length, "Metres");
+)");
+  type.def(py::init<>());
+  actsAsRecord(type, PathCostStats(),
+               Field{"min_cost", &PathCostStats::minCost, "The lowest value"},
+               Field{"max_cost", &PathCostStats::maxCost, "The highest value"},
+               Field{"avg_cost", &PathCostStats::avgCost, "The mean value"},
+               Field{"length", &PathCostStats::length, "Metres"});
   module.def("merge_path_cost_stats", &Brin::mergePathCostStats, py::arg("a"), py::arg("b"),
              R"(Both summaries as one, the means weighted by length.
 

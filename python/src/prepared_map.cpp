@@ -8,6 +8,7 @@
 #include "python/src/arrays.hpp"
 #include "python/src/bindings.hpp"
 #include "python/src/log.hpp"
+#include "python/src/values.hpp"
 
 namespace korrin_python {
 namespace {
@@ -24,9 +25,13 @@ using Brin::ScanModel;
 // A prepared map with the map it is of. Answers run beside each other, a refresh runs alone.
 class Prepared {
  public:
-  Prepared(std::shared_ptr<OccupancyMap> map, float threshold) : map_(std::move(map)) {
+  Prepared(std::shared_ptr<OccupancyMap> map, float threshold)
+      : map_(std::move(map)), threshold_(threshold) {
     unlocked([&] { prepared_ = std::make_unique<PreparedMap>(*map_, threshold); });
   }
+
+  const std::shared_ptr<OccupancyMap>& map() const { return map_; }
+  float threshold() const { return threshold_; }
 
   template <typename Work>
   void ask(const Work& work) const {
@@ -46,6 +51,7 @@ class Prepared {
 
  private:
   std::shared_ptr<OccupancyMap> map_;
+  float threshold_;
   std::unique_ptr<PreparedMap> prepared_;
   mutable std::shared_mutex mutex_;
 };
@@ -54,7 +60,8 @@ constexpr const char* kPreparedDoc = R"(A map made ready for many rays and simul
 
 Answers are those of OccupancyMapper and occ_map_simulate_scan, bit for bit, for the one threshold,
 in half the time where rays are long; it pays from fifty scans of a thousand beams on. It takes 8
-bytes a cell. What changed in the map counts after a refresh.
+bytes a cell. What changed in the map counts after a refresh. A copy, and what a pickle gives back, is prepared
+from the map as it is then.
 
 >>> map = korrin.OccupancyMap(10, 1, 1)
 >>> prepared = korrin.PreparedMap(map, 0.45)
@@ -176,10 +183,12 @@ void bindScans(py::class_<Prepared>& type) {
 
 void bindPreparedMap(py::module_& module) {
   py::class_<Prepared> type(module, "PreparedMap", kPreparedDoc);
-  type.def(py::init([](std::shared_ptr<OccupancyMap> map, float threshold) {
-             return std::make_unique<Prepared>(std::move(map), threshold);
-           }),
-           py::arg("map").none(false), py::arg("threshold"));
+  const auto make = [](std::shared_ptr<OccupancyMap> map, float threshold) {
+    if (!map) throw py::cast_error("no map");
+    return std::make_unique<Prepared>(std::move(map), threshold);
+  };
+  type.def(py::init(make), py::arg("map").none(false), py::arg("threshold"));
+  actsAsValue(type, make, Field{"map", &Prepared::map}, Field{"threshold", &Prepared::threshold});
   bindRefresh(type);
   bindRays(type);
   bindScans(type);

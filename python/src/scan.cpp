@@ -1,6 +1,8 @@
 #include "korrin/core/scan.hpp"
 
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <string>
 
@@ -8,12 +10,54 @@
 #include "python/src/arrays.hpp"
 #include "python/src/bindings.hpp"
 #include "python/src/log.hpp"
+#include "python/src/values.hpp"
 
 namespace korrin_python {
+
+using Brin::RangeReading;
+
+// The readings of a scan as its field: their bytes, in one buffer.
+template <>
+struct Kind<std::vector<RangeReading>> {
+  using Readings = std::vector<RangeReading>;
+
+  static bool sameReading(const RangeReading& a, const RangeReading& b) {
+    return sameNumber(a.range, b.range) && sameNumber(a.angle, b.angle) &&
+           sameNumber(a.weight, b.weight) && a.mark == b.mark && a.status == b.status;
+  }
+  static bool same(const Readings& a, const Readings& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), &sameReading);
+  }
+  static std::string text(const Readings& readings) {
+    if (readings.empty()) return "<none>";
+    const auto hits =
+        std::count_if(readings.begin(), readings.end(),
+                      [](const RangeReading& reading) { return reading.status == 0; });
+    return "<" + std::to_string(readings.size()) + " from " + shortest(readings.front().angle) +
+           " to " + shortest(readings.back().angle) + " rad, " + std::to_string(hits) + " hits>";
+  }
+  static py::object pack(const Readings& readings, int protocol) {
+    const auto size = static_cast<py::ssize_t>(readings.size() * sizeof(RangeReading));
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(readings.data());
+    return packedPixels(py::array_t<std::uint8_t>(size, bytes), protocol);
+  }
+  static Readings unpack(py::handle packed) {
+    const auto bytes = py::array_t<std::uint8_t>::ensure(unpackedPixels(packed));
+    if (!bytes || static_cast<std::size_t>(bytes.size()) % sizeof(RangeReading) != 0) {
+      throw py::cast_error("not the readings of a scan");
+    }
+    Readings readings(static_cast<std::size_t>(bytes.size()) / sizeof(RangeReading));
+    if (!readings.empty()) {
+      std::memcpy(static_cast<void*>(readings.data()), bytes.data(),
+                  static_cast<std::size_t>(bytes.size()));
+    }
+    return readings;
+  }
+};
+
 namespace {
 
 using Brin::Point2D;
-using Brin::RangeReading;
 using Brin::Scan;
 
 constexpr const char* kScanDoc = R"(A planar laser scan, reading by reading.
@@ -67,7 +111,10 @@ Scan scanFromRanges(const py::object& values, double angleMin, double angleIncre
 }
 
 Scan scanFromRecords(const py::array_t<RangeReading>& records) {
-  if (records.ndim() != 1) throw py::value_error("readings must have one dimension");
+  if (records.ndim() != 1) {
+    throw py::value_error("readings: wanted one dimension, found an array of shape " +
+                          std::string(py::str(records.attr("shape"))));
+  }
   Scan scan;
   scan.readings.resize(static_cast<std::size_t>(records.size()));
   for (py::ssize_t i = 0; i < records.size(); ++i) {
@@ -80,7 +127,8 @@ Scan scanFromList(const py::list& readings) {
   Scan scan;
   for (const py::handle reading : readings) {
     if (!py::isinstance<RangeReading>(reading)) {
-      throw py::type_error("readings must be RangeReading objects");
+      throw py::type_error("readings: wanted RangeReading objects, found a " +
+                           std::string(py::str(py::type::of(reading).attr("__name__"))));
     }
     scan.readings.push_back(reading.cast<const RangeReading&>());
   }
@@ -96,33 +144,30 @@ std::vector<Point2D> endsOf(const Scan& scan) {
 
 void bindReading(py::module_& module) {
   PYBIND11_NUMPY_DTYPE(RangeReading, range, angle, weight, mark, status);
-  py::class_<RangeReading>(module, "RangeReading", R"(One reading of a scan.
+  py::class_<RangeReading> reading(module, "RangeReading", R"(One reading of a scan.
 
 >>> korrin.RangeReading(2, 0).to_point2d()
 Point2D(x=2, y=0)
-)")
-      .def(py::init<>())
+)");
+  reading.def(py::init<>())
       .def(py::init<float, float>(), py::arg("range"), py::arg("angle"))
-      .def_readwrite("range", &RangeReading::range, "Metres")
-      .def_readwrite("angle", &RangeReading::angle, "Bearing in radians off the heading")
-      .def_readwrite("weight", &RangeReading::weight, "Scales what a map update makes of it")
-      .def_readwrite("mark", &RangeReading::mark, "Set to 1 by the library, never read by it")
-      .def_readwrite("status", &RangeReading::status, "0: met an obstacle; 1: met nothing")
       .def("to_point2d", &RangeReading::toPoint2D,
            R"(The reading's end in the sensor's frame, metres.
 
 >>> korrin.RangeReading(2, korrin.k_pi / 2).to_point2d().y
 2.0
-)")
-      .def("__repr__", [](const RangeReading& self) {
-        return "<RangeReading of " + std::to_string(self.range) + " m at " +
-               std::to_string(self.angle) + " rad, status " + std::to_string(self.status) + ">";
-      });
+)");
+  using R = RangeReading;
+  actsAsRecord(reading, R(), Field{"range", &R::range, "Metres"},
+               Field{"angle", &R::angle, "Bearing in radians off the heading"},
+               Field{"weight", &R::weight, "Scales what a map update makes of it"},
+               Field{"mark", &R::mark, "Set to 1 by the library, never read by it"},
+               Field{"status", &R::status, "0: met an obstacle; 1: met nothing"});
 }
 
 void bindScanItself(py::module_& module) {
-  py::class_<Scan>(module, "Scan", kScanDoc)
-      .def(py::init<>())
+  py::class_<Scan> type(module, "Scan", kScanDoc);
+  type.def(py::init<>())
       .def(py::init(&scanFromList), py::arg("readings"), "A scan of RangeReading objects.")
       .def(py::init(&scanFromRecords), py::arg("readings").noconvert(),
            "A scan of an array like `readings` of another.")
@@ -131,10 +176,6 @@ void bindScanItself(py::module_& module) {
            py::arg("range_max") = std::numeric_limits<float>::infinity(),
            "A scan of a laser message's ranges.")
       .def("__len__", [](const Scan& self) { return self.readings.size(); })
-      .def("__repr__",
-           [](const Scan& self) {
-             return "<Scan of " + std::to_string(self.readings.size()) + " readings>";
-           })
       .def_property_readonly(
           "readings",
           [](const py::object& self) {
@@ -156,22 +197,25 @@ void bindScanItself(py::module_& module) {
 >>> scan.to_point2d()[scan.readings["status"] == 0].tolist()
 [[1.0, 0.0], [2.0, 0.0]]
 )");
-  py::implicitly_convertible<py::array, Scan>();
+  actsAsRecord(type, Scan(), Field{"readings", &Scan::readings});
+}
 
-  py::class_<Brin::ScanHole>(module, "ScanHole",
-                             R"(An opening in a scan, in the sensor's frame: metres, radians.
+void bindHole(py::module_& module) {
+  using H = Brin::ScanHole;
+  py::class_<H> hole(module, "ScanHole",
+                     R"(An opening in a scan, in the sensor's frame: metres, radians.
 
 >>> korrin.ScanHole().begin_index
 0
-)")
-      .def(py::init<>())
-      .def_readwrite("begin_index", &Brin::ScanHole::beginIndex, "Reading of the first border")
-      .def_readwrite("end_index", &Brin::ScanHole::endIndex, "Reading of the second border")
-      .def_readwrite("heading", &Brin::ScanHole::heading, "Direction of the middle, radians")
-      .def_readwrite("normal_angle", &Brin::ScanHole::normalAngle, "Direction out of it, radians")
-      .def_readwrite("begin_point", &Brin::ScanHole::beginPoint, "First border, metres")
-      .def_readwrite("end_point", &Brin::ScanHole::endPoint, "Second border, metres")
-      .def_readwrite("approach_point", &Brin::ScanHole::approachPoint, "In front of it, metres");
+)");
+  hole.def(py::init<>());
+  actsAsRecord(hole, H(), Field{"begin_index", &H::beginIndex, "Reading of the first border"},
+               Field{"end_index", &H::endIndex, "Reading of the second border"},
+               Field{"heading", &H::heading, "Direction of the middle, radians"},
+               Field{"normal_angle", &H::normalAngle, "Direction out of it, radians"},
+               Field{"begin_point", &H::beginPoint, "First border, metres"},
+               Field{"end_point", &H::endPoint, "Second border, metres"},
+               Field{"approach_point", &H::approachPoint, "In front of it, metres"});
 }
 
 py::object drawLaser(const Scan& scan, const Brin::Pose2D& pose, const py::object& image,
@@ -209,7 +253,7 @@ to 255; else the hits are drawn over `image`, which is returned.
 >>> scan = korrin.Scan([1], angle_min=0, angle_increment=0)
 >>> picture = korrin.draw_laser(scan, (0, 0, 0), None, 0.5)
 >>> side = len(picture)
->>> picture[side // 2, side // 2 + 2]
+>>> int(picture[side // 2, side // 2 + 2])
 0
 )");
   module.def(
@@ -224,9 +268,18 @@ to 255; else the hits are drawn over `image`, which is returned.
 
 }  // namespace
 
+bool readScan(py::handle source, Scan& scan) {
+  if (!py::isinstance<py::array_t<RangeReading>>(source)) return false;
+  const auto records = py::reinterpret_borrow<py::array_t<RangeReading>>(source);
+  if (records.ndim() != 1) return false;
+  scan = scanFromRecords(records);
+  return true;
+}
+
 void bindScan(py::module_& module) {
   bindReading(module);
   bindScanItself(module);
+  bindHole(module);
   bindImages(module);
 }
 

@@ -11,6 +11,7 @@
 #include "python/src/arrays.hpp"
 #include "python/src/bindings.hpp"
 #include "python/src/log.hpp"
+#include "python/src/values.hpp"
 
 namespace korrin_python {
 namespace {
@@ -73,6 +74,26 @@ struct DistMap {
   }
 };
 
+void distMapActsAsValue(py::class_<DistMap>& type) {
+  const auto make = [](float resolution, std::int32_t step, const Pixels& distances,
+                       const Pixels& picture) {
+    auto built = std::make_shared<Built>();
+    built->map.distanceMap = imageOf(distances.array, "distance_map");
+    built->map.laserImage = imageOf(picture.array, "laser_image");
+    DistMap made;
+    made.resolution = resolution;
+    made.step = step;
+    made.built = std::move(built);
+    return made;
+  };
+  const auto pixels = [](IplImage* ScanDistMap::*image) {
+    return [image](const DistMap& self) { return Pixels{self.view(image)}; };
+  };
+  actsAsValue(type, make, Field{"resolution", &DistMap::resolution}, Field{"step", &DistMap::step},
+              Field{"distance_map", pixels(&ScanDistMap::distanceMap)},
+              Field{"laser_image", pixels(&ScanDistMap::laserImage)});
+}
+
 constexpr const char* kDistMapDoc = R"(A reference scan's distance map: how well do others fit it?
 
 score() gives a pair: the score, 1 for a perfect fit, and how many points matched.
@@ -98,8 +119,9 @@ the reference's hits nothing counts.
 )";
 
 void bindDistMap(py::module_& module) {
-  py::class_<DistMap>(module, "ScanDistMap", kDistMapDoc)
-      .def(py::init<>())
+  py::class_<DistMap> type(module, "ScanDistMap", kDistMapDoc);
+  distMapActsAsValue(type);
+  type.def(py::init<>())
       .def_readwrite("resolution", &DistMap::resolution, "Metres per pixel")
       .def_readwrite("step", &DistMap::step, "Every step-th point is scored")
       .def_property_readonly(

@@ -10,17 +10,25 @@ HEADER = '''\
 
 import os
 from collections.abc import Callable, Iterable, Iterator, Sequence
-from typing import Any, ClassVar, overload
+from typing import Any, ClassVar, Generic, Literal, TypeVar, overload
 
 import numpy as np
-from numpy.typing import ArrayLike, NDArray
+from numpy.typing import ArrayLike, DTypeLike, NDArray
 
 __version__: str
 __all__: list[str]
 k_pi: float
 
-PoseLike = Pose2D | tuple[float, float, float] | list[float] | NDArray[Any]
-CellLike = Pose2Di | tuple[int, int, float] | list[float] | NDArray[Any]
+_Given = TypeVar("_Given", covariant=True)
+_Taken = TypeVar("_Taken", contravariant=True)
+
+class _Field(Generic[_Given, _Taken]):
+    """An attribute that takes more than it gives."""
+    def __get__(self, owner: object, type: type | None = None) -> _Given: ...
+    def __set__(self, owner: object, value: _Taken) -> None: ...
+
+PoseLike = Pose2D | tuple[float, float] | tuple[float, float, float] | list[float] | NDArray[Any]
+CellLike = Pose2Di | tuple[int, int] | tuple[int, int, float] | list[float] | NDArray[Any]
 PointLike = Point2D | Pose2D | tuple[float, float] | list[float] | NDArray[Any]
 ShiftLike = Point2Di | tuple[int, int] | list[int] | NDArray[Any]
 ScanLike = Scan | NDArray[np.void]
@@ -36,7 +44,8 @@ ACCEPTED = {
     "Scan": "ScanLike",
 }
 
-# What the signatures leave open: results, properties and, as name.argument, arguments.
+# What the signatures leave open: results, properties and, as name.argument, arguments. What a
+# property takes is its argument `value`.
 TOLD = {
     "LogRecord.level": "NavLogLevel",
     "OccMapPathFinder.__init__.map": "OccupancyMap | None",
@@ -48,9 +57,18 @@ TOLD = {
     "OccMapPathFinder.x_find_node": "OccMapPathFinder.Node | None",
     "ObstacleDilater.char_image": "NDArray[np.uint8]",
     "ObstacleDilater.dist_image": "NDArray[np.float32]",
+    "OccupancyMap.__copy__": "OccupancyMap",
+    "OccupancyMap.__deepcopy__": "OccupancyMap",
     "OccupancyMap.__deepcopy__.memo": "dict[int, Any]",
+    "OccupancyMap.__array__": "NDArray[Any]",
+    "OccupancyMap.__array__.copy": "bool | None",
+    "OccupancyMap.__array__.dtype": "DTypeLike",
+    "OccupancyMap.from_array.array": "ArrayLike",
     "OccupancyMap.image": "NDArray[np.float32]",
+    "OccupancyMap.image.value": "ArrayLike",
     "OccupancyMap.second_image": "NDArray[np.float32] | None",
+    "OccupancyMap.second_image.value": "ArrayLike",
+    "OccupancyMap.shape": "tuple[int, int]",
     "OccupancyMap.to_char_ipl_image": "NDArray[np.uint8]",
     "OccupancyMapper.__init__.map": "OccupancyMap | None",
     "OccupancyMapper.map": "OccupancyMap | None",
@@ -91,7 +109,7 @@ TOLD = {
 
 SHOWN_SPECIALS = (
     *("__init__", "__call__", "__copy__", "__deepcopy__"),
-    *("__getitem__", "__iter__", "__len__"),
+    *("__array__", "__getitem__", "__iter__", "__len__"),
 )
 ENUM_BODY = """\
 def __init__(self, value: int) -> None: ...
@@ -101,6 +119,32 @@ def name(self) -> str: ...
 @property
 def value(self) -> int: ...
 __members__: ClassVar[dict[str, {name}]]"""
+
+
+def enumerations(owner, prefix):
+    for name, member in vars(owner).items():
+        if inspect.isclass(member) and not name.startswith("_"):
+            if hasattr(member, "__members__"):
+                yield prefix + name, member
+            yield from enumerations(member, prefix + name + ".")
+
+
+ENUMERATIONS = dict(sorted(enumerations(korrin, "")))
+
+
+def like(enumeration):
+    return enumeration.rpartition(".")[2] + "Like"
+
+
+def like_lines():
+    """A member of an enumeration, or how it is usually written as a text."""
+    for name, type_ in ENUMERATIONS.items():
+        texts = {}
+        for member in type_.__members__:
+            short = member.lower().partition("_")[2]
+            texts.update(dict.fromkeys(text for text in (short, member.lower(), member) if text))
+        shown = ", ".join(f'"{text}"' for text in texts)
+        yield f"{like(name)} = {name} | Literal[{shown}]"
 
 
 def split_arguments(text):
@@ -120,6 +164,8 @@ def type_text(text, is_argument):
         text = re.sub(r"numpy\.ndarray\[numpy\.float\d+\[n, \d\]\]", "RowsLike", text)
         if text in ACCEPTED:
             return ACCEPTED[text]
+        if text in ENUMERATIONS:
+            return like(text)
     text = re.sub(r"numpy\.ndarray\[numpy\.(\w+)(\[n, \d\])?\]", r"NDArray[np.\1]", text)
     text = re.sub(r"numpy\.ndarray\[[\w.]+\]", "NDArray[np.void]", text)
     text = text.replace("numpy.ndarray", "NDArray[Any]")
@@ -175,14 +221,9 @@ def property_lines(name, value, qualified):
         yield f"def {name}(self) -> {told}: ..."
         return
     [kind] = re.findall(r", \w+: (.+)\) ->", value.fset.__doc__)
-    accepted = TOLD.get(qualified) or type_text(kind, True)
-    if accepted == told:
-        yield f"{name}: {told}"
-        return
-    yield "@property"
-    yield f"def {name}(self) -> {told}: ..."
-    yield f"@{name}.setter"
-    yield f"def {name}(self, value: {accepted}) -> None: ..."
+    accepted = TOLD.get(f"{qualified}.value") or TOLD.get(qualified) or type_text(kind, True)
+    # Before release 1.16 mypy expects of a setter what the property gives; of these it does not.
+    yield f"{name}: {told}" if accepted == told else f"{name}: _Field[{told}, {accepted}]"
 
 
 def member_lines(name, value, owner, qualified):
@@ -210,11 +251,13 @@ def class_lines(name, type_, qualified):
         for member, value in vars(type_).items():
             if not member.startswith("_") or member in SHOWN_SPECIALS:
                 lines += member_lines(member, value, type_, f"{qualified}.{member}")
+        if type_.__hash__ is None:
+            lines.append("__hash__: ClassVar[None]  # type: ignore[assignment]")
     yield from ("    " + line for line in lines)
 
 
 def stub_text():
-    lines = [HEADER]
+    lines = [HEADER + "\n".join(like_lines()), ""]
     for name in korrin.__all__:
         thing = getattr(korrin, name)
         if inspect.isclass(thing):

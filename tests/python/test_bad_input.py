@@ -124,6 +124,7 @@ MAKERS = {
     "dict": lambda draw: {},
 }
 OBJECTS = {
+    "array": array_of,
     "condition": condition,
     "at_start": condition,
     "on_ray": lambda draw: draw.choice([lambda: bool, bool]),

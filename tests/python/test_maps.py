@@ -68,10 +68,115 @@ def test_no_second_image_is_none():
     assert korrin.OccupancyMap(2, 2, 1).second_image is None
 
 
-def test_an_image_cannot_be_exchanged():
-    map = korrin.OccupancyMap(2, 2, 1)
-    with pytest.raises(AttributeError):
-        map.image = np.zeros((2, 2), np.float32)
+@pytest.mark.parametrize("name", ["image", "second_image"])
+def test_assigning_an_image_writes_the_cells(name):
+    map = korrin.OccupancyMap(3, 2, 1, with_second_image=True)
+    view = getattr(map, name)
+    cells = np.float64([[0, 0.25, 0.5], [1, np.nan, 2]])
+    setattr(map, name, cells)
+    assert np.array_equal(view, cells, equal_nan=True)
+    setattr(map, name, cells.astype(np.float16)[::-1])
+    assert view[1, 1] == 0.25
+    setattr(map, name, view[:, ::-1])  # of its own memory
+    assert view.tolist()[1] == [0.5, 0.25, 0]
+    view[:] = 0.5
+    setattr(map, name, getattr(map, name))
+    assert (view == 0.5).all()
+    map.image *= 0.5
+    assert (map.image == 0.25).all()
+    assert np.shares_memory(getattr(map, name), view)
+
+
+@pytest.mark.parametrize(
+    "cells, error, told",
+    [
+        (np.zeros((3, 2), "f4"), ValueError, r"wanted an array of shape \(2, 3\), found one of shape \(3, 2\)"),
+        (np.zeros((1, 3), "f4"), ValueError, "wanted an array of shape"),
+        (np.zeros((2, 3, 1), "f4"), ValueError, "rows and columns"),
+        (np.float32(1), ValueError, "rows and columns"),
+        (np.zeros((2, 3), int), TypeError, "wanted an array of floats, found one of int64"),
+        (np.zeros((2, 3), bool), TypeError, "bool"),
+        (np.zeros((2, 3), complex), TypeError, "complex"),
+        ("text", TypeError, "wanted an array of floats"),
+        (None, TypeError, "wanted an array of floats"),
+    ],
+)
+@pytest.mark.parametrize("name", ["image", "second_image"])
+def test_other_cells_are_refused(name, cells, error, told):
+    map = korrin.OccupancyMap(3, 2, 1, with_second_image=True)
+    before = korrin.OccupancyMap(map)
+    with pytest.raises(error, match=name + ": .*" + told):
+        setattr(map, name, cells)
+    assert map == before
+    if np.ndim(cells) != 2:
+        with pytest.raises(error, match="array: "):
+            korrin.OccupancyMap.from_array(cells, 1)
+
+
+def test_a_second_image_that_is_not_there_takes_no_cells():
+    with pytest.raises(ValueError, match="second_image: "):
+        korrin.OccupancyMap(2, 2, 1).second_image = np.zeros((2, 2))
+
+
+@pytest.mark.parametrize("kind", ["float32", "float64", "float16", ">f4"])
+def test_a_map_of_an_array_is_a_copy(kind):
+    cells = np.linspace(0, 1, 6).reshape(2, 3).astype(kind)
+    map = korrin.OccupancyMap.from_array(cells[::-1], 0.05, (1, 2), with_second_image=True)
+    assert map.image.tolist() == float32(cells[::-1]).tolist()
+    assert map.get_cell(2, 0) == np.float32(cells[1, 2])
+    assert (map.second_image == 0.5).all()
+    assert (map.params.width, map.params.height) == (3, 2)
+    assert map.params.resolution == np.float32(0.05)
+    assert map.params.origin == korrin.Pose2D(1, 2, 0)
+    cells[:] = 7
+    assert map.image.max() == 1
+    assert map.shape == (2, 3) == map.image.shape
+
+
+def test_a_map_of_an_array_has_no_second_image_unless_asked():
+    map = korrin.OccupancyMap.from_array([[1.0, 0.5]], resolution=1)
+    assert map.second_image is None
+    assert map.params.origin == korrin.Pose2D()
+    assert korrin.OccupancyMap.from_array(np.zeros((0, 4)), 1).shape == (0, 4)
+
+
+def test_an_array_that_no_map_can_hold_is_refused():
+    wide = np.broadcast_to(np.float32(0), (1, 2**27))
+    with pytest.raises((ValueError, MemoryError)):
+        korrin.OccupancyMap.from_array(wide, 1)
+    with pytest.raises(ValueError, match="array: "):
+        korrin.OccupancyMap.from_array(np.broadcast_to(np.float32(0), (1, 2**31)), 1)
+
+
+def test_a_map_is_an_array():
+    map = korrin.OccupancyMap(3, 2, 1)
+    view = np.asarray(map)
+    assert view.shape == (2, 3)
+    assert view.dtype == np.float32
+    assert np.shares_memory(view, map.image)
+    copied = np.array(map)
+    assert not np.shares_memory(copied, map.image)
+    wide = np.asarray(map, dtype=np.float64)
+    assert wide.dtype == np.float64
+    assert (wide == 0.5).all()
+    del map
+    gc.collect()
+    assert (view == 0.5).all()
+    assert np.mean(korrin.OccupancyMap(3, 2, 1)) == 0.5
+
+
+def test_an_array_of_a_map_is_copied_as_asked():
+    map = korrin.OccupancyMap(3, 2, 1)
+    assert np.shares_memory(map.__array__(copy=False), map.image)
+    assert np.shares_memory(map.__array__(np.float32, copy=None), map.image)
+    assert not np.shares_memory(map.__array__(copy=True), map.image)
+    assert map.__array__("f8", copy=True).dtype == np.float64
+    with pytest.raises(ValueError, match="copy"):
+        map.__array__(np.float64, copy=False)
+    if np.lib.NumpyVersion(np.__version__) >= "2.0.0":
+        assert np.shares_memory(np.array(map, copy=False), map.image)
+        with pytest.raises(ValueError):
+            np.array(map, dtype=np.float64, copy=False)
 
 
 @pytest.mark.parametrize("copied", [korrin.OccupancyMap, copy.copy, copy.deepcopy])

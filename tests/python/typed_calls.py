@@ -1,0 +1,55 @@
+"""Calls that work, and that type checkers accept; test_stubs.py runs and checks this file."""
+
+import copy
+import pickle
+
+import numpy as np
+
+import korrin
+
+# Poses and cells with a heading or without.
+map = korrin.OccupancyMap(40, 20, 0.25)
+map.reset(1)
+finder = korrin.OccMapPathFinder(map)
+finder.compute_path((1, 1), (5, 1, 0))
+finder.compute_path([1.0, 1.0], np.array([5, 1]))
+finder.compute_path(start_cell=(4, 4), end_cell=(9, 4, 0))
+map.get_pixel_from_pose((1, 2))
+pose = korrin.Pose2D(1, 2)
+x, y, theta = korrin.Pose2D(np.array([1.0, 2.0, 3.0]))
+korrin.compute_norm((3, 4))
+korrin.compute_norm(pose)
+
+# Enumerations by name.
+finder.set_neighborhood_type("double")
+finder.set_neighborhood_type("Simple")
+params = korrin.OccupancyMapParams(40, 20, 0.25, "center")
+dilater = korrin.ObstacleDilater(40, 20)
+dilater.dilate(map, "linear")
+dilater.dilate(map, "DILATE_INVERSE")
+dilater.dilate(map, dilater.DILATE_ERODE_SMOOTH)
+korrin.complete_log("info", "text", "src/robot", "drive", 1)
+
+# Maps and arrays.
+cells = np.ones((20, 40), np.float32)
+map = korrin.OccupancyMap.from_array(cells, 0.05)
+map = korrin.OccupancyMap.from_array([[1.0, 0.5]], resolution=0.05, origin=(1, 2))
+map = korrin.OccupancyMap.from_array(cells.astype(float), 0.05, origin=pose, with_second_image=True)
+map.image = cells
+map.image = cells.astype(np.float64)
+map.image *= 0.5
+map.image[3, 4] = 0
+map.second_image = cells
+rows, columns = map.shape
+total = float(np.asarray(map).sum() + np.array(map, dtype=np.float64).sum())
+map.params.origin = (1, 2)
+map.params.origin = pose
+map.params.origin.x = 3
+
+# Values.
+back: korrin.OccupancyMap = pickle.loads(pickle.dumps(map))
+twin: korrin.OccupancyMap = copy.deepcopy(map)
+same: bool = back == twin and pose != korrin.Pose2D()
+hole = korrin.ScanHole()
+hole.begin_point = (1, 2)
+distance: float = hole.begin_point.x
