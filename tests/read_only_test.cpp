@@ -1,6 +1,6 @@
-// What only reads does not write: not a cell, not a byte between the rows of an image, not a header,
-// not an element of a scan or a path. One law over all operations that take such things to look at
-// them; what they are given is compared byte by byte.
+// What only reads does not write: not a cell, not a byte between the rows of an image, not a
+// header, not an element of a scan or a path. One law over all operations that take such things to
+// look at them; what they are given is compared byte by byte.
 #include <gtest/gtest.h>
 #include <opencv2/core/core_c.h>
 
@@ -77,8 +77,8 @@ Inputs::Inputs(RandomInputs& random) : map(random.map(boundsOf(random))) {
   const korrin_test::MapBounds bounds = boundsOf(random);
   for (int y = 0; y < map.params.height; ++y) {
     for (int x = 0; x < map.params.width; ++x) {
-      map.setCell(x, y, random.chance(bounds.wildShare) ? random.wildFloat()
-                                                        : random.pick(bounds.levels));
+      map.setCell(
+          x, y, random.chance(bounds.wildShare) ? random.wildFloat() : random.pick(bounds.levels));
     }
   }
   korrin_test::padRows(map.image, 12);
@@ -192,7 +192,8 @@ const Operation kMapReaders[] = {
        OccupancyMap coarse(0, 0, 1.0f, true);
        Brin::computeCoarserMap(in.map, coarse, 2);
      }},
-    {"throwRay", [](Inputs& in) { Brin::OccupancyMapper(&in.map).throwRay(in.pose, in.goal, 0.5f); }},
+    {"throwRay",
+     [](Inputs& in) { Brin::OccupancyMapper(&in.map).throwRay(in.pose, in.goal, 0.5f); }},
     {"xThrowRay",
      [](Inputs& in) {
        Brin::OccupancyMapper(&in.map).xThrowRay(in.cell.x, in.cell.y, 5, 5, in.threshold);
@@ -271,14 +272,13 @@ const Operation kImageReaders[] = {
     {"mergeImages2",
      [](Inputs& in) {
        IplImage* out = nullptr;
-       Brin::mergeImages2({{in.square.get(), 1.0f, 0.0f, 0.0f}, {in.square.get(), 0.5f, 0.0f, 0.0f}},
-                          &out, 1.0f, 0.0f);
+       Brin::mergeImages2(
+           {{in.square.get(), 1.0f, 0.0f, 0.0f}, {in.square.get(), 0.5f, 0.0f, 0.0f}}, &out, 1.0f,
+           0.0f);
        const ImagePtr owner(out);
      }},
     {"rotateIplImage90, from it",
-     [](Inputs& in) {
-       Brin::rotateIplImage90(in.square.get(), emptyImage(*in.square).get());
-     }},
+     [](Inputs& in) { Brin::rotateIplImage90(in.square.get(), emptyImage(*in.square).get()); }},
     {"rotateIplImage90_2, from it",
      [](Inputs& in) {
        Brin::rotateIplImage90_2(in.square.get(), emptyImage(*in.square).get());
@@ -337,8 +337,7 @@ const Operation kSequenceReaders[] = {
      }},
     {"scanLikelihood",
      [](Inputs& in) {
-       Brin::ScanModel(9, 5.0f, 3.0f)
-           .scanLikelihood(in.scan.readings, in.otherScan.readings, 1);
+       Brin::ScanModel(9, 5.0f, 3.0f).scanLikelihood(in.scan.readings, in.otherScan.readings, 1);
      }},
     {"drawLaser, of a scan",
      [](Inputs& in) {
@@ -407,12 +406,12 @@ TEST(ReadOnly, aByteThatChangesIsSeen) {
   RandomInputs random(104);
   Inputs in(random);
   const std::vector<char> before = bytesOf(in);
-  for (char* byte : {in.map.image->imageData, in.map.secondImage->imageData + 1,
-                     in.map.image->imageData + in.map.image->imageSize - 1,
-                     reinterpret_cast<char*>(&in.map.params.height),
-                     reinterpret_cast<char*>(&in.map.image->origin),
-                     in.picture->imageData + in.picture->width, in.reference.distanceMap->imageData,
-                     reinterpret_cast<char*>(&in.reference.step)}) {
+  for (char* byte :
+       {in.map.image->imageData, in.map.secondImage->imageData + 1,
+        in.map.image->imageData + in.map.image->imageSize - 1,
+        reinterpret_cast<char*>(&in.map.params.height),
+        reinterpret_cast<char*>(&in.map.image->origin), in.picture->imageData + in.picture->width,
+        in.reference.distanceMap->imageData, reinterpret_cast<char*>(&in.reference.step)}) {
     *byte ^= 1;
     EXPECT_TRUE(bytesOf(in) != before);
     *byte ^= 1;

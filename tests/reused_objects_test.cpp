@@ -172,8 +172,8 @@ TEST(ReusedObjects, aReferenceAfterOtherScans) {
     ASSERT_TRUE(sameImage(old.laserImage, fresh.laserImage)) << "scan " << i;
     int count = -1;
     int expectedCount = -1;
-    ASSERT_TRUE(sameBits(old.score(scan, {}, 0.3f, &count),
-                         fresh.score(scan, {}, 0.3f, &expectedCount)));
+    ASSERT_TRUE(
+        sameBits(old.score(scan, {}, 0.3f, &count), fresh.score(scan, {}, 0.3f, &expectedCount)));
     ASSERT_EQ(count, expectedCount);
     sizes += old.distanceMap->width != lastSide ? 1 : 0;
     lastSide = old.distanceMap->width;

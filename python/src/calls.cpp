@@ -24,8 +24,8 @@ std::unordered_map<PyObject*, Explained>& explainedFunctions() {
 
 PyObject* callWithKeywords(PyCFunction function, PyObject* self, PyObject* args, PyObject* kwargs) {
   // The interpreter's own way to keep functions of both kinds in one field.
-  const auto call = reinterpret_cast<PyCFunctionWithKeywords>(
-      reinterpret_cast<void (*)()>(function));
+  const auto call =
+      reinterpret_cast<PyCFunctionWithKeywords>(reinterpret_cast<void (*)()>(function));
   return call(self, args, kwargs);
 }
 
@@ -89,8 +89,7 @@ void explainFunction(py::handle function, const std::string& property) {
   PyMethodDef* method = methodOf(function);
   if (method->ml_meth != dispatcher()) return;
   explainedFunctions()[PyCFunction_GET_SELF(function.ptr())] = {method, method->ml_meth, property};
-  method->ml_meth =
-      reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(&callAndExplain));
+  method->ml_meth = reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(&callAndExplain));
 }
 
 void explainAllIn(const py::object& scope) {

@@ -39,14 +39,15 @@ py::array realNumbers(py::handle source) {
   }
   const auto numbers = py::reinterpret_borrow<py::array>(array);
   return holdsRealNumbers(numbers) || numbers.size() == 0 ? numbers
-                                                           : py::reinterpret_borrow<py::array>({});
+                                                          : py::reinterpret_borrow<py::array>({});
 }
 
 template <typename Scalar>
 bool readRowsOf(py::handle source, bool convert, py::ssize_t columns, py::array_t<Scalar>& rows) {
   if (py::isinstance<py::array>(source)) {
     if (!convert && py::reinterpret_borrow<py::array>(source).ndim() != 2) return false;
-  } else if (!convert || (!py::isinstance<py::list>(source) && !py::isinstance<py::tuple>(source))) {
+  } else if (!convert ||
+             (!py::isinstance<py::list>(source) && !py::isinstance<py::tuple>(source))) {
     return false;
   }
   const py::array array = realNumbers(source);

@@ -70,8 +70,7 @@ std::string textOfPixels(py::handle array) {
 bool sameMap(const Brin::OccupancyMap* a, const Brin::OccupancyMap* b) {
   if (a == nullptr || b == nullptr) return a == b;
   return Kind<Brin::OccupancyMapParams>::same(a->params, b->params) &&
-         sameImage(a->image, b->image) &&
-         sameImage(a->secondImage, b->secondImage);
+         sameImage(a->image, b->image) && sameImage(a->secondImage, b->secondImage);
 }
 
 py::dict attributesOf(const py::object& self) {
