@@ -43,9 +43,10 @@ Brin::io::LaserLog openLog(const LogOptions& options) {
 }
 
 const Brin::io::LoggedScan& scanNumber(const Brin::io::LaserLog& log, std::size_t number,
-                                       const std::string& option) {
+                                       const char* option) {
   if (number < log.scans.size()) return log.scans[number];
-  throw UsageError(option + ": " + lastScanText(log) + ", found " + std::to_string(number));
+  throw UsageError(std::string(option) + ": " + lastScanText(log) + ", found " +
+                   std::to_string(number));
 }
 
 std::vector<Brin::io::LoggedScan> scansOfRange(const Brin::io::LaserLog& log,

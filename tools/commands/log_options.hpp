@@ -25,7 +25,7 @@ Brin::io::LaserLog openLog(const LogOptions& options);
 // The scan of this number, counted from 0; one that the log does not have is a UsageError that
 // names `option`.
 const Brin::io::LoggedScan& scanNumber(const Brin::io::LaserLog& log, std::size_t number,
-                                       const std::string& option);
+                                       const char* option);
 
 // The scans of "A..B", both ends included and counted from 0; without A from the first, without B
 // to the last one. Anything else is a UsageError that names --scans.
