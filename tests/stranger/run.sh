@@ -27,9 +27,10 @@ fail() {
   exit 1
 }
 
-# Installs to one place and moves it to another: nothing installed may know where it was built.
+# Installs to one place and moves it to another: nothing installed may know where it was built. A
+# cache of compilations takes those with other prefix maps for the same.
 install_korrin() {
-  cmake -S "$korrin" --preset install -B "$work/library" -DCMAKE_INSTALL_PREFIX=/opt/korrin \
+  env -u CMAKE_CXX_COMPILER_LAUNCHER cmake -S "$korrin" --preset install -B "$work/library" -DCMAKE_INSTALL_PREFIX=/opt/korrin \
     -DCMAKE_INSTALL_LIBDIR=lib
   cmake --build "$work/library" -j "$(nproc)"
   rm -rf "$work/installed" "$prefix" "$work/staged"
