@@ -148,12 +148,14 @@ def value_for(draw, name, kind):
 
 
 def overloads(function):
-    """The (name, type) pairs of the arguments of each overload, but for self."""
+    """The (name, type) pairs of the arguments of each overload, but for self. Releases of pybind11
+    differ in whether a sequence has a capital."""
     for arguments, _ in signatures(function):
         pairs = []
         for part in split_arguments(arguments):
             name, _, rest = part.partition(": ")
             kind = rest.partition(" = ")[0].replace("korrin._korrin.", "")
+            kind = {"Sequence": "sequence"}.get(kind, kind)
             pairs.append((name, kind))
         yield [pair for pair in pairs if pair[0] != "self"]
 
@@ -185,7 +187,7 @@ def callables():
                 continue
             yield name, thing, "__init__"
             for member, value in vars(thing).items():
-                if inspect.isroutine(value) and not member.startswith("__"):
+                if inspect.isroutine(value) and not member.startswith("_"):
                     yield f"{name}.{member}", thing, member
         elif callable(thing) and not inspect.isfunction(thing):
             yield name, None, name
