@@ -72,6 +72,7 @@ class Workplace:
         self.original = self.digest()
         self.tests = [test for test in self.listed_tests() if not test.name.startswith(NOT_ASKED)]
         self.kills = Counter()
+        self.with_copies = []  # targets of tests that were built with the mutant's code in them
 
     def copy(self, root):
         tracked = subprocess.run(["git", "ls-files", "-z"], cwd=root, check=True,
@@ -110,25 +111,38 @@ class Workplace:
         path = self.tree / mutant.file
         original = path.read_text()
         path.write_text(mutant.applied_to(original))
+        self.with_copies = []
         try:
             return self.verdict(mutant)
         finally:
             path.write_text(original)
+            if self.with_copies:  # they are asked about other mutants next
+                self.builds(*self.with_copies)
 
     def verdict(self, mutant):
         if not self.builds("korrin"):
             return Result(mutant, NO_BUILD)
         if self.digest() == self.original:
             return Result(mutant, SAME_CODE)
-        # What has a copy of the code is built anew only when the others have noticed nothing.
+        noticed = self.first_failing(mutant)
+        return Result(mutant, KILLED, noticed) if noticed else Result(mutant, SURVIVED)
+
+    def first_failing(self, mutant):
+        """The name of a test that notices the mutant, or nothing."""
         asked = self.by_promise(mutant)
         copies = [test for test in asked if test.includes(self.tree, mutant.file)]
-        noticed = self.first_failing(mutant, [test for test in asked if test not in copies])
-        if not noticed and copies:
-            if not self.builds(*[test.target() for test in copies]):
-                return Result(mutant, KILLED, "a test that does not build")
-            noticed = self.first_failing(mutant, copies)
-        return Result(mutant, KILLED, noticed) if noticed else Result(mutant, SURVIVED)
+        near = [test for test in asked if self.is_near(test, mutant) and test not in copies]
+        far = [test for test in asked if test not in copies + near]
+        for tests in (near, copies, far):
+            if tests is copies and copies:
+                self.with_copies = [test.target() for test in copies]
+                if not self.builds(*self.with_copies):
+                    return "a test that does not build"
+            for test in tests:
+                if not test.passes(10 * test.seconds + 10):
+                    self.kills[mutant.file, test.name] += 1
+                    return test.name
+        return ""
 
     def builds(self, *targets):
         # One worker, one core: the others have their own mutants.
@@ -136,19 +150,15 @@ class Workplace:
                               capture_output=True)
         return done.returncode == 0
 
-    def first_failing(self, mutant, tests):
-        for test in tests:
-            if not test.passes(10 * test.seconds + 10):
-                self.kills[mutant.file, test.name] += 1
-                return test.name
-        return ""
+    def is_near(self, test, mutant):
+        stem = mutant.file.split("/")[-1].split(".")[0]
+        return self.kills[mutant.file, test.name] > 0 or stem in test.name
 
     def by_promise(self, mutant):
         """Tests that noticed mutants of this file, then those named like it, then quick ones."""
-        stem = mutant.file.split("/")[-1].split(".")[0]
         asked = [test for test in self.tests if test.seconds < SLOWEST]
         return sorted(asked, key=lambda t: (-self.kills[mutant.file, t.name],
-                                            stem not in t.name, t.seconds))
+                                            not self.is_near(t, mutant), t.seconds))
 
 
 def run(root, chosen, jobs, progress):
