@@ -391,12 +391,14 @@ struct Slots {
   OccupancyMap map = freeMap(4, 3);
   OccupancyMap source{40, 30, 0.1f, true};
   IplImage* bytes = Brin::makeImage(cvSize(2, 2), IPL_DEPTH_8U, 1).release();
+  IplImage* merged = nullptr;
   IplImage* drawn = Brin::makeImage(cvSize(4, 4), IPL_DEPTH_8U, 1).release();
 
   Slots() = default;
   ~Slots() {
     cvReleaseImage(&bytes);
     cvReleaseImage(&drawn);
+    cvReleaseImage(&merged);
   }
   Slots(const Slots&) = delete;
   Slots& operator=(const Slots&) = delete;
@@ -410,6 +412,10 @@ TEST(AfterFailure, slotsHoldWhatTheyHeld) {
       [](Slots& s) { s.map = s.source; },
       [](Slots& s) { Brin::computeCoarserMap(s.source, s.map, 3); },
       [](Slots& s) { s.source.toCharIplImage(&s.bytes); },
+      [](Slots& s) {
+        // By a part of a cell: the shift itself needs memory.
+        Brin::mergeImages2({{s.source.image, 0.03f, 0.01f, 0.0f}}, &s.merged, 0.1f, 0.0f);
+      },
       [&](Slots& s) { Brin::drawLaser(scan, {}, &s.drawn, 0.05f, true, 0); },
   };
   for (const auto& call : calls) {
@@ -418,6 +424,7 @@ TEST(AfterFailure, slotsHoldWhatTheyHeld) {
                                                   EXPECT_TRUE(sameMap(s.map, freeMap(4, 3)));
                                                   ASSERT_NE(s.bytes, nullptr);
                                                   EXPECT_EQ(s.bytes->width, 2);
+                                                  EXPECT_EQ(s.merged, nullptr);
                                                   ASSERT_NE(s.drawn, nullptr);
                                                   EXPECT_EQ(s.drawn->width, 4);
                                                 });

@@ -10,6 +10,7 @@
 #include "core/image_ptr.hpp"
 #include "korrin/korrin.hpp"
 #include "models/prepared_map_model.hpp"
+#include "src/free_reach.hpp"
 #include "support/bits.hpp"
 #include "support/log_capture.hpp"
 #include "support/random_inputs.hpp"
@@ -91,6 +92,24 @@ TEST(ReusedObjects, aPreparedMapAfterAnyChanges) {
   }
   EXPECT_GT(sizes, 300);
   EXPECT_GT(hits, 2000);
+}
+
+// The reaches themselves: where old ones are left at the border, leaps are shorter than they could
+// be, which no ray's end tells.
+TEST(ReusedObjects, aFreeReachAfterOtherSizes) {
+  RandomInputs random(156);
+  Brin::FreeReach old;
+  for (int i = 0; i < 300; ++i) {
+    const OccupancyMap map = someMap(random, 24);
+    const float threshold = random.pick<float>({0.2f, 0.5f});
+    Brin::FreeReach fresh;
+    fresh.refresh(*map.image, threshold);
+    old.refresh(*map.image, threshold);
+    for (int octant = 0; octant < 8; ++octant) {
+      ASSERT_EQ(old.plane(octant).stride, fresh.plane(octant).stride);
+      ASSERT_EQ(old.plane(octant).reaches, fresh.plane(octant).reaches) << "map " << i;
+    }
+  }
 }
 
 // One dilater, its settings changed between maps of its size.

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstddef>
 #include <functional>
 #include <string>
@@ -22,6 +23,19 @@ using Brin::NavLogLevel;
 using Brin::setLogSink;
 
 constexpr int kThreads = 4;
+
+// Goes on until threads have met often enough for what is not safe to show, which takes longer on a
+// busy machine, but not for ever.
+class Meetings {
+ public:
+  bool goOn() const { return count_ < 3000 && std::chrono::steady_clock::now() < end_; }
+  void countIf(bool haveMet) { count_ += haveMet ? 1 : 0; }
+
+ private:
+  std::chrono::steady_clock::time_point end_ =
+      std::chrono::steady_clock::now() + std::chrono::seconds(3);
+  std::atomic<int> count_{0};
+};
 
 // Sinks that can be told apart, each with a count of its records.
 constexpr std::size_t kSinks = 4;
@@ -52,24 +66,24 @@ void runOnThreads(const std::function<void(int)>& work) {
 }
 
 TEST(LogPromises, everyRecordIsDeliveredOnceWhileTheSinkIsNullAtTimes) {
-  constexpr int kSwaps = 50;
   for (std::atomic<int>& count : received) count = 0;
   std::atomic<int> atWork{kThreads};
   std::atomic<int> swaps{0};
   std::atomic<int> said{0};
+  Meetings meetings;
   ::testing::internal::CaptureStderr();
   std::thread swapper([&] {
     for (std::size_t i = 0; atWork.load() > 0; ++i) {
       setLogSink(i % 2 == 0 ? nullptr : kAllSinks[i / 2 % kSinks]);
       ++swaps;
-      std::this_thread::yield();
     }
   });
   runOnThreads([&](int) {
-    for (int i = 0; i < 500 || swaps.load() < kSwaps; ++i) {
+    for (int i = 0; meetings.goOn(); ++i) {
+      const int before = swaps;
       completeLog(NavLogLevel::Warning, "tick", "f", "g", i);
+      meetings.countIf(swaps != before);
       ++said;
-      if (i % 100 == 99) std::this_thread::yield();
     }
     --atWork;
   });
@@ -85,10 +99,10 @@ TEST(LogPromises, everyRecordIsDeliveredOnceWhileTheSinkIsNullAtTimes) {
 // Were the old sink read before the new one is set, and not with it, two threads could be handed
 // the same one, and another would be lost.
 TEST(LogPromises, everySinkThatIsSetComesBackOnceFromAnyThread) {
-  constexpr int kSwaps = 300000;
   setLogSink(nullptr);
   std::array<std::atomic<int>, kSinks> balance{};  // set, and not come back yet
   std::atomic<int> nulls{0};
+  Meetings meetings;
   const auto comesBack = [&](LogSink sink) {
     if (sink == nullptr) {
       nulls.fetch_add(1);
@@ -99,9 +113,11 @@ TEST(LogPromises, everySinkThatIsSetComesBackOnceFromAnyThread) {
   };
   runOnThreads([&](int t) {
     const auto own = static_cast<std::size_t>(t);
-    for (int i = 0; i < kSwaps; ++i) {
+    while (meetings.goOn()) {
       balance[own].fetch_add(1);
-      comesBack(setLogSink(kAllSinks[own]));
+      const LogSink before = setLogSink(kAllSinks[own]);
+      comesBack(before);
+      meetings.countIf(before != kAllSinks[own]);
     }
   });
   comesBack(setLogSink(nullptr));
