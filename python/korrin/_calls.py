@@ -239,6 +239,7 @@ _PLAIN = {
     "list": ("a list", lambda value: isinstance(value, list)),
     "dict": ("a dict", lambda value: isinstance(value, dict)),
     "sequence": ("a sequence", lambda value: hasattr(value, "__getitem__")),
+    "Sequence": ("a sequence", lambda value: hasattr(value, "__getitem__")),
     "Iterable": ("an iterable", lambda value: hasattr(value, "__iter__")),
     "numpy.ndarray": ("an array", lambda value: isinstance(value, np.ndarray)),
     "numpy.ndarray[RangeReading]": (
