@@ -39,6 +39,8 @@ std::string shortest(double value, const Same& same) {
   return decimalText(value, std::numeric_limits<double>::max_digits10, {});
 }
 
+constexpr double kFarthestOrigin = 1e9;
+
 float readResolution(const YamlKeys& keys) {
   const double value = keys.number("resolution");
   if (value < double{std::numeric_limits<float>::min()}) {
@@ -74,7 +76,7 @@ Pose2D readOrigin(const YamlKeys& keys, float resolution) {
                             (origin.size() == 1 ? " number" : " numbers"));
   }
   for (const double value : origin) {
-    if (std::abs(value) > 1e9) {
+    if (std::abs(value) > kFarthestOrigin) {
       keys.fail("origin", "must lie within 1e9 of 0, found " + shortText(value));
     }
   }
@@ -153,6 +155,27 @@ const char* nameOf(MapMode mode) {
   return "trinary";
 }
 
+// What would not be read back is not written.
+void requireReadable(const std::string& yamlPath, const OccupancyMapParams& params,
+                     const MapFileFormat& format) {
+  const auto require = [&yamlPath](bool holds, const char* key, const char* rule) {
+    if (!holds) throw FileError(yamlPath, key, rule);
+  };
+  require(params.resolution >= std::numeric_limits<float>::min() && params.resolution <= 1e9f,
+          "resolution", "must be positive and at most 1e9");
+  const Pose2D& origin = params.origin;
+  const WorldPoint corner =
+      halfCellOff({origin.x, origin.y}, origin.theta, params.resolution, -1.0);
+  require(std::abs(corner.x) < kFarthestOrigin && std::abs(corner.y) < kFarthestOrigin &&
+              std::abs(origin.theta) < kFarthestOrigin,
+          "origin", "must lie within 1e9 of 0");
+  const double occupied = format.occupiedThreshold;
+  const double free = format.freeThreshold;
+  require(occupied >= 0.0 && occupied <= 1.0, "occupied_thresh", "must lie between 0 and 1");
+  require(free >= 0.0 && free <= 1.0, "free_thresh", "must lie between 0 and 1");
+  require(free < occupied, "free_thresh", "must be below occupied_thresh");
+}
+
 std::string yamlText(const OccupancyMapParams& params, const MapFileFormat& format) {
   YAML::Emitter image;
   image << format.image;
@@ -188,6 +211,7 @@ void writeMapFile(const OccupancyMap& map, const std::string& yamlPath,
   if (map.params.width < 1 || map.params.height < 1) {
     throw FileError(yamlPath, "", "cannot be written: the map has no cells");
   }
+  requireReadable(yamlPath, map.params, format);
   MapFileFormat stored = format;
   if (stored.image.empty()) {
     stored.image = std::filesystem::path(yamlPath).stem().string() +

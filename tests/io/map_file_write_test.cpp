@@ -2,6 +2,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <filesystem>
+#include <functional>
 #include <limits>
 #include <opencv2/imgcodecs.hpp>
 
@@ -188,6 +190,41 @@ TEST_F(MapFileWrite, MapWithoutCellsIsRefused) {
     FAIL();
   } catch (const Brin::io::FileError& error) {
     EXPECT_EQ(error.what(), directory_ / "map.yaml: cannot be written: the map has no cells");
+  }
+}
+
+TEST_F(MapFileWrite, WhatWouldNotBeReadBackIsRefusedAndNothingIsWritten) {
+  const auto faultOf = [&](const std::function<void(OccupancyMap&, MapFileFormat&)>& spoil) {
+    OccupancyMap map = drawMap({".#"}, 0.05f);
+    MapFileFormat format;
+    spoil(map, format);
+    try {
+      writeMapFile(map, directory_ / "map.yaml", format);
+    } catch (const Brin::io::FileError& error) {
+      EXPECT_TRUE(std::filesystem::is_empty(directory_.path()));
+      return error.place() + ": " + error.fault();
+    }
+    return std::string("no fault");
+  };
+  const std::string noThreshold = "must lie between 0 and 1";
+  for (const double bad : {-0.1, 1.5, std::nan("")}) {
+    EXPECT_EQ(faultOf([&](OccupancyMap&, MapFileFormat& f) { f.occupiedThreshold = bad; }),
+              "occupied_thresh: " + noThreshold);
+    EXPECT_EQ(faultOf([&](OccupancyMap&, MapFileFormat& f) { f.freeThreshold = bad; }),
+              "free_thresh: " + noThreshold);
+  }
+  EXPECT_EQ(faultOf([](OccupancyMap&, MapFileFormat& f) { f.freeThreshold = f.occupiedThreshold; }),
+            "free_thresh: must be below occupied_thresh");
+  for (const float bad : {0.0f, -1.0f, 2e9f, NAN, INFINITY}) {
+    EXPECT_EQ(faultOf([&](OccupancyMap& map, MapFileFormat&) { map.params.resolution = bad; }),
+              "resolution: must be positive and at most 1e9");
+  }
+  for (const float bad : {1.1e9f, -1.1e9f, NAN, INFINITY}) {
+    for (float Brin::Pose2D::*const field :
+         {&Brin::Pose2D::x, &Brin::Pose2D::y, &Brin::Pose2D::theta}) {
+      EXPECT_EQ(faultOf([&](OccupancyMap& map, MapFileFormat&) { map.params.origin.*field = bad; }),
+                "origin: must lie within 1e9 of 0");
+    }
   }
 }
 

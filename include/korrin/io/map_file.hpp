@@ -52,7 +52,8 @@ KORRIN_EXPORT OccupancyMap readMapFile(const std::string& yamlPath,
 // Writes a map, each cell as the nearest value that the format can express: trinary knows 0, 0.5
 // and 1, raw the percents and 0.5, scale the grey levels between the thresholds and, in a PNG, 0.5;
 // a cell that is not a number counts as 0.5. What was read from a file is written without loss. A
-// fault is a FileError that names the file; a map without cells is one.
+// fault is a FileError that names the file; a map without cells is one, and so is a resolution, an
+// origin or a threshold that would not be read back. Nothing is written then.
 KORRIN_EXPORT void writeMapFile(const OccupancyMap& map, const std::string& yamlPath,
                                 const MapFileFormat& format = {});
 
