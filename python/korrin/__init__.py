@@ -32,13 +32,12 @@ arguments, too (`from_` and `in_` where Python has the word for itself). What di
 
 from . import _korrin
 from ._korrin import *  # noqa: F403
-from ._map_files import load_map, save_map
+from ._laser_logs import LaserLog, LoggedScan, read_log, write_log
 
 __version__ = _korrin.__version__
-__all__ = sorted(
-    [name for name in vars(_korrin) if not name.startswith("_")] + ["load_map", "save_map"]
-)
-
+_OF_THE_EXTENSION = [name for name in vars(_korrin) if not name.startswith("_")]
+_OF_THE_PACKAGE = ["LaserLog", "LoggedScan", "read_log", "write_log"]
+__all__ = sorted(_OF_THE_EXTENSION + _OF_THE_PACKAGE)
 
 
 def _show_as_imported(owner: object, names: list[str]) -> None:
@@ -50,4 +49,5 @@ def _show_as_imported(owner: object, names: list[str]) -> None:
             _show_as_imported(member, [key for key in vars(member) if not key.startswith("_")])
 
 
-_show_as_imported(_korrin, [name for name in vars(_korrin) if not name.startswith("_")])
+_show_as_imported(_korrin, _OF_THE_EXTENSION)
+LaserLog.__module__ = LoggedScan.__module__ = __name__

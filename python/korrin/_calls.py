@@ -5,6 +5,7 @@ The forms are read from the function's own docstring, so nothing is to be regist
 
 import functools
 import operator
+import os
 import re
 from typing import NamedTuple
 
@@ -235,6 +236,7 @@ _PLAIN = {
     "float": ("a number", _is_number),
     "int": ("a whole number of 32 bits", _is_int),
     "bool": ("True or False", lambda value: hasattr(value, "__bool__") or value is None),
+    "os.PathLike": ("a path", lambda value: isinstance(value, (str, bytes, os.PathLike))),
     "str": ("a text", lambda value: isinstance(value, (str, bytes))),
     "list": ("a list", lambda value: isinstance(value, list)),
     "dict": ("a dict", lambda value: isinstance(value, dict)),

@@ -12,11 +12,12 @@ from . import _korrin
 class LoggedScan:
     """One scan of a laser log, and where it was taken.
 
-    `pose` is the laser's and `robot` the robot's pose in the world, `time` in seconds of the
-    recorder's clock (0 where the log tells none), `line` the line of the log, from 1 on.
+    `pose` is the laser's and `robot` the robot's pose in the world (the laser's when left out),
+    `time` in seconds of the recorder's clock (0 where the log tells none), `line` the line of the
+    log, from 1 on.
 
-    >>> logged = korrin.LoggedScan(korrin.Scan([1, 2], 0, 0.1), korrin.Pose2D(1, 2))
-    >>> logged.robot == logged.pose
+    >>> logged = korrin.LoggedScan(korrin.Scan([1, 2], 0, 0.1), (1, 2))
+    >>> logged.robot == logged.pose == korrin.Pose2D(1, 2, 0)
     True
     """
 
@@ -27,8 +28,8 @@ class LoggedScan:
     line: int = 0
 
     def __post_init__(self) -> None:
-        if self.robot is None:
-            self.robot = self.pose
+        self.pose = _korrin.Pose2D(self.pose)
+        self.robot = _korrin.Pose2D(self.pose if self.robot is None else self.robot)
 
 
 @dataclasses.dataclass
@@ -63,7 +64,7 @@ def read_log(path: str | os.PathLike[str], max_range: float | None = None) -> La
     >>> _ = open(file, "w").write("FLASER 3 1.5 2.5 3.5 4 5 0.5 4 5 0.5 12.25 host 12.25\\n")
     >>> log = korrin.read_log(file)
     >>> log.scans[0].pose
-    Pose2D(4, 5, 0.5)
+    Pose2D(x=4, y=5, theta=0.5)
     >>> log.scans[0].scan.readings["range"].tolist(), log.scans[0].time
     ([1.5, 2.5, 3.5], 12.25)
     """
@@ -82,7 +83,7 @@ def write_log(log: LaserLog, path: str | os.PathLike[str]) -> None:
     >>> import os, tempfile
     >>> file = os.path.join(tempfile.mkdtemp(), "one.log.gz")
     >>> scan = korrin.Scan([1.5, 2.5], angle_min=-0.5, angle_increment=1)
-    >>> korrin.write_log(korrin.LaserLog([korrin.LoggedScan(scan, korrin.Pose2D(1, 2))]), file)
+    >>> korrin.write_log(korrin.LaserLog([korrin.LoggedScan(scan, (1, 2))]), file)
     >>> korrin.read_log(file).scans[0].scan == scan
     True
     """

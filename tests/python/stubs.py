@@ -1,5 +1,6 @@
 """Prints the type stub of the package korrin, made from the extension module's own signatures."""
 
+import dataclasses
 import inspect
 import re
 
@@ -101,6 +102,7 @@ TOLD = {
     ),
     "merge_images2": "NDArray[Any] | None",
     "merge_images2.images": "Iterable[ImageToMerge]",
+    "save_map.mode": 'Literal["trinary", "scale", "raw"]',
     "set_log_sink": "Callable[[LogRecord], object] | None",
     "set_log_sink.sink": "Callable[[LogRecord], object] | None",
     "x_find_first_cell.at_start": "Callable[[float], bool]",
@@ -169,6 +171,7 @@ def type_text(text, is_argument):
     text = re.sub(r"numpy\.ndarray\[numpy\.(\w+)(\[n, \d\])?\]", r"NDArray[np.\1]", text)
     text = re.sub(r"numpy\.ndarray\[[\w.]+\]", "NDArray[np.void]", text)
     text = text.replace("numpy.ndarray", "NDArray[Any]")
+    text = text.replace("os.PathLike", "str | os.PathLike[str]")
     text = re.sub(r"Optional\[(.*)\]", r"\1 | None", text)
     return re.sub(r"\b(List|Tuple|Dict)\b", lambda match: match[0].lower(), text)
 
@@ -256,14 +259,30 @@ def class_lines(name, type_, qualified):
     yield from ("    " + line for line in lines)
 
 
+def dataclass_lines(name, type_):
+    """Fields give what they are and take what converts to it; what may be None is filled in."""
+    yield f"class {name}:"
+    arguments = []
+    for field in dataclasses.fields(type_):
+        given = field.type.replace("_korrin.", "")
+        yield f"    {field.name}: {given.removesuffix(' | None')}"
+        taken = given.replace("Pose2D", "PoseLike")
+        default = "" if field.default is dataclasses.MISSING else " = ..."
+        arguments.append(f"{field.name}: {taken}{default}")
+    yield f"    def __init__(self, {', '.join(arguments)}) -> None: ..."
+    yield "    __hash__: ClassVar[None]  # type: ignore[assignment]"
+
+
 def stub_text():
     lines = [HEADER + "\n".join(like_lines()), ""]
     for name in korrin.__all__:
         thing = getattr(korrin, name)
-        if inspect.isclass(thing):
+        if dataclasses.is_dataclass(thing):
+            lines += [*dataclass_lines(name, thing), ""]
+        elif inspect.isclass(thing):
             lines += [*class_lines(name, thing, name), ""]
         elif inspect.isfunction(thing):
-            shown = str(inspect.signature(thing)).replace("korrin.", "")
+            shown = str(inspect.signature(thing)).replace("'", "").replace("korrin.", "")
             lines += [f"def {name}{shown}: ...", ""]
         elif getattr(thing, "__module__", None) == "korrin._korrin":
             lines += [*function_lines(name, thing, name), ""]

@@ -2,6 +2,7 @@
 
 import numpy as np
 import pytest
+from conftest import DATA
 from PIL import Image
 
 import korrin
@@ -116,11 +117,24 @@ def test_faulty_files_are_refused(tmp_path, old, new, told):
 
 
 def test_files_that_are_not_there(tmp_path):
-    with pytest.raises(OSError):
+    with pytest.raises(FileNotFoundError, match="cannot be read") as fault:
         korrin.load_map(tmp_path / "none.yaml")
+    assert fault.value.filename == str(tmp_path / "none.yaml")
     yaml = write(tmp_path, np.zeros((2, 2), np.uint8))
     (tmp_path / "map.png").unlink()
-    with pytest.raises(OSError):
+    with pytest.raises(FileNotFoundError, match="image: cannot read"):
+        korrin.load_map(yaml)
+    with pytest.raises(FileNotFoundError):
+        korrin.save_map(korrin.OccupancyMap(2, 2, 1), tmp_path / "no" / "such.yaml")
+
+
+def test_a_picture_and_its_stump(tmp_path):
+    yaml = write(tmp_path, np.zeros((20, 20), np.uint8), suffix="pgm")
+    picture = tmp_path / "map.pgm"
+    with pytest.raises(ValueError, match="map.pgm: is a picture; what to read is the YAML file"):
+        korrin.load_map(picture)
+    picture.write_bytes(picture.read_bytes()[:100])
+    with pytest.raises(ValueError, match="map.yaml: image: damaged or cut short: '.*map.pgm'"):
         korrin.load_map(yaml)
 
 
@@ -133,3 +147,19 @@ def test_a_map_without_cells_is_not_written(tmp_path):
 def test_an_unknown_mode_is_not_written(tmp_path):
     with pytest.raises(ValueError, match="mode"):
         korrin.save_map(korrin.OccupancyMap(4, 4, 1), tmp_path / "m.yaml", mode="other")
+
+
+def test_thresholds_that_would_not_be_read_back_are_not_written(tmp_path):
+    with pytest.raises(ValueError, match="free_thresh: must be below occupied_thresh"):
+        korrin.save_map(korrin.OccupancyMap(4, 4, 1), tmp_path / "m.yaml", "raw", 0.2, 0.3)
+    assert not list(tmp_path.iterdir())
+
+
+def test_real_maps():
+    files = sorted((DATA / "maps").glob("*.yaml"))
+    if not files:
+        print("no maps in", DATA)
+    for file in files:
+        map = korrin.load_map(file)
+        assert map.image.size > 100_000
+        assert 0 < (map.image > 0.9).mean() < 1

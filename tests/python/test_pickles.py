@@ -145,7 +145,7 @@ def test_a_derived_map_keeps_its_class():
         assert not np.shares_memory(back.image, map.image)
 
 
-@pytest.mark.parametrize("value", [case for case in CASES if type(case.values[0]).__hash__ is None])
+@pytest.mark.parametrize("value", [case for case in CASES if hasattr(case.values[0], "__setstate__")])
 @pytest.mark.parametrize("state", [(), ((), {}), (("a",) * 5, {}), (("a",) * 3, {}), ((None,), 5)])
 def test_a_pickle_of_something_else_is_refused(value, state):
     new = type(value).__new__(type(value))

@@ -64,7 +64,12 @@ EXAMPLES = {
         korrin.ImageToMerge(np.float32([[1, NAN]]), 1, NAN, 3),
         korrin.ImageToMerge(np.uint8([[1], [2]])),
     ],
+    "LaserLog": [
+        korrin.LaserLog([korrin.LoggedScan(some_scan(), (1, 2, NAN))], 81.5, "line 3"),
+        korrin.LaserLog([]),
+    ],
     "LogRecord": [the_record()],
+    "LoggedScan": [korrin.LoggedScan(some_scan(), (1, 2), (NAN, 0, 0.5), time=12.5, line=7)],
     "NavLogLevel": [korrin.NavLogLevel.Error, korrin.NavLogLevel.Info],
     "ObstacleDilater": [
         with_values(korrin.ObstacleDilater(7, 5), dilation_radius=NAN, fade_distance=3),
