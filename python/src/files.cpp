@@ -1,5 +1,3 @@
-#include "korrin/io/io.hpp"
-
 #include <pybind11/stl.h>
 #include <pybind11/stl/filesystem.h>
 
@@ -9,6 +7,7 @@
 #include <tuple>
 #include <vector>
 
+#include "korrin/io/io.hpp"
 #include "python/src/bindings.hpp"
 
 namespace korrin_python {

@@ -24,9 +24,16 @@ class KORRIN_EXPORT FileError : public std::runtime_error {
             int systemError = 0);
   ~FileError() override;
 
-  const std::string& file() const { return file_; }    // as the caller named it
-  const std::string& place() const { return place_; }  // a key, "line 12", or empty
+  // The file, as the caller named it.
+  const std::string& file() const { return file_; }
+
+  // Where in the file: a key, "line 12", "scan 3", or empty.
+  const std::string& place() const { return place_; }
+
+  // What is wrong.
   const std::string& fault() const { return fault_; }
+
+  // The errno with which the system refused the file; 0 when its content is at fault.
   int systemError() const { return systemError_; }
 
  private:

@@ -41,26 +41,29 @@
 
 namespace Brin::io {
 
+// One scan, and where and when it was taken.
 struct LoggedScan {
-  Scan scan;
+  Scan scan;             // what the laser saw
   Pose2D pose;           // of the laser, in the world
   Pose2D robot;          // of the robot, in the world
   double time = 0.0;     // seconds of the recorder's clock; 0 where the log tells none
   std::size_t line = 0;  // where in the log, from 1 on; 0 for a scan that was never in one
 };
 
+// What a log holds.
 struct KORRIN_EXPORT LaserLog {
-  std::vector<LoggedScan> scans;
-  float noReturn = 0.0f;        // the range that stands for "no return", 0 when the log has none
-  std::size_t faultyLines = 0;  // lines of the kinds above that could not be read
-  std::size_t firstFaultyLine = 0;
-  std::string firstFault;
+  std::vector<LoggedScan> scans;  // in the log's order
+  float noReturn = 0.0f;          // the range that stands for "no return", 0 when the log has none
+  std::size_t faultyLines = 0;    // lines of the kinds above that could not be read
+  std::size_t firstFaultyLine = 0;  // its number, from 1 on; 0 when there is none
+  std::string firstFault;           // what is wrong with it
 
   // "3 lines could not be read, the first is line 17: FLASER: reading 12: missing"; empty when
   // there were none.
   std::string complaint() const;
 };
 
+// How a log is read.
 struct LaserLogOptions {
   std::optional<float> maxRange;  // metres
 };

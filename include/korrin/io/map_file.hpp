@@ -30,15 +30,17 @@
 
 namespace Brin::io {
 
+// How the pixels of a picture stand for cells.
 enum class MapMode : std::int32_t { Trinary = 0, Scale = 1, Raw = 2 };
 
+// How a map is stored.
 struct MapFileFormat {
   std::string image;  // the picture's file, relative to the YAML file; when empty, the writer
                       // takes the YAML file's name with .pgm (trinary, raw) or .png (scale)
   MapMode mode = MapMode::Trinary;
-  bool negate = false;
-  double occupiedThreshold = 0.65;
-  double freeThreshold = 0.196;
+  bool negate = false;              // bright pixels are occupied ones
+  double occupiedThreshold = 0.65;  // an occupied probability above is 1; from 0 to 1
+  double freeThreshold = 0.196;     // one below is 0; below occupiedThreshold
 };
 
 // Reads a map, with a second image of unknown cells; `format`, when not null, receives how it was
