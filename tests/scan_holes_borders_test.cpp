@@ -148,6 +148,34 @@ TEST(ScanHolesBorders, aGapAtAnyPlaceOfAScan) {
   EXPECT_GT(gaps, 5000);
 }
 
+// Far away, where points are rounded by as much as they are apart: the width is the distance that
+// this leaves, however near the readings are to each other.
+TEST(ScanHolesBorders, aGapThatRoundingMakes) {
+  RandomInputs random(115);
+  int widened = 0;
+  for (int i = 0; i < 20000; ++i) {
+    Scan scan;
+    const float far = random.pick<float>({1.0f, 100.0f, 1000.0f, 10000.0f});
+    const float angle = random.between(-3.0f, 3.0f);
+    for (int k = random.between(2, 12); k > 0; --k) {
+      scan.readings.emplace_back(far + far * random.between(0.0f, 2e-6f), angle);
+    }
+    const float width = random.pick(widthsOf(scan));
+    const float minWidth = besideBorder(random, width);
+    Holes found;
+    Holes expected;
+    Brin::findScanHoles(scan, found, minWidth);
+    korrin_model::findScanHoles(scan, expected, minWidth);
+    ASSERT_TRUE(sameBits(sorted(found), sorted(expected))) << "case " << i;
+    Brin::findScanHoles_old(scan, found, minWidth, 3);
+    korrin_model::findScanHolesOld(scan, expected, minWidth, 3);
+    ASSERT_TRUE(sameBits(sorted(found), sorted(expected))) << "the old way, case " << i;
+    const float apart = std::fabs(scan.readings[0].range - scan.readings[1].range);
+    widened += width > 1.01f * apart ? 1 : 0;
+  }
+  EXPECT_GT(widened, 3000);
+}
+
 // Steps whose range differs from the reference by exactly the gap.
 TEST(ScanHolesBorders, stepsOverADistanceOfExactlyTheGap) {
   RandomInputs random(114);

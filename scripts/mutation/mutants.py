@@ -65,7 +65,8 @@ def of_file(root, file, kinds):
         for operator, kind in operators.ALL:
             for change in operator(place):
                 original = "\n".join(lines[i:i + change.lines])
-                mutated = original[:change.begin] + change.text + original[change.end:]
+                text = change.text.replace(operators.SAME, original[change.begin:change.end])
+                mutated = original[:change.begin] + text + original[change.end:]
                 if change.swapped:
                     mutated = lines[i + 1] + "\n" + lines[i]
                 # The same change by two operators counts for the first one.

@@ -50,7 +50,7 @@ REMEMBERS = re.compile(r"^ +(?:[\w.]+(?:->|\.))?[\w.\[\]()]*_(?:\[.*\])? [-+|&*/
 SAYS = re.compile(r"\b(?:completeLog|log\w+|add\w*|records_\.\w+)\(")
 LOCAL = re.compile(r"^ +(const (?:auto|bool|float|double|std::\w+|Point2D\w*|Pose2D\w*) \w+ = )"
                    r"(?!\[)[^{]*;$")
-ASKED = re.compile(r"\b(?:accepts_|atStart|onRay|newCondition|condition|visit|visitAt|use|handle|"
+ASKED = re.compile(r"(?<![\w.>])(?:accepts_|atStart|onRay|newCondition|condition|visit|visitAt|use|handle|"
                    r"literal|lineTo|stepsTo|isFree|sink|fill)\(")
 TWICE_IS_ONCE = re.compile(
     r"\b(?:require|store|lowerTo|fill|set|note|remember|reserve|resize|assign|clear|reset|refresh|"
@@ -73,11 +73,14 @@ class Place:
         return STATEMENT.match(self.code.rstrip())
 
 
+SAME = "\0"
+
+
 @dataclass(frozen=True)
 class Change:
     begin: int = 0  # columns of what gives way to `text`
     end: int = 0
-    text: str = ""
+    text: str = ""  # with SAME for what was there
     lines: int = 1  # how many it concerns
     swapped: bool = False  # two lines change places
 
@@ -177,8 +180,8 @@ def names(code):
 
 
 def set_by(statement):
-    target = re.match(r"([\w.>-]+)(?:\[.*\])? [-+|&*/]?= ", statement)
-    return {re.split(r"\.|->", target[1])[-1]} if target else names(statement)
+    target = re.match(r"([\w.>-]+)(?:\[.*\])? [-+|&*/]?= |(\w+)(?:\.|->)\w+\(", statement)
+    return {re.split(r"\.|->", target[1] or target[2])[-1]} if target else names(statement)
 
 
 def stale_variable(place):
@@ -191,12 +194,11 @@ def stale_variable(place):
 def called_twice(place):
     match = CALL.match(place.code.rstrip())
     if match and place.statement() and not TWICE_IS_ONCE.search(match[1]):
-        yield Change(match.end(), match.end(), " " + match.group(1) + ";")
+        yield Change(match.start(1), match.end(), f"{SAME} {SAME}")
     for match in ASKED.finditer(place.code):
         end = closing_parenthesis(place.code, match.end())
         if end and not re.match(r" *(?:const )?\{", place.code[end + 1:]):
-            call = place.code[match.start():end + 1]
-            yield Change(match.start(), end + 1, f"({call}, {call})")
+            yield Change(match.start(), end + 1, f"({SAME}, {SAME})")
 
 
 def not_said(place):
@@ -224,7 +226,7 @@ def condition_turned_round(place):
     for match in CONDITION.finditer(place.code):
         end = closing_parenthesis(place.code, match.end())
         if end:
-            yield Change(match.end(), end, "!(" + place.code[match.end():end] + ")")
+            yield Change(match.end(), end, f"!({SAME})")
 
 
 def statement_dropped(place):
