@@ -19,6 +19,7 @@
 #include "support/bits.hpp"
 #include "support/failing_memory.hpp"
 #include "support/path_searches.hpp"
+#include "support/quiet.hpp"
 #include "support/random_inputs.hpp"
 
 using namespace korrin_test;
@@ -34,22 +35,6 @@ extern "C" const char* __lsan_default_suppressions() { return "leak:cv::Mat::cre
 namespace {
 
 constexpr int kTooMany = 5000;
-
-class Quiet {
- public:
-  Quiet() : sink_(Brin::setLogSink([](const Brin::LogRecord&) {})) {
-    cvRedirectError(cvNulDevReport, nullptr, nullptr);
-  }
-  ~Quiet() {
-    cvRedirectError(cvStdErrReport, nullptr, nullptr);
-    Brin::setLogSink(sink_);
-  }
-  Quiet(const Quiet&) = delete;
-  Quiet& operator=(const Quiet&) = delete;
-
- private:
-  Brin::LogSink sink_;
-};
 
 // Whether `call` ended because memory ran out.
 bool isRefused(const std::function<void()>& call) {

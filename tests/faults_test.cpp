@@ -15,6 +15,7 @@
 #include "korrin/korrin.hpp"
 #include "support/bits.hpp"
 #include "support/failing_memory.hpp"
+#include "support/quiet.hpp"
 #include "support/workload.hpp"
 
 using namespace korrin_test;
@@ -27,23 +28,6 @@ extern "C" const char* __lsan_default_suppressions() { return "leak:cv::Mat::cre
 namespace {
 
 constexpr std::int64_t kTooMany = 20000;
-
-// Drops all records and keeps OpenCV from printing its errors.
-class Quiet {
- public:
-  Quiet() : sink_(Brin::setLogSink([](const Brin::LogRecord&) {})) {
-    cvRedirectError(cvNulDevReport, nullptr, nullptr);
-  }
-  ~Quiet() {
-    cvRedirectError(cvStdErrReport, nullptr, nullptr);
-    Brin::setLogSink(sink_);
-  }
-  Quiet(const Quiet&) = delete;
-  Quiet& operator=(const Quiet&) = delete;
-
- private:
-  Brin::LogSink sink_;
-};
 
 enum class Outcome { Done, Refused, Unexpected };
 
@@ -99,7 +83,7 @@ std::int64_t failEach(FailingMemory::Mode mode, const std::function<void()>& cal
 constexpr FailingMemory::Mode kModes[] = {FailingMemory::Once, FailingMemory::FromThenOn};
 
 TEST(Faults, NothingLeaksWhicheverAllocationFails) {
-  const Quiet quiet;
+  const korrin_test::Quiet quiet;
   const World world = makeWorld(36, 28, 61);
   std::int64_t total = 0;
   for (const Family& family : families()) {
@@ -125,7 +109,7 @@ TEST(Faults, NothingLeaksWhicheverAllocationFails) {
 
 // On a map that is large enough for arrays in pages of their own.
 TEST(Faults, LargeSearchesLeakNothing) {
-  const Quiet quiet;
+  const korrin_test::Quiet quiet;
   OccupancyMap map(400, 300, 0.05f, false);
   map.reset(1.0f);
   std::vector<Brin::Pose2Di> path;
@@ -274,7 +258,7 @@ const Call kCalls[] = {
 };
 
 TEST(Faults, ObjectsWorkAgainOnceThereIsMemory) {
-  const Quiet quiet;
+  const korrin_test::Quiet quiet;
   std::int64_t total = 0;
   for (const Call& call : kCalls) {
     SCOPED_TRACE(call.name);
@@ -318,7 +302,7 @@ struct Targets {
 };
 
 TEST(Faults, ATargetStaysAsItWas) {
-  const Quiet quiet;
+  const korrin_test::Quiet quiet;
   const World world = makeWorld(36, 28, 61);
   using Replace = void (*)(const OccupancyMap& map, Targets& targets);
   const Replace calls[] = {
