@@ -54,7 +54,7 @@ ASKED = re.compile(r"(?<![\w.>])(?:accepts_|atStart|onRay|newCondition|condition
                    r"literal|lineTo|stepsTo|isFree|sink|fill)\(")
 TWICE_IS_ONCE = re.compile(
     r"\b(?:require|store|lowerTo|fill|set|note|remember|reserve|resize|assign|clear|reset|refresh|"
-    r"cvReleaseImage|cvSet|memcpy|memmove|startAt|mark|_mm)\w*\(")
+    r"pad|chamfer|cvReleaseImage|cvSet|memcpy|memmove|startAt|mark|_mm)\w*\(")
 LEVELS = {"Info": ["Warning"], "Warning": ["Info", "Error"], "Error": ["Warning"]}
 LEVEL = re.compile(r"NavLogLevel::(Info|Warning|Error)\b")
 
@@ -175,8 +175,8 @@ def statements_swapped(place):
 
 
 def names(code):
-    """The variables, calls aside."""
-    return set(re.findall(r"\b[a-z]\w*\b(?!\(|::)", code))
+    """The variables; of `a.b` that is b, and of `a.call()` a."""
+    return set(re.findall(r"\b[a-z]\w*\b(?!\(|::|(?:\.|->)\w+\b(?!\())", code))
 
 
 def set_by(statement):
