@@ -2,11 +2,16 @@
 #
 #   libkorrin0       the library                            runtime
 #   libkorrin-dev    headers, CMake package, pkg-config     development
+#   libkorrin-io0    the readers and writers of files       io-runtime
+#   libkorrin-io-dev the same for them as libkorrin-dev     io-development
 #   korrin-tools     the program korrin                     tools
 #   python3-korrin   the Python module                      python
 #
 # scripts/make-packages configures for them and calls cpack.
 set(KORRIN_PACKAGES runtime development)
+if(KORRIN_BUILD_IO)
+  list(APPEND KORRIN_PACKAGES io-runtime io-development)
+endif()
 if(KORRIN_BUILD_TOOLS)
   list(APPEND KORRIN_PACKAGES tools)
 endif()
@@ -29,8 +34,10 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}")
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)
-set(CPACK_COMPONENT_TOOLS_DEPENDS runtime)
-set(CPACK_COMPONENT_PYTHON_DEPENDS runtime)
+set(CPACK_COMPONENT_IO-RUNTIME_DEPENDS runtime)
+set(CPACK_COMPONENT_IO-DEVELOPMENT_DEPENDS io-runtime development)
+set(CPACK_COMPONENT_TOOLS_DEPENDS runtime io-runtime)
+set(CPACK_COMPONENT_PYTHON_DEPENDS runtime io-runtime)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
@@ -52,6 +59,12 @@ paths, on occupancy grids.\n.\n")
 korrin_package(runtime libkorrin${KORRIN_SOVERSION} libs "This is the library.")
 korrin_package(development libkorrin-dev libdevel
   "These are the headers and what CMake and pkg-config need.")
+if(KORRIN_BUILD_IO)
+  korrin_package(io-runtime libkorrin-io${KORRIN_SOVERSION} libs
+    "This is the library that reads and writes map files, laser logs and\npaths.")
+  korrin_package(io-development libkorrin-io-dev libdevel
+    "These are the headers for map files, laser logs and paths, and what\nCMake and pkg-config need.")
+endif()
 if(KORRIN_BUILD_TOOLS)
   korrin_package(tools korrin-tools science
     "This is the program, for maps and laser logs in files.")
@@ -61,14 +74,16 @@ if(KORRIN_BUILD_PYTHON)
 endif()
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/triggers")
+set(CPACK_DEBIAN_IO-RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/triggers")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libopencv-core-dev, libopencv-imgproc-dev")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_IO-DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 if(KORRIN_BUILD_PYTHON)
   # The module is made for one Python; the next minor version needs another build.
   find_package(Python REQUIRED COMPONENTS Interpreter)
   math(EXPR next_minor "${Python_VERSION_MINOR} + 1")
   set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
-    "python3 (>= 3.${Python_VERSION_MINOR}), python3 (<< 3.${next_minor}), python3-numpy, python3-pil, python3-yaml")
+    "python3 (>= 3.${Python_VERSION_MINOR}), python3 (<< 3.${next_minor}), python3-numpy")
 endif()
 set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "python3-matplotlib")
 

@@ -96,6 +96,9 @@ check_that_nothing_is_forced() {
   grep -E '^CMAKE_BUILD_TYPE:[A-Z]+=$' "$work/$way/CMakeCache.txt" >/dev/null || fail "a build type is set"
   if grep -E '^KORRIN_BUILD_[A-Z]+:BOOL=ON' "$work/$way/CMakeCache.txt"; then fail "more is built"; fi
   if find "$work/$way" -name '*_test' -o -name 'korrin_bench*' | grep .; then fail "tests are built"; fi
+  if [ "$way" = add_subdirectory ] && find "$work/$way" -name 'libkorrin_io*' | grep .; then
+    fail "korrin::io is built"
+  fi
 }
 
 case "$way" in
