@@ -50,11 +50,17 @@ function(korrin_add_library target name)
     target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic -O0)
     target_link_options(${target} PRIVATE --coverage)
   endif()
+  set(version ${PROJECT_VERSION})
+  if(SKBUILD)
+    set(version ${KORRIN_SOVERSION})  # a wheel holds no links, so the file has the SONAME
+  endif()
   set(exports "${PROJECT_SOURCE_DIR}/cmake/exported_symbols.map")
   target_link_options(${target} PRIVATE "LINKER:--version-script=${exports}")
   set_target_properties(${target} PROPERTIES
     EXPORT_NAME ${name}
-    VERSION ${PROJECT_VERSION}
+    VERSION ${version}
     SOVERSION ${KORRIN_SOVERSION}
+    # Libraries of one installation find each other, wherever it is moved to.
+    INSTALL_RPATH "\$ORIGIN"
     LINK_DEPENDS "${exports}")
 endfunction()
