@@ -7,7 +7,8 @@
 >>> axes = korrin.plot.path(path)
 >>> axes.figure.savefig("/dev/null", format="png")
 
-Each function draws into `axes`, the current ones when there are none given, and returns them.
+Each function draws into `axes`, the current ones when there are none given, and returns them. Axes
+that have no labels get them: x and y in metres.
 """
 
 from __future__ import annotations
@@ -129,13 +130,17 @@ def scores(
         extent=(x0 - half_x, x1 + half_x, y0 - half_y, y1 + half_y),
         interpolation="nearest",
     )
-    axes.figure.colorbar(picture, ax=axes, label="score")
+    axes.figure.colorbar(picture, ax=axes, label="score [no unit]")
     return axes
 
 
 def _axes(axes: Any) -> Any:
     axes = pyplot.gca() if axes is None else axes
     axes.set_aspect("equal")
+    if not axes.get_xlabel():
+        axes.set_xlabel("x [m]")
+    if not axes.get_ylabel():
+        axes.set_ylabel("y [m]")
     return axes
 
 

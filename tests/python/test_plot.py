@@ -95,6 +95,31 @@ def test_scores_of_the_wrong_form_are_refused(wrong, axes):
         korrin.plot.scores(wrong, (0, 1, 0, 1), axes)
 
 
+@pytest.mark.parametrize(
+    "draw",
+    [
+        lambda axes: korrin.plot.map(korrin.OccupancyMap(4, 4, 1), axes),
+        lambda axes: korrin.plot.path([(1, 2, 0), (3, 4, 0)], axes),
+        lambda axes: korrin.plot.scan(korrin.Scan([1, 2, 3], 0, 0.1), (0, 0, 0), axes),
+        lambda axes: korrin.plot.holes([], (0, 0, 0), axes),
+        lambda axes: korrin.plot.scores(np.eye(2), (0, 1, 0, 1), axes),
+    ],
+)
+def test_axes_tell_metres_unless_they_have_labels_of_their_own(draw, axes):
+    draw(axes)
+    assert (axes.get_xlabel(), axes.get_ylabel()) == ("x [m]", "y [m]")
+    axes.set_xlabel("east [m]")
+    axes.set_ylabel("north [m]")
+    draw(axes)
+    assert (axes.get_xlabel(), axes.get_ylabel()) == ("east [m]", "north [m]")
+
+
+def test_the_bar_beside_scores_is_labelled(axes):
+    korrin.plot.scores(np.eye(2), (0, 1, 0, 1), axes)
+    [bar] = [other for other in axes.figure.axes if other is not axes]
+    assert bar.get_ylabel() == "score [no unit]"
+
+
 def test_without_axes_the_current_ones_are_drawn_into(axes):
     pyplot.sca(axes)
     assert korrin.plot.map(korrin.OccupancyMap(4, 4, 1)) is axes
