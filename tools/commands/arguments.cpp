@@ -36,6 +36,8 @@ CLI::Validator numberThat(const Holds& holds, const std::string& wanted) {
       "");
 }
 
+std::string exactMetres(float metres) { return formatShort(metres) + " m"; }
+
 }  // namespace
 
 Brin::Pose2D parsePose(const std::string& text, const std::string& option) {
@@ -69,6 +71,12 @@ CLI::Validator oneOf(const std::vector<std::string>& words) {
         return "must be one of " + CLI::detail::join(words, ", ") + ", found " + text;
       },
       "");
+}
+
+void checkLinearGrowth(float radius, float fade, const std::string& asked) {
+  if (fade >= radius) return;
+  throw UsageError("--fade: must be at least the radius (" + exactMetres(radius) + ") with " +
+                   asked + ", found " + exactMetres(fade));
 }
 
 }  // namespace korrin_tool

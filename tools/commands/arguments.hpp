@@ -21,4 +21,8 @@ CLI::Validator between(float low, float high);  // both ends included
 // A check that an option is one of these words.
 CLI::Validator oneOf(const std::vector<std::string>& words);
 
+// Linear growth must not end within its radius: a UsageError that tells both numbers (metres) and
+// who `asked` for that growth.
+void checkLinearGrowth(float radius, float fade, const std::string& asked);
+
 }  // namespace korrin_tool

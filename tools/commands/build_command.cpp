@@ -144,7 +144,7 @@ void runBuild(BuildOptions& options) {
                           ", build " + formatSeconds(buildSeconds));
   output.json["timings"] = {
       {"read", readSeconds}, {"match", matchSeconds}, {"build", buildSeconds}};
-  if (output.wantsPicture()) drawBuiltMap(map, scans).save(output.png);
+  if (output.wantsPicture()) output.savePicture(drawBuiltMap(map, scans));
   output.deliver();
 }
 

@@ -14,6 +14,13 @@ void CommandOutput::line(const std::string& name, const std::string& text) {
   lines_.emplace_back(name, text);
 }
 
+void CommandOutput::savePicture(const Canvas& canvas) {
+  canvas.save(png);
+  json["picture"] = pictureJson(png, canvas);
+  const std::string reduction = reductionText(canvas);
+  if (!reduction.empty()) line("picture", reduction);
+}
+
 void CommandOutput::deliver() const {
   const std::string text = json.dump(1, ' ', false, Json::error_handler_t::replace) + "\n";
   if (jsonFile == "-") {
@@ -52,6 +59,15 @@ nlohmann::ordered_json pointJson(const Brin::Point2D& point) {
 
 nlohmann::ordered_json poseJson(const Brin::Pose2D& pose) {
   return {numberJson(pose.x), numberJson(pose.y), numberJson(pose.theta)};
+}
+
+Json pictureJson(const std::string& path, const Canvas& canvas) {
+  return {{"file", path}, {"pixelsPerCell", canvas.pixelsPerCell()}};
+}
+
+std::string reductionText(const Canvas& canvas) {
+  if (canvas.cellsPerPixel() == 1) return "";
+  return "drawn at 1/" + formatCount(canvas.cellsPerPixel()) + " of the map's cells";
 }
 
 std::string cellsText(const Brin::OccupancyMapParams& map) {

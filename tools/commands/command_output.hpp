@@ -5,7 +5,7 @@
 //   ...
 //   output.line("hits", "120 of 181");
 //   output.json["hits"] = 120;
-//   if (output.wantsPicture()) drawScan().save(output.png);
+//   if (output.wantsPicture()) output.savePicture(drawScan());
 //   output.deliver();
 #pragma once
 
@@ -17,6 +17,7 @@
 #include "korrin/core/geometry.hpp"
 #include "korrin/core/occupancy_map.hpp"
 #include "tools/format.hpp"
+#include "tools/pictures/canvas.hpp"
 
 namespace korrin_tool {
 
@@ -28,6 +29,10 @@ struct CommandOutput {
 
   bool wantsPicture() const { return !png.empty(); }
   void line(const std::string& name, const std::string& text);
+
+  // Writes the picture that is wanted, and tells its scale: in the JSON in any case, in a line when
+  // the map was too large for a pixel a cell.
+  void savePicture(const Canvas& canvas);
 
   // Writes the JSON where it is wanted; standard output gets either that or the lines and the
   // table. A file that cannot be written is a FileError that names it.
@@ -46,6 +51,10 @@ nlohmann::ordered_json numberJson(float value);
 nlohmann::ordered_json pointJson(const Brin::Point2D& point);
 nlohmann::ordered_json poseJson(const Brin::Pose2D& pose);
 
+// A picture's file and its pixels along the side of a cell, fewer than 1 when cells share them.
+nlohmann::ordered_json pictureJson(const std::string& path, const Canvas& canvas);
+// "drawn at 1/2 of the map's cells"; empty when no cell shares its pixel.
+std::string reductionText(const Canvas& canvas);
 // "100 x 80 cells of 0.05 m".
 std::string cellsText(const Brin::OccupancyMapParams& map);
 // "(1.00, 2.00), heading 30.0 deg".

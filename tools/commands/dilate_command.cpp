@@ -12,7 +12,6 @@
 #include "tools/open_map.hpp"
 #include "tools/pictures/canvas.hpp"
 #include "tools/stopwatch.hpp"
-#include "tools/usage_error.hpp"
 
 namespace korrin_tool {
 namespace {
@@ -46,9 +45,8 @@ void limitTo(const Brin::OccupancyMap& before, Brin::OccupancyMap& map) {
 }
 
 void runDilate(DilateOptions& options) {
-  if (options.kind == "linear" && options.fade < options.radius) {
-    throw UsageError("--fade: must be at least the radius (" + formatMetres(options.radius) +
-                     ") with --kind linear, found " + formatMetres(options.fade));
+  if (options.kind == "linear") {
+    checkLinearGrowth(options.radius, options.fade, "--kind linear");
   }
   keepApart(options.output, options.out, greyFormat());
   const Brin::OccupancyMap before = openMap(options.map);
@@ -77,7 +75,7 @@ void runDilate(DilateOptions& options) {
     canvas.legend({{palette::kInk, "obstacles before"},
                    {palette::kNear, "blocked around them"},
                    {palette::kCostly, "less free"}});
-    canvas.save(output.png);
+    output.savePicture(canvas);
   }
   output.deliver();
 }
@@ -94,7 +92,8 @@ void addGrowthOptions(CLI::App& command, DilateOptions& options) {
       ->option_text("M");
   command
       .add_option("--fade", options.fade,
-                  "linear: free from here on; inverse: ten times the distance to half free; "
+                  "linear: free from here on, at least the radius; inverse: ten times the distance "
+                  "to half free; "
                   "smooth: the blur's width; metres; 0.4")
       ->check(notNegative())
       ->option_text("M");

@@ -135,7 +135,7 @@ void runHoles(HolesOptions& options) {
   output.json["line"] = logged.line;
   output.json["pose"] = poseJson(logged.pose);
   describeHoles(holes, output);
-  if (output.wantsPicture()) drawHoles(log, logged, holes).save(output.png);
+  if (output.wantsPicture()) output.savePicture(drawHoles(log, logged, holes));
   output.deliver();
   if (holes.empty()) {
     throw NegativeAnswer(options.log.path + ": scan " + std::to_string(options.scan) +

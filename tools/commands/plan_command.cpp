@@ -9,6 +9,7 @@
 #include "io/write_file.hpp"
 #include "korrin/io/map_file.hpp"
 #include "tools/commands/arguments.hpp"
+#include "tools/commands/command_output.hpp"
 #include "tools/commands/commands.hpp"
 #include "tools/format.hpp"
 #include "tools/open_map.hpp"
@@ -26,6 +27,8 @@ struct PlanOptions {
   std::string to;
   std::string neighborhood = "simple";
   std::string dilation = "none";
+  bool kindIsGiven = false;    // --dilate was
+  bool growthIsSized = false;  // --radius or --fade was given
   PlanSettings settings;
   std::string png;
   std::string json;
@@ -37,6 +40,8 @@ struct Result {
   Brin::OccupancyMapParams map;
   double readSeconds = 0.0;
   double growSeconds = 0.0;
+  nlohmann::ordered_json picture;  // null when there is none
+  std::string pictureReduction;    // reductionText
 };
 
 std::string endText(const Brin::Pose2D& pose, float moved) {
@@ -44,9 +49,19 @@ std::string endText(const Brin::Pose2D& pose, float moved) {
          (moved > 0.0f ? ", moved " + formatMetres(moved) + " to the nearest free cell" : "");
 }
 
-std::string cellsText(const Brin::OccupancyMapParams& map) {
-  return formatCount(map.width) + " x " + formatCount(map.height) + " cells of " +
-         formatShort(map.resolution) + " m";
+// "linear, radius 0.2 m, fade 0.4 m", and why when nobody asked for the kind.
+std::string growthText(const PlanOptions& options) {
+  const PlanSettings& settings = options.settings;
+  const std::string text = options.dilation + ", radius " + formatShort(settings.radius) +
+                           " m, fade " + formatShort(settings.fade) + " m";
+  return text + (options.kindIsGiven ? "" : "; without --dilate, --radius or --fade means linear");
+}
+
+nlohmann::ordered_json growthJson(const PlanOptions& options) {
+  if (!options.settings.dilation) return nullptr;
+  return {{"kind", options.dilation},
+          {"radius", numberJson(options.settings.radius)},
+          {"fade", numberJson(options.settings.fade)}};
 }
 
 void printSummary(const PlanOptions& options, const Result& result) {
@@ -57,6 +72,7 @@ void printSummary(const PlanOptions& options, const Result& result) {
   line("map         ", options.map + ", " + cellsText(result.map));
   line("start       ", endText(plan.start, plan.startMoved));
   line("goal        ", endText(plan.goal, plan.goalMoved));
+  if (options.settings.dilation) line("growth      ", growthText(options));
   line("path        ", formatMetres(lengthOf(plan.path)) + ", " +
                            formatCount(static_cast<std::int64_t>(plan.path.size())) + " cells");
   line("iterations  ", formatCount(plan.iterations));
@@ -64,6 +80,7 @@ void printSummary(const PlanOptions& options, const Result& result) {
                            formatSeconds(result.growSeconds) + ", plan " +
                            formatSeconds(plan.timings.plan) + ", simplify " +
                            formatSeconds(plan.timings.simplify));
+  if (!result.pictureReduction.empty()) line("picture     ", result.pictureReduction);
   if (plan.blockedCells > 0) {
     line("warning     ", "the path passes over " + formatCount(plan.blockedCells) +
                              (plan.blockedCells == 1 ? " blocked cell" : " blocked cells") +
@@ -113,6 +130,7 @@ nlohmann::ordered_json toJson(const PlanOptions& options, const Result& result) 
   json["goal"] = pointJson(plan.goal);
   json["startMoved"] = shortDouble(plan.startMoved);
   json["goalMoved"] = shortDouble(plan.goalMoved);
+  json["growth"] = growthJson(options);
   json["length"] = lengthOf(plan.path);
   json["iterations"] = plan.iterations;
   json["blockedCells"] = plan.blockedCells;
@@ -120,6 +138,7 @@ nlohmann::ordered_json toJson(const PlanOptions& options, const Result& result) 
                      {"grow", result.growSeconds},
                      {"plan", plan.timings.plan},
                      {"simplify", plan.timings.simplify}};
+  if (!result.picture.is_null()) json["picture"] = result.picture;
   json["waypoints"] = pathJson(plan.waypoints);
   json["path"] = pathJson(plan.path);
   return json;
@@ -145,15 +164,24 @@ const Names<std::optional<Brin::ObstacleDilater::DilateType>>& dilations() {
   return names;
 }
 
-// Turns the words of the command line into settings.
+// Turns the words of the command line into settings. A radius or a fade asks for growth, linear
+// unless a kind is named.
 void settle(PlanOptions& options) {
   PlanSettings& settings = options.settings;
+  if (options.growthIsSized && !options.kindIsGiven) options.dilation = "linear";
   settings.neighborhood = neighborhoods().at(options.neighborhood);
   settings.dilation = dilations().at(options.dilation);
-  if (options.dilation == "linear" && settings.fade < settings.radius) {
-    throw UsageError("--fade: must be at least the radius (" + formatMetres(settings.radius) +
-                     ") with --dilate linear, found " + formatMetres(settings.fade));
+  if (options.dilation == "linear") {
+    checkLinearGrowth(settings.radius, settings.fade,
+                      options.kindIsGiven ? "--dilate linear" : "linear growth");
   }
+}
+
+void drawPicture(const PlanOptions& options, const Brin::OccupancyMap& map, Result& result) {
+  const Canvas canvas = drawPlan(map, result.plan);
+  canvas.save(options.png);
+  result.picture = pictureJson(options.png, canvas);
+  result.pictureReduction = reductionText(canvas);
 }
 
 void runPlan(PlanOptions& options) {
@@ -170,7 +198,7 @@ void runPlan(PlanOptions& options) {
   result.growSeconds = growing.seconds();
   result.plan = planPath(grown, start, goal, options.settings);
 
-  if (!options.png.empty()) drawPlan(map, result.plan).save(options.png);
+  if (!options.png.empty()) drawPicture(options, map, result);
   if (options.json == "-") {
     std::cout << toJson(options, result).dump(1) << '\n';
     return;
@@ -217,16 +245,33 @@ void addObstacleOptions(CLI::App& command, PlanOptions& options) {
   PlanSettings& settings = options.settings;
   command.add_flag("--explored-only", settings.exploredOnly, "unknown cells block too");
   command
-      .add_option("--dilate", options.dilation,
-                  "grow obstacles: linear, inverse, smooth or none (the default)")
+      .add_option_function<std::string>(
+          "--dilate",
+          [&options](const std::string& kind) {
+            options.dilation = kind;
+            options.kindIsGiven = true;
+          },
+          "grow obstacles: linear, inverse, smooth or none (the default; linear with --radius or "
+          "--fade)")
       ->check(oneOf({"linear", "inverse", "smooth", "none"}))
       ->option_text("KIND");
-  command.add_option("--radius", settings.radius, "grown obstacles block this far, metres; 0.2")
+  const auto sizes = [&options](float& size) {
+    return [&options, &size](float metres) {
+      size = metres;
+      options.growthIsSized = true;
+    };
+  };
+  command
+      .add_option_function<float>("--radius", sizes(settings.radius),
+                                  "grown obstacles block this far, metres; 0.2. Without --dilate "
+                                  "the growth is linear")
       ->check(notNegative())
       ->option_text("M");
   command
-      .add_option("--fade", settings.fade,
-                  "and cost more this far (smooth: blur of this width), metres; 0.4")
+      .add_option_function<float>(
+          "--fade", sizes(settings.fade),
+          "and cost more this far (linear: at least the radius; smooth: blur of this width), "
+          "metres; 0.4. Without --dilate the growth is linear")
       ->check(notNegative())
       ->option_text("M");
 }

@@ -62,7 +62,7 @@ void answerWithCell(const Question& question, const std::string& kind, const Bri
   canvas.disc(question.pose, 8, palette::kStart);
   canvas.disc(centre, 8, palette::kGoal);
   canvas.legend({{palette::kStart, "asked from"}, {palette::kGoal, "nearest " + kind + " cell"}});
-  canvas.save(output.png);
+  output.savePicture(canvas);
 }
 
 [[noreturn]] void answerNo(const Question& question, const std::string& answer) {
@@ -121,7 +121,7 @@ void askForObstacles(const Question& question, CommandOutput& output) {
   canvas.legend({{palette::kStart, "asked from"},
                  {palette::kGoal, "side of the obstacles"},
                  {palette::kAccent, "range"}});
-  canvas.save(output.png);
+  output.savePicture(canvas);
 }
 
 void runQuery(QueryOptions& options) {

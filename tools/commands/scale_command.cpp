@@ -39,7 +39,7 @@ void runScale(ScaleOptions& options) {
     Canvas canvas(map.params);
     canvas.drawMap(map);
     canvas.scaleBar();
-    canvas.save(output.png);
+    output.savePicture(canvas);
   }
   output.deliver();
 }

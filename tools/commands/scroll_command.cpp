@@ -42,13 +42,17 @@ Brin::OccupancyMap withSecondImage(const Brin::OccupancyMap& map) {
   return copy;
 }
 
-Canvas drawScrolled(const Brin::OccupancyMap& before, const Brin::OccupancyMap& after) {
-  Canvas canvas(after.params);
-  canvas.drawMap(after);
-  for (int y = 0; y < after.params.height; ++y) {
-    for (int x = 0; x < after.params.width; ++x) {
-      const Brin::Pose2Di old = before.getPixelFromPose(after.getPoseFromPixel({x, y, 0.0f}));
-      if (!before.isInside(old.x, old.y)) canvas.fillCell(x, y, palette::kAccent, 0.15);
+// The map after scrolling, with the cells that came from outside.
+Canvas drawScrolled(const Brin::OccupancyMap& map, const Brin::Point2Di& shift) {
+  Canvas canvas(map.params);
+  canvas.drawMap(map);
+  CellTint tint(canvas, 0.15);
+  const auto isInside = [](std::int64_t cell, int count) { return cell >= 0 && cell < count; };
+  for (int y = 0; y < map.params.height; ++y) {
+    const bool rowWasInside = isInside(std::int64_t{y} - shift.y, map.params.height);
+    for (int x = 0; x < map.params.width; ++x) {
+      if (rowWasInside && isInside(std::int64_t{x} - shift.x, map.params.width)) continue;
+      tint.fill(x, y, palette::kAccent);
     }
   }
   canvas.scaleBar();
@@ -76,7 +80,7 @@ void runScroll(ScrollOptions& options) {
   output.json["by"] = {shift.x, shift.y};
   output.json["originBefore"] = poseJson(before.params.origin);
   output.json["origin"] = poseJson(map.params.origin);
-  if (output.wantsPicture()) drawScrolled(before, map).save(output.png);
+  if (output.wantsPicture()) output.savePicture(drawScrolled(map, shift));
   output.deliver();
 }
 

@@ -109,7 +109,7 @@ void runSimulate(SimulateOptions& options) {
   output.line("time", formatSeconds(seconds));
   output.json["time"] = seconds;
   output.json["readings"] = readingsJson(readings);
-  if (output.wantsPicture()) drawScan(map, readings, pose).save(output.png);
+  if (output.wantsPicture()) output.savePicture(drawScan(map, readings, pose));
   output.deliver();
 }
 

@@ -75,7 +75,7 @@ void runStats(StatsOptions& options) {
     output.line("warning", log.lastMessage());
     output.json["warning"] = log.lastMessage();
   }
-  if (output.wantsPicture()) drawPath(map, path).save(output.png);
+  if (output.wantsPicture()) output.savePicture(drawPath(map, path));
   output.deliver();
 }
 

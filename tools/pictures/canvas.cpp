@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include "io/write_file.hpp"
 #include "tools/format.hpp"
+#include "tools/pictures/cell_values.hpp"
 
 namespace korrin_tool {
 namespace {
@@ -16,7 +18,13 @@ constexpr int kShift = 4;
 constexpr int kFont = cv::FONT_HERSHEY_DUPLEX;
 constexpr double kCapitalHeight = 21.0;  // pixels of a capital in kFont at scale 1
 
-const std::vector<int> kPngParameters = {cv::IMWRITE_PNG_COMPRESSION, 9};
+// Small pictures are pressed hard. Large ones would take longer to press than to make; OpenCV's own
+// parameters are its fastest.
+std::vector<int> pngParameters(const cv::Mat& picture) {
+  constexpr std::size_t kManyPixels = 4'000'000;
+  if (picture.total() > kManyPixels) return {};
+  return {cv::IMWRITE_PNG_COMPRESSION, 9};
+}
 
 cv::Scalar toScalar(Colour colour) {
   return {double(colour.blue), double(colour.green), double(colour.red)};
@@ -34,14 +42,18 @@ int toWidth(double pixels) { return std::max(1, static_cast<int>(std::lround(pix
 
 cv::Point toFixed(cv::Point2d point) { return {toFixed(point.x), toFixed(point.y)}; }
 
+cv::Vec3b toPixelValue(Colour colour) { return {colour.blue, colour.green, colour.red}; }
+
+cv::Vec3b blended(const cv::Vec3b& pixel, Colour colour, double share) {
+  return toPixelValue(mix({pixel[2], pixel[1], pixel[0]}, colour, share));
+}
+
 // Mixes `colour` into `picture` where `mask` (0 to 255) says so.
 void blend(cv::Mat picture, const cv::Mat& mask, Colour colour) {
   for (int y = 0; y < picture.rows; ++y) {
     for (int x = 0; x < picture.cols; ++x) {
       cv::Vec3b& pixel = picture.at<cv::Vec3b>(y, x);
-      const double share = mask.at<std::uint8_t>(y, x) / 255.0;
-      const Colour mixed = mix({pixel[2], pixel[1], pixel[0]}, colour, share);
-      pixel = {mixed.blue, mixed.green, mixed.red};
+      pixel = blended(pixel, colour, mask.at<std::uint8_t>(y, x) / 255.0);
     }
   }
 }
@@ -82,8 +94,11 @@ void fillRect(cv::Mat& picture, cv::Rect rect, Colour colour, double opacity) {
     picture(rect).setTo(toScalar(colour));
     return;
   }
-  const cv::Mat mask(rect.size(), CV_8UC1, cv::Scalar(std::round(opacity * 255.0)));
-  blend(picture(rect), mask, colour);
+  const double share = std::round(opacity * 255.0) / 255.0;
+  for (int y = rect.y; y < rect.br().y; ++y) {
+    cv::Vec3b* const row = picture.ptr<cv::Vec3b>(y);
+    for (int x = rect.x; x < rect.br().x; ++x) row[x] = blended(row[x], colour, share);
+  }
 }
 
 cv::Point cornerFor(cv::Point2d at, cv::Size size, Anchor anchor) {
@@ -105,6 +120,56 @@ cv::Point cornerFor(cv::Point2d at, cv::Size size, Anchor anchor) {
   return {x - size.width / 2, y - size.height / 2};
 }
 
+double textSizeFor(int width) { return std::clamp(width / 85.0, 9.0, 40.0); }
+
+int stripHeightFor(int width) { return static_cast<int>(std::lround(3.6 * textSizeFor(width))); }
+
+// Whether a map of so many pixels and the strip below it are too much for a picture.
+bool isTooLarge(std::int64_t width, std::int64_t height, int minimumWidth) {
+  constexpr int kMost = Canvas::kLongestSide;
+  if (width > kMost || height > kMost) return true;
+  return height + stripHeightFor(std::max(static_cast<int>(width), minimumWidth)) > kMost;
+}
+
+cv::Size blocksOf(const Brin::OccupancyMapParams& frame, int reduction) {
+  const auto blocks = [reduction](int cells) {
+    return std::max(1, cells / reduction + (cells % reduction > 0 ? 1 : 0));
+  };
+  return {blocks(frame.width), blocks(frame.height)};
+}
+
+int reductionFor(const Brin::OccupancyMapParams& frame, int minimumWidth) {
+  int reduction =
+      std::max({1, frame.width / Canvas::kLongestSide, frame.height / Canvas::kLongestSide});
+  for (;; ++reduction) {
+    const cv::Size blocks = blocksOf(frame, reduction);
+    if (!isTooLarge(blocks.width, blocks.height, minimumWidth)) return reduction;
+  }
+}
+
+int zoomFor(cv::Size blocks, int minimumWidth) {
+  int zoom = std::max(1, (minimumWidth + blocks.width - 1) / blocks.width);
+  while (zoom > 1 && isTooLarge(std::int64_t{blocks.width} * zoom,
+                                std::int64_t{blocks.height} * zoom, minimumWidth)) {
+    --zoom;
+  }
+  return zoom;
+}
+
+// From black (0) over grey (0.5) to white (1).
+Colour mapColour(double value) {
+  return value < 0.5 ? mix(palette::kInk, palette::kUnknown, value * 2.0)
+                     : mix(palette::kUnknown, palette::kPaper, value * 2.0 - 1.0);
+}
+
+Colour costColour(double value, double known, double threshold) {
+  const Colour cost = value < threshold ? palette::kNear
+                                        : mix(palette::kCostly, palette::kPaper,
+                                              (value - threshold) / (1.0 - threshold));
+  return known < 0.5 ? mix(palette::kInk, cost, known * 2.0)
+                     : mix(palette::kUnknown, cost, known * 2.0 - 1.0);
+}
+
 // 1, 2 or 5 times a power of ten: the largest such length of at most `most` metres.
 double roundLength(double most) {
   const double power = std::pow(10.0, std::floor(std::log10(most)));
@@ -116,61 +181,84 @@ double roundLength(double most) {
 
 }  // namespace
 
-Colour mix(Colour from, Colour to, double share) {
-  const auto part = [share](std::uint8_t a, std::uint8_t b) {
-    return static_cast<std::uint8_t>(std::lround(a + (b - a) * std::clamp(share, 0.0, 1.0)));
-  };
-  return {part(from.red, to.red), part(from.green, to.green), part(from.blue, to.blue)};
-}
-
-Colour heat(double share) {
-  constexpr Colour kCool{255, 245, 214};
-  constexpr Colour kWarm{245, 158, 66};
-  constexpr Colour kHot{190, 24, 60};
-  return share < 0.5 ? mix(kCool, kWarm, 2.0 * share) : mix(kWarm, kHot, 2.0 * share - 1.0);
-}
-
 Canvas::Canvas(const Brin::OccupancyMapParams& frame, int minimumWidth)
     : frame_(frame),
-      zoom_(std::max(1, (minimumWidth + std::max(1, frame.width) - 1) / std::max(1, frame.width))),
-      mapHeight_(std::max(1, frame.height) * zoom_),
-      picture_(mapHeight_, std::max(1, frame.width) * zoom_, CV_8UC3, toScalar(palette::kPaper)) {}
+      reduction_(reductionFor(frame, minimumWidth)),
+      blocks_(blocksOf(frame, reduction_)),
+      zoom_(zoomFor(blocks_, minimumWidth)),
+      mapHeight_(blocks_.height * zoom_),
+      picture_(mapHeight_, std::max(blocks_.width * zoom_, minimumWidth), CV_8UC3,
+               toScalar(palette::kPaper)) {
+  picture_.colRange(blocks_.width * zoom_, picture_.cols).setTo(toScalar(palette::kUnknown));
+}
 
 cv::Point2d Canvas::toPixel(const Brin::Point2D& point) const {
   const Brin::Pose2D cell = frame_.origin.relProject({point.x, point.y, 0.0f});
-  return {limited((cell.x / frame_.resolution + 0.5) * zoom_ - 0.5),
-          limited((frame_.height - 0.5 - cell.y / frame_.resolution) * zoom_ - 0.5)};
+  const double top = static_cast<double>(blocks_.height) * reduction_ - 0.5;
+  return {limited((cell.x / frame_.resolution + 0.5) * pixelsPerCell() - 0.5),
+          limited((top - cell.y / frame_.resolution) * pixelsPerCell() - 0.5)};
+}
+
+template <typename ColourOf>
+void Canvas::paintBlocks(cv::Size blocks, ColourOf colourOf) {
+  const cv::Size inside(std::min(blocks.width, blocks_.width),
+                        std::min(blocks.height, blocks_.height));
+  const std::size_t bytes = picture_.elemSize() * static_cast<std::size_t>(inside.width * zoom_);
+  for (int y = 0; y < inside.height; ++y) {
+    const int top = (blocks_.height - 1 - y) * zoom_;
+    cv::Vec3b* const row = picture_.ptr<cv::Vec3b>(top);
+    for (int x = 0; x < inside.width; ++x) {
+      std::fill_n(row + x * zoom_, zoom_, toPixelValue(colourOf(x, y)));
+    }
+    for (int k = 1; k < zoom_; ++k) std::memcpy(picture_.ptr(top + k), row, bytes);
+  }
 }
 
 void Canvas::drawMap(const Brin::OccupancyMap& map) {
-  for (int y = 0; y < map.params.height; ++y) {
-    for (int x = 0; x < map.params.width; ++x) {
-      const double value = map.getCell(x, y);
-      fillCell(x, y,
-               value < 0.5 ? mix(palette::kInk, palette::kUnknown, value * 2.0)
-                           : mix(palette::kUnknown, palette::kPaper, value * 2.0 - 1.0));
-    }
-  }
+  const cv::Mat_<float> values = blockValues(map, reduction_);
+  ColourCache cache;
+  paintBlocks(values.size(), [&](int x, int y) {
+    const float value = values(y, x);
+    return cache.find(value, value, [&] { return mapColour(value); });
+  });
 }
 
 void Canvas::drawCosts(const Brin::OccupancyMap& grown, const Brin::OccupancyMap& before,
                        double threshold) {
-  for (int y = 0; y < grown.params.height; ++y) {
-    for (int x = 0; x < grown.params.width; ++x) {
-      const double value = grown.getCell(x, y);
-      const double known = before.getCell(x, y);
-      const Colour cost = value < threshold ? palette::kNear
-                                            : mix(palette::kCostly, palette::kPaper,
-                                                  (value - threshold) / (1.0 - threshold));
-      fillCell(x, y,
-               known < 0.5 ? mix(palette::kInk, cost, known * 2.0)
-                           : mix(palette::kUnknown, cost, known * 2.0 - 1.0));
-    }
-  }
+  const cv::Mat_<float> values = blockValues(grown, reduction_);
+  const cv::Mat_<float> known = blockValues(before, reduction_);
+  ColourCache cache;
+  paintBlocks(values.size(), [&](int x, int y) {
+    return cache.find(values(y, x), known(y, x),
+                      [&] { return costColour(values(y, x), known(y, x), threshold); });
+  });
+}
+
+cv::Rect Canvas::pixelsOf(int x, int y) const {
+  if (x < 0 || y < 0) return {};
+  const int column = x / reduction_;
+  const int row = y / reduction_;
+  if (column >= blocks_.width || row >= blocks_.height) return {};
+  return {column * zoom_, (blocks_.height - 1 - row) * zoom_, zoom_, zoom_};
 }
 
 void Canvas::fillCell(int x, int y, Colour colour, double opacity) {
-  fillRect(picture_, {x * zoom_, (frame_.height - 1 - y) * zoom_, zoom_, zoom_}, colour, opacity);
+  fillRect(picture_, pixelsOf(x, y), colour, opacity);
+}
+
+CellTint::CellTint(Canvas& canvas, double opacity) : canvas_(canvas), opacity_(opacity) {
+  if (canvas.reduction_ > 1) done_ = cv::Mat(canvas.blocks_, CV_8UC1, cv::Scalar(0));
+}
+
+void CellTint::fill(int x, int y, Colour colour) {
+  const cv::Rect pixels = canvas_.pixelsOf(x, y);
+  if (pixels.empty()) return;
+  if (!done_.empty()) {
+    std::uint8_t& done = done_.at<std::uint8_t>(pixels.y, pixels.x);
+    if (done != 0) return;
+    done = 1;
+  }
+  fillRect(canvas_.picture_, pixels, colour, opacity_);
 }
 
 void Canvas::line(const Brin::Point2D& from, const Brin::Point2D& to, Colour colour, int width) {
@@ -207,7 +295,7 @@ void Canvas::arrow(const Brin::Point2D& from, const Brin::Point2D& to, Colour co
 
 void Canvas::heading(const Brin::Pose2D& pose, double length, Colour colour) {
   const float reach =
-      static_cast<float>(scaled(length)) * frame_.resolution / static_cast<float>(zoom_);
+      static_cast<float>(scaled(length)) * frame_.resolution / static_cast<float>(pixelsPerCell());
   std::vector<cv::Point> outline;
   for (const Brin::Pose2D corner :
        {Brin::Pose2D(0.6f * reach, 0.0f, 0.0f), Brin::Pose2D(-0.4f * reach, 0.4f * reach, 0.0f),
@@ -223,7 +311,7 @@ double Canvas::scaled(double pixels) const {
   return pixels * std::max(1.0, picture_.cols / 1440.0);
 }
 
-double Canvas::textSize() const { return std::clamp(picture_.cols / 85.0, 9.0, 40.0); }
+double Canvas::textSize() const { return textSizeFor(picture_.cols); }
 
 void Canvas::label(const Brin::Point2D& at, const std::string& text, Anchor anchor, Colour colour) {
   const cv::Mat mask = textMask(text, textSize());
@@ -234,8 +322,8 @@ void Canvas::label(const Brin::Point2D& at, const std::string& text, Anchor anch
 
 cv::Mat Canvas::footer() {
   if (picture_.rows == mapHeight_) {
-    const int height = static_cast<int>(std::lround(3.6 * textSize()));
-    cv::Mat grown(mapHeight_ + height, picture_.cols, CV_8UC3, toScalar(palette::kPaper));
+    cv::Mat grown(mapHeight_ + stripHeightFor(picture_.cols), picture_.cols, CV_8UC3,
+                  toScalar(palette::kPaper));
     picture_.copyTo(grown.rowRange(0, mapHeight_));
     picture_ = grown;
   }
@@ -259,7 +347,7 @@ void Canvas::legend(const std::vector<std::pair<Colour, std::string>>& entries) 
 void Canvas::scaleBar() {
   cv::Mat strip = footer();
   const int unit = static_cast<int>(std::lround(textSize()));
-  const double pixelsPerMetre = zoom_ / double{frame_.resolution};
+  const double pixelsPerMetre = pixelsPerCell() / double{frame_.resolution};
   const double metres = roundLength(0.16 * strip.cols / pixelsPerMetre);
   const int length = static_cast<int>(std::lround(metres * pixelsPerMetre));
   const int right = strip.cols - unit;
@@ -277,7 +365,7 @@ void Canvas::save(const std::string& path) const { Brin::io::writeFile(path, png
 
 std::vector<std::uint8_t> Canvas::png() const {
   std::vector<std::uint8_t> bytes;
-  cv::imencode(".png", picture_, bytes, kPngParameters);
+  cv::imencode(".png", picture_, bytes, pngParameters(picture_));
   return bytes;
 }
 

@@ -18,53 +18,30 @@
 
 #include "korrin/core/geometry.hpp"
 #include "korrin/core/occupancy_map.hpp"
+#include "tools/pictures/colour.hpp"
 
 namespace korrin_tool {
-
-struct Colour {
-  std::uint8_t red;
-  std::uint8_t green;
-  std::uint8_t blue;
-};
-
-// One palette for all pictures, distinguishable in the common kinds of colour blindness.
-namespace palette {
-constexpr Colour kInk{31, 41, 55};         // text, walls
-constexpr Colour kPaper{255, 255, 255};    // free space
-constexpr Colour kShade{226, 230, 236};    // walls and furniture, where they are background
-constexpr Colour kUnknown{203, 209, 217};  // never seen
-constexpr Colour kPath{0, 114, 178};       // what was planned
-constexpr Colour kStart{0, 140, 100};      // where it begins
-constexpr Colour kGoal{213, 94, 0};        // where it ends
-constexpr Colour kRobot{204, 121, 167};    // where the robot is or was
-constexpr Colour kAccent{230, 159, 0};     // what the eye should find
-constexpr Colour kFurniture{148, 130, 110};
-constexpr Colour kNear{236, 136, 98};     // too close to an obstacle
-constexpr Colour kCostly{250, 214, 150};  // rather close to one
-constexpr Colour kEarly{253, 224, 130};   // searched first
-constexpr Colour kLate{105, 89, 205};     // searched last
-constexpr Colour kFaint{140, 150, 165};   // what it should not
-}  // namespace palette
-
-// The mix of two colours: `from` at share 0, `to` at share 1.
-Colour mix(Colour from, Colour to, double share);
-
-// A colour for a share from 0 (light) to 1 (hot).
-Colour heat(double share);
 
 // Where a label stands, seen from its point.
 enum class Anchor { Centre, Above, Below, Left, Right };
 
 class Canvas {
  public:
+  static constexpr int kLongestSide = 4000;  // pixels, the strip below the map included
+
   // A blank picture for a grid. Cells become squares of a whole number of pixels, so that the
-  // picture is at least `minimumWidth` pixels wide.
+  // picture is at least `minimumWidth` pixels wide, or as large as kLongestSide permits: the rest
+  // of the width is then left beside them. Where even single pixels are too many, a pixel shows a
+  // block of cells: `cellsPerPixel` along each side, the first block at cell (0, 0).
   explicit Canvas(const Brin::OccupancyMapParams& frame, int minimumWidth = 1200);
 
-  int pixelsPerCell() const { return zoom_; }
+  int cellsPerPixel() const { return reduction_; }
+  double pixelsPerCell() const { return static_cast<double>(zoom_) / reduction_; }
 
   // Cells: every cell of a map of the same size, from black (0) over grey (0.5) to white (1);
-  // or one cell in a colour, over what is there when `opacity` is below 1.
+  // or one cell in a colour, over what is there when `opacity` is below 1. A pixel for several
+  // cells of a map shows their blockValues (cell_values.hpp); of cells filled one by one, the last.
+  // Many cells at an opacity are a CellTint's work.
   void drawMap(const Brin::OccupancyMap& map);
   // A map whose obstacles were grown, over the map before, whose obstacles stay black and whose
   // unknown cells grey: `kNear` below the threshold of what is free, from there fading to white.
@@ -96,15 +73,38 @@ class Canvas {
   const cv::Mat& picture() const { return picture_; }  // 8-bit blue, green, red
 
  private:
+  friend class CellTint;
+
+  template <typename ColourOf>
+  void paintBlocks(cv::Size blocks, ColourOf colourOf);
+  cv::Rect pixelsOf(int x, int y) const;  // of a cell's block, clipped to the map's part
   cv::Point2d toPixel(const Brin::Point2D& point) const;
   double scaled(double pixels) const;
   double textSize() const;  // height of a capital, pixels
   cv::Mat footer();         // the strip, made when it is not there
 
   Brin::OccupancyMapParams frame_;
-  int zoom_;
+  int reduction_;  // cells along the side of a block
+  cv::Size blocks_;
+  int zoom_;       // pixels along the side of a block; 1 when that has several cells
   int mapHeight_;  // pixels; below is the strip
   cv::Mat picture_;
+};
+
+// Many cells in colours over what is there. Of the cells that share a pixel only the first tints
+// it, so that a tint is as strong in a picture of any size.
+//
+//   CellTint tint(canvas, 0.45);
+//   for (const Brin::Pose2Di& cell : cells) tint.fill(cell.x, cell.y, palette::kEarly);
+class CellTint {
+ public:
+  CellTint(Canvas& canvas, double opacity);
+  void fill(int x, int y, Colour colour);
+
+ private:
+  Canvas& canvas_;
+  double opacity_;
+  cv::Mat done_;  // pixels; empty when none shows several cells
 };
 
 }  // namespace korrin_tool

@@ -1,7 +1,10 @@
 #include "tools/pictures/plan_picture.hpp"
 
+#include <opencv2/core/core_c.h>
+
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 
 namespace korrin_tool {
@@ -28,10 +31,16 @@ struct Window {
 Window interestingPart(const Brin::OccupancyMap& map, const Plan& plan) {
   constexpr int kMargin = 10;
   Window window;
-  for (int y = 0; y < map.params.height; ++y) {
-    for (int x = 0; x < map.params.width; ++x) {
-      if (map.getCell(x, y) != 0.5f) window.include(x, y);
-    }
+  const cv::Mat_<float> cells = cv::cvarrToMat(map.image);
+  const auto isKnown = [](float value) { return value != 0.5f; };
+  for (int y = 0; y < cells.rows; ++y) {
+    const float* const end = cells[y] + cells.cols;
+    const float* const first = std::find_if(cells[y], end, isKnown);
+    if (first == end) continue;
+    const auto last =
+        std::find_if(std::reverse_iterator(end), std::reverse_iterator(first), isKnown);
+    window.include(static_cast<int>(first - cells[y]), y);
+    window.include(static_cast<int>(last.base() - cells[y]) - 1, y);
   }
   for (const Brin::Pose2D& pose : plan.path) {
     const Brin::Pose2Di cell = map.getPixelFromPose(pose);
@@ -47,16 +56,14 @@ Brin::OccupancyMap cropped(const Brin::OccupancyMap& map, const Window& window) 
                                   map.params.resolution);
   params.origin = map.getPoseFromPixel({window.left, window.bottom, 0.0f});
   Brin::OccupancyMap part(params, false);
-  for (int y = 0; y < params.height; ++y) {
-    for (int x = 0; x < params.width; ++x) {
-      part.setCell(x, y, map.getCell(window.left + x, window.bottom + y));
-    }
-  }
+  const cv::Rect cells(window.left, window.bottom, params.width, params.height);
+  cv::cvarrToMat(map.image)(cells).copyTo(cv::cvarrToMat(part.image));
   return part;
 }
 
 // Cells in the order in which the search took them, from early to late.
 void tintExplored(Canvas& canvas, const Brin::OccupancyMap& map, const Plan& plan) {
+  CellTint tint(canvas, kTint);
   const double count = static_cast<double>(plan.explored.size());
   // A coarse cell lies around the cell of the map that holds its centre.
   const auto side = static_cast<int>(std::lround(plan.searched.resolution / map.params.resolution));
@@ -66,7 +73,7 @@ void tintExplored(Canvas& canvas, const Brin::OccupancyMap& map, const Plan& pla
         map.getPixelFromPose(plan.searched.getPoseFromPixel(plan.explored[i]));
     for (int y = -(side / 2); y < side - side / 2; ++y) {
       for (int x = -(side / 2); x < side - side / 2; ++x) {
-        canvas.fillCell(middle.x + x, middle.y + y, colour, kTint);
+        tint.fill(middle.x + x, middle.y + y, colour);
       }
     }
   }

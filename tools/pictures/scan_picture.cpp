@@ -76,9 +76,10 @@ void tintSeen(Canvas& canvas, const OccupancyMapParams& frame,
   }
   cv::Mat seen(frame.height, frame.width, CV_8UC1, cv::Scalar(0));
   cv::fillPoly(seen, std::vector<std::vector<cv::Point>>{outline}, cv::Scalar(1));
+  CellTint tint(canvas, opacity);
   for (int y = 0; y < frame.height; ++y) {
     for (int x = 0; x < frame.width; ++x) {
-      if (seen.at<unsigned char>(y, x) != 0) canvas.fillCell(x, y, colour, opacity);
+      if (seen.at<unsigned char>(y, x) != 0) tint.fill(x, y, colour);
     }
   }
 }

@@ -103,8 +103,10 @@ TEST_F(MapCommands, DilateFaultsAreStatus2AndNamed) {
   EXPECT_TRUE(failedWith(run("dilate", {"--kind", "big"}), 2,
                          "--kind: must be one of linear, inverse, smooth, found big" + kHint));
   EXPECT_TRUE(failedWith(run("dilate", {"--radius", "0.5"}), 2,
-                         "--fade: must be at least the radius (0.50 m) with --kind linear, found "
-                         "0.40 m"));
+                         "--fade: must be at least the radius (0.5 m) with --kind linear, found "
+                         "0.4 m"));
+  EXPECT_EQ(run("dilate", {"--radius", "0.4"}).status, 0);
+  EXPECT_EQ(run("dilate", {"--radius", "0.5", "--kind", "inverse"}).status, 0);
   EXPECT_TRUE(failedWith(runTool({"dilate", map_}), 2, "--out is required" + kHint));
   EXPECT_TRUE(failedWith(runTool({"dilate", "no.yaml", "-o", out_}), 2, "no.yaml: cannot be read"));
 }

@@ -297,9 +297,67 @@ TEST_F(PlanCommand, BadOptionsAreStatus2AndNamed) {
     EXPECT_TRUE(failedWith(plan("11,20", "12,22", {option, value}), 2, option + ": " + fault));
   }
   EXPECT_EQ(plan("11,20", "12,22", {"--coarse", "1.5"}).status, 2);
+}
+
+TEST_F(PlanCommand, LinearGrowthThatEndsWithinItsRadiusIsRefused) {
+  writeMap(kWallWithGap);
   EXPECT_TRUE(failedWith(plan("11,20", "12,22", {"--dilate", "linear", "--radius", "0.5"}), 2,
-                         "--fade: must be at least the radius (0.50 m) with --dilate linear, "
-                         "found 0.40 m"));
+                         "--fade: must be at least the radius (0.5 m) with --dilate linear, "
+                         "found 0.4 m"));
+  EXPECT_TRUE(failedWith(plan("11,20", "12,22", {"--radius", "0.401"}), 2,
+                         "--fade: must be at least the radius (0.401 m) with linear growth, "
+                         "found 0.4 m"));
+  EXPECT_TRUE(failedWith(plan("11,20", "12,22", {"--fade", "0.199"}), 2,
+                         "--fade: must be at least the radius (0.2 m) with linear growth, "
+                         "found 0.199 m"));
+  EXPECT_EQ(plan("11,20", "12,22", {"--radius", "0.4"}).status, 0);
+  for (const std::string kind : {"none", "inverse", "smooth"}) {
+    EXPECT_EQ(plan("11,20", "12,22", {"--dilate", kind, "--radius", "0.5"}).status, 0);
+  }
+}
+
+TEST_F(PlanCommand, ARadiusOrAFadeAloneMeansLinearGrowthAndIsTold) {
+  writeMap({"......",  //
+            ".####.",  //
+            "......",  //
+            "......"});
+  const std::vector<std::string> sizes = {"--radius", "1.1", "--fade", "3"};
+  const json alone = planJson("10,23", "15,23", sizes);
+  const json named =
+      planJson("10,23", "15,23", {"--dilate", "linear", "--radius", "1.1", "--fade", "3"});
+  EXPECT_EQ(alone["growth"], json({{"kind", "linear"}, {"radius", 1.1}, {"fade", 3.0}}));
+  EXPECT_EQ(alone["growth"], named["growth"]);
+  EXPECT_EQ(alone["path"], named["path"]);
+  EXPECT_EQ(plan("12,22", "15,23", sizes).status, 1) << "its cell is within the radius";
+  EXPECT_NE(
+      plan("10,23", "15,23", sizes)
+          .output.find(
+              "growth      linear, radius 1.1 m, fade 3 m; without --dilate, --radius or --fade "
+              "means linear\n"),
+      std::string::npos);
+  EXPECT_EQ(planJson("10,23", "15,23", {"--fade", "0.7"})["growth"],
+            json({{"kind", "linear"}, {"radius", 0.2}, {"fade", 0.7}}));
+}
+
+TEST_F(PlanCommand, GrowthIsTheKindThatIsNamed) {
+  writeMap(kWallWithGap);
+  const ToolRun run = plan("11,20", "12,22", {"--dilate", "inverse", "--radius", "0.3"});
+  EXPECT_NE(run.output.find("growth      inverse, radius 0.3 m, fade 0.4 m\n"), std::string::npos)
+      << run.output;
+  EXPECT_EQ(planJson("11,20", "12,22", {"--radius", "0.3", "--dilate", "none"})["growth"], nullptr);
+  EXPECT_EQ(planJson("11,20", "12,22")["growth"], nullptr);
+  EXPECT_EQ(plan("11,20", "12,22").output.find("growth"), std::string::npos);
+}
+
+TEST_F(PlanCommand, PictureOfALargeMapIsReducedAndThatIsTold) {
+  writeMap(std::vector<std::string>(3, std::string(4100, '.')));
+  const ToolRun run = plan("11,20", "4000,22", {"--png", directory_ / "plan.png"});
+  EXPECT_NE(run.output.find("picture     drawn at 1/2 of the map's cells\n"), std::string::npos)
+      << run.output << run.errors;
+  EXPECT_EQ(cv::imread(directory_ / "plan.png").cols, 2050);
+  const json plan = planJson("11,20", "4000,22", {"--png", directory_ / "plan.png"});
+  EXPECT_EQ(plan["picture"], json({{"file", directory_ / "plan.png"}, {"pixelsPerCell", 0.5}}));
+  EXPECT_FALSE(planJson("11,20", "4000,22").contains("picture"));
 }
 
 TEST_F(PlanCommand, EndsThatAreNoPointsAreStatus2AndNamed) {

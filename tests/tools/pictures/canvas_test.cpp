@@ -7,9 +7,9 @@
 #include <opencv2/imgcodecs.hpp>
 #include <opencv2/imgproc.hpp>
 
+#include "korrin/io/file_error.hpp"
 #include "tests/support/map_drawing.hpp"
 #include "tests/tools/tool_run.hpp"
-#include "tools/usage_error.hpp"
 
 namespace korrin_test {
 namespace {
@@ -179,7 +179,7 @@ TEST(CanvasTest, PngHoldsThePictureAndSaveWritesIt) {
   const cv::Mat read = cv::imdecode(png, cv::IMREAD_COLOR);
   ASSERT_EQ(read.size(), canvas.picture().size());
   EXPECT_EQ(cv::norm(read, canvas.picture(), cv::NORM_INF), 0.0);
-  EXPECT_THROW(canvas.save(directory / "no/canvas.png"), korrin_tool::UsageError);
+  EXPECT_THROW(canvas.save(directory / "no/canvas.png"), Brin::io::FileError);
 }
 
 TEST(CanvasTest, MixGoesFromOneColourToTheOther) {
