@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <limits>
 
 #include "tests/tools/tool_run.hpp"
@@ -45,6 +46,20 @@ TEST(CommandOutput, NamesOfAnyBytesMakeValidJson) {
   output.json["map"] = "\xff.yaml";
   output.jsonFile = "-";
   EXPECT_TRUE(nlohmann::json::accept(delivered(output)));
+}
+
+TEST(CommandOutput, SavesAPictureAndTellsWhenCellsShareItsPixels) {
+  const TemporaryDirectory directory;
+  CommandOutput output;
+  output.png = directory / "a.png";
+  output.savePicture(korrin_tool::Canvas({600, 10, 0.1f}));
+  EXPECT_TRUE(std::filesystem::exists(output.png));
+  EXPECT_EQ(output.json["picture"].dump(),
+            "{\"file\":\"" + output.png + "\",\"pixelsPerCell\":2.0}");
+  EXPECT_EQ(delivered(output), "") << "nothing that a reader ought to know";
+  output.savePicture(korrin_tool::Canvas({16000, 10, 0.1f}));
+  EXPECT_EQ(output.json["picture"]["pixelsPerCell"], 0.25);
+  EXPECT_EQ(delivered(output), "picture     drawn at 1/4 of the map's cells\n");
 }
 
 TEST(NumberJson, IsAsShortAsTheFloatNeeds) {
