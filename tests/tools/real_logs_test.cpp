@@ -21,7 +21,9 @@ namespace {
 using Brin::Pose2D;
 using Brin::io::LoggedScan;
 using korrin_tool::agree;
+using korrin_tool::buildGrid;
 using korrin_tool::formatNumber;
+using korrin_tool::judgeGrid;
 using korrin_tool::ScanMatch;
 using korrin_tool::ScanPair;
 using korrin_tool::ScoredPose;

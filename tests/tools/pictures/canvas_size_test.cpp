@@ -109,6 +109,16 @@ TEST(CanvasSize, ShapesLieOnTheirCells) {
   EXPECT_FALSE(hasColour(canvas, 2036, 0, kBlue));
 }
 
+TEST(CanvasSize, ShapesLieOnTheirRowsWhereTheTopBlocksAreNotFull) {
+  Canvas canvas({8100, 121, 0.1f});  // 3 cells a pixel, one row of cells in the upper pixels
+  canvas.circle({300.1f, 6.1f}, 6.0, kBlue, -1);
+  cv::Mat red;
+  cv::extractChannel(canvas.picture(), red, 2);
+  const cv::Moments moments = cv::moments(255 - red);
+  EXPECT_NEAR(moments.m10 / moments.m00, 1000.0, 0.1);
+  EXPECT_NEAR(moments.m01 / moments.m00, 20.0, 0.1);
+}
+
 TEST(CanvasSize, DartsAndBarsAreNoSmallerThanInOtherPictures) {
   Canvas canvas({8000, 3000, 0.1f});  // 2 cells a pixel
   canvas.heading({400.0f, 150.0f, 0.0f}, 60.0, kRed);
