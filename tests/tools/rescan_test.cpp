@@ -28,7 +28,8 @@ Brin::io::LoggedScan scannerAt(const Brin::Pose2D& pose, std::size_t line) {
 }
 
 TEST(Rescanned, MeasuresFromThePoseItselfToTheWall) {
-  const auto result = rescanned(scannerAt({1.03f, 2.0f, 0.0f}, 1), wallAtThreeMetres(), 0.0f);
+  const auto result =
+      korrin_tool::rescanned(scannerAt({1.03f, 2.0f, 0.0f}, 1), wallAtThreeMetres(), 0.0f);
   const auto& readings = result.scan.readings;
   ASSERT_EQ(readings.size(), 3u);
   EXPECT_NEAR(readings[0].range, 2.0f, 0.02f);
@@ -45,7 +46,8 @@ TEST(Rescanned, MeasuresFromThePoseItselfToTheWall) {
 
 TEST(Rescanned, FollowsTheHeading) {
   const auto turned = scannerAt({1.0f, 2.0f, 1.5707963f}, 1);
-  EXPECT_NEAR(rescanned(turned, wallAtThreeMetres(), 0.0f).scan.readings[0].range, 2.0f, 0.0101f);
+  EXPECT_NEAR(korrin_tool::rescanned(turned, wallAtThreeMetres(), 0.0f).scan.readings[0].range,
+              2.0f, 0.0101f);
 }
 
 TEST(Rescanned, AddsNoiseOfTheDeviationRoundedToACentimetre) {
@@ -54,8 +56,8 @@ TEST(Rescanned, AddsNoiseOfTheDeviationRoundedToACentimetre) {
   constexpr int kLines = 2000;
   for (int line = 1; line <= kLines; ++line) {
     const auto logged = scannerAt({1.0f, 2.0f, 0.0f}, static_cast<std::size_t>(line));
-    const float range = rescanned(logged, map, 0.05f).scan.readings[1].range;
-    EXPECT_EQ(range, rescanned(logged, map, 0.05f).scan.readings[1].range);
+    const float range = korrin_tool::rescanned(logged, map, 0.05f).scan.readings[1].range;
+    EXPECT_EQ(range, korrin_tool::rescanned(logged, map, 0.05f).scan.readings[1].range);
     EXPECT_NEAR(range * 100.0f, std::round(range * 100.0f), 1e-3f);
     squares += (double{range} - 2.0) * (double{range} - 2.0);
   }
@@ -63,7 +65,8 @@ TEST(Rescanned, AddsNoiseOfTheDeviationRoundedToACentimetre) {
 }
 
 TEST(Rescanned, OutsideTheMapMeasuresNothing) {
-  const auto result = rescanned(scannerAt({-9.0f, 2.0f, 0.0f}, 1), wallAtThreeMetres(), 0.0f);
+  const auto result =
+      korrin_tool::rescanned(scannerAt({-9.0f, 2.0f, 0.0f}, 1), wallAtThreeMetres(), 0.0f);
   for (const auto& reading : result.scan.readings) {
     EXPECT_EQ(reading.range, 0.0f);
     EXPECT_EQ(reading.status, 1);
