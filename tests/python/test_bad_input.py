@@ -4,8 +4,11 @@ Each function is called many times with arguments of the types that its signatur
 the values that break code. A last part passes what is of the wrong type altogether.
 """
 
+import dataclasses
 import inspect
+import os
 import random
+import tempfile
 
 import numpy as np
 import pytest
@@ -13,13 +16,14 @@ from stubs import signatures, split_arguments
 
 import korrin
 
-REFUSALS = (ValueError, TypeError, IndexError, MemoryError)
+REFUSALS = (ValueError, TypeError, IndexError, MemoryError, OSError)
 NAN, INF = float("nan"), float("inf")
 FLOATS = [0, -0.0, 0.5, 1, -1, 3, 0.05, 1e-30, -1e30, 3e38, INF, -INF, NAN]
 INTS = [-(2**31), -1, 0, 1, 2, 5, 9, 2**31 - 1]
 SMALL_INTS = [-(2**31), -1, 0, 1, 2, 5, 9]  # for numbers of things to be made
 COUNTS = {"count", "subdivisions", "width", "height", "depth", "channels"}
 TRIES = 40
+FILES = tempfile.TemporaryDirectory()
 FEW_TRIES = {"ScanDistMap.build", "build_laser_distance", "draw_laser"}  # pictures of 8192 x 8192
 
 
@@ -88,6 +92,14 @@ def condition(draw):
     )
 
 
+def file(draw):
+    """A file in a directory of its own: a map, a path, or none."""
+    directory = tempfile.mkdtemp(dir=FILES.name)
+    korrin.save_map(korrin.OccupancyMap(2, 3, 0.1), os.path.join(directory, "map.yaml"))
+    korrin.write_path([(1, 2, 3)], os.path.join(directory, "way.csv"))
+    return os.path.join(directory, draw.choice(["map.yaml", "way.csv", "none", "no/such"]))
+
+
 def enumeration(draw, kind):
     type_ = korrin
     for part in kind.split("."):
@@ -99,7 +111,8 @@ MAKERS = {
     "float": lambda draw: draw.choice(FLOATS),
     "Optional[float]": lambda draw: draw.choice([None, *FLOATS]),
     "bool": lambda draw: draw.random() < 0.5,
-    "str": lambda draw: draw.choice(["", "text"]),
+    "str": lambda draw: draw.choice(["", "text", "raw"]),
+    "os.PathLike": file,
     "Pose2D": pose,
     "Pose2Di": cell,
     "Point2D": point,
@@ -182,8 +195,10 @@ def callables():
     for name in korrin.__all__:
         thing = getattr(korrin, name)
         if inspect.isclass(thing):
-            # Records are only ever received, and enumerations are arguments.
-            if name == "LogRecord" or hasattr(thing, "__members__"):
+            # Records are only ever received, enumerations are arguments, and data classes are
+            # Python's own.
+            received = name == "LogRecord" or dataclasses.is_dataclass(thing)
+            if received or hasattr(thing, "__members__"):
                 continue
             yield name, thing, "__init__"
             for member, value in vars(thing).items():
@@ -229,6 +244,8 @@ def test_values_of_the_wrong_types(name):
             values = [value_for(draw, *parameter) for parameter in parameters]
             for wrong in (object(), "text" if kind != "str" else 7, {"a": 1}, 1j):
                 if kind == "dict" and isinstance(wrong, dict):
+                    continue
+                if kind == "os.PathLike" and wrong == "text":
                     continue
                 values[i] = wrong
                 with pytest.raises((TypeError, ValueError)):

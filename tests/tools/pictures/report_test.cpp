@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "korrin/io/file_error.hpp"
 #include "tests/tools/tool_run.hpp"
-#include "tools/usage_error.hpp"
 
 namespace korrin_test {
 namespace {
@@ -63,7 +63,7 @@ TEST(ReportTest, SavesWhatItShowsOrNamesTheFile) {
   try {
     report.save(directory / "no/report.html");
     FAIL();
-  } catch (const korrin_tool::UsageError& error) {
+  } catch (const Brin::io::FileError& error) {
     EXPECT_EQ(error.what(), directory / "no/report.html: cannot be written");
   }
 }
