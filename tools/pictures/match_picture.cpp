@@ -7,6 +7,7 @@
 #include <opencv2/imgproc.hpp>
 
 #include "io/write_file.hpp"
+#include "tools/format.hpp"
 #include "tools/pictures/canvas.hpp"
 #include "tools/pictures/scan_picture.hpp"
 
@@ -84,6 +85,9 @@ Canvas drawScores(const MatchToDraw& match) {
   const float reach = static_cast<float>(shifts) * match.window.step;
   canvas.line({-reach, 0.0f}, {reach, 0.0f}, palette::kFaint, 1);
   canvas.line({0.0f, -reach}, {0.0f, reach}, palette::kFaint, 1);
+  const std::string end = " = " + formatShort(double{reach}) + " m";
+  canvas.label({reach, 0.0f}, "x" + end, Anchor::Left);
+  canvas.label({0.0f, reach}, "y" + end, Anchor::Below);
   canvas.circle(match.logged, 13, palette::kPaper, 6);
   canvas.circle(match.logged, 13, palette::kGoal, 3);
   canvas.disc(match.result.best.pose, 8, palette::kPath);
@@ -95,7 +99,7 @@ Canvas drawScores(const MatchToDraw& match) {
   return canvas;
 }
 
-// The right one is scaled to the height of the left one.
+// The right one is scaled to the height of the left one, and both to what a picture may be.
 cv::Mat sideBySide(const cv::Mat& left, const cv::Mat& right) {
   constexpr int kGap = 12;
   const double scale = static_cast<double>(left.rows) / right.rows;
@@ -105,7 +109,13 @@ cv::Mat sideBySide(const cv::Mat& left, const cv::Mat& right) {
   cv::Mat both(left.rows, left.cols + kGap + scaled.cols, left.type(), cv::Scalar::all(255));
   left.copyTo(both(cv::Rect(0, 0, left.cols, left.rows)));
   scaled.copyTo(both(cv::Rect(left.cols + kGap, 0, scaled.cols, scaled.rows)));
-  return both;
+  const double most = Canvas::kLongestSide;
+  if (both.cols <= most) return both;
+  cv::Mat limited;
+  const double share = most / both.cols;
+  cv::resize(both, limited, cv::Size(Canvas::kLongestSide, static_cast<int>(share * both.rows)),
+             0.0, 0.0, cv::INTER_AREA);
+  return limited;
 }
 
 }  // namespace
