@@ -1,6 +1,7 @@
 // Reads bytes as a laser log: as text, from a file, from a packed file, and as packed data.
 #include <zlib.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "fuzz/fuzz_target.hpp"

@@ -1,5 +1,7 @@
 // Reads bytes as a map file: the YAML text, a byte 0, and the picture. Whatever is read can be
 // written, and comes back.
+#include <algorithm>
+
 #include "fuzz/fuzz_target.hpp"
 #include "korrin/io/map_file.hpp"
 #include "tests/support/files.hpp"

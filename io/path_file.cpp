@@ -1,5 +1,6 @@
 #include "korrin/io/path_file.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cmath>

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <fstream>
 #include <functional>
+#include <stdexcept>
 #include <vector>
 
 #include "core/image_ptr.hpp"
@@ -27,7 +28,7 @@ constexpr std::int64_t kMebibyte = 1 << 20;
 // Bytes of addresses in use.
 std::int64_t addressSpace() {
   std::int64_t pages = 0;
-  std::ifstream("/proc/self/statm") >> pages;
+  if (!(std::ifstream("/proc/self/statm") >> pages)) throw std::runtime_error("no /proc");
   return pages * sysconf(_SC_PAGESIZE);
 }
 

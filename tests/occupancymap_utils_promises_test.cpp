@@ -2,6 +2,7 @@
 // what order, with which values, and from how many conditions.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <stdexcept>
 #include <utility>

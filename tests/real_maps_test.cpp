@@ -3,6 +3,7 @@
 // every leg between waypoints is clear.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <filesystem>

@@ -1,5 +1,6 @@
 #include "support/laser_world.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <iomanip>
 #include <sstream>

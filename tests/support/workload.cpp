@@ -2,6 +2,7 @@
 
 #include <opencv2/core/core_c.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "core/image_ptr.hpp"

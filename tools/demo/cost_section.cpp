@@ -1,4 +1,6 @@
 // The path judged: how near does it come to what, and where?
+#include <algorithm>
+
 #include "korrin/pathcoststats.hpp"
 #include "tools/demo/demo.hpp"
 #include "tools/stopwatch.hpp"

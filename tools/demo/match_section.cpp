@@ -1,6 +1,7 @@
 // A scan matched against another one: where was it taken?
 #include <opencv2/core/core_c.h>
 
+#include <algorithm>
 #include <cmath>
 
 #include "korrin/scan_matching.hpp"
