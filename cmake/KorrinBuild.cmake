@@ -33,8 +33,8 @@ function(korrin_add_library target name)
   add_library(${target} SHARED ${sources})
   add_library(korrin::${name} ALIAS ${target})
   korrin_configure_target(${target})
-  # What __FILE__ says in an error does not depend on where the library was built; Ninja names
-  # sources from its own directory.
+  # What __FILE__ says in an error does not depend on where the library was built; compiler caches
+  # may name sources from the build directory.
   target_compile_options(${target} PRIVATE "-fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=")
   file(RELATIVE_PATH from_build "${CMAKE_BINARY_DIR}" "${PROJECT_SOURCE_DIR}")
   string(REGEX REPLACE "/$" "" from_build "${from_build}")
