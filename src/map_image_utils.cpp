@@ -345,6 +345,9 @@ void rotateIplImage90_2(const IplImage* src, IplImage* dst) {
     return rotateIplImage90_2(copy.get(), dst);
   }
   if (holdsPlainCells(*src) && holdsPlainCells(*dst)) return turnCells(*src, *dst);
+  // A region of interest that is too small, or a selected channel, is OpenCV's error here already,
+  // before anything is written.
+  if (side > 0) cvGet2D(src, side - 1, side - 1), cvGet2D(dst, side - 1, side - 1);
   for (int j = 0; j < side; ++j) {
     for (int i = 0; i < side; ++i) cvSet2D(dst, side - 1 - j, i, cvGet2D(src, i, j));
   }

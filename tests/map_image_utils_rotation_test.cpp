@@ -120,6 +120,23 @@ TEST(RotateIplImage90_2, imagesThatAreNotSquareAreRefusedBeforeAnythingIsWritten
   EXPECT_EQ(rowsOf<float>(*tall), (Rows<float>{{1, 2}, {3, 4}, {5, 6}}));
 }
 
+TEST(RotateIplImage90_2, aRegionThatIsTooSmallIsRefusedBeforeAnythingIsWritten) {
+  const Rows<float> cells = {{1, 2, 3}, {4, 5, 6}, {7, 8, 9}};
+  const Rows<float> sevens = {{7, 7, 7}, {7, 7, 7}, {7, 7, 7}};
+  for (const CvRect& region : {cvRect(0, 0, 3, 2), cvRect(0, 0, 2, 3), cvRect(1, 1, 2, 2)}) {
+    const ImagePtr source = floatImage(cells);
+    const ImagePtr out = floatImage(sevens);
+    cvSetImageROI(source.get(), region);
+    EXPECT_THROW(Brin::rotateIplImage90_2(source.get(), out.get()), cv::Exception);
+    EXPECT_EQ(rowsOf<float>(*out), sevens);
+    cvResetImageROI(source.get());
+    cvSetImageROI(out.get(), region);
+    EXPECT_THROW(Brin::rotateIplImage90_2(source.get(), out.get()), cv::Exception);
+    cvResetImageROI(out.get());
+    EXPECT_EQ(rowsOf<float>(*out), sevens);
+  }
+}
+
 TEST(RotateIplImage90_2, nullImagesAreRefused) {
   const ImagePtr image = floatImage({{1}});
   EXPECT_THROW(Brin::rotateIplImage90_2(nullptr, image.get()), cv::Exception);

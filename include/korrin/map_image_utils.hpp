@@ -127,8 +127,9 @@ KORRIN_EXPORT void rotateIplImage90(const IplImage* src, IplImage* dst);
 
 // Turns a square image of side n by a quarter turn, cell by cell: the source's (row i, column j)
 // goes to (row n - 1 - j, column i). A source that is not square and a `dst` smaller than n x n
-// raise OpenCV's error. What `dst` holds beyond n x n stays; between kinds, values convert as
-// cvSet2D converts them. `dst` may be `src`. Linear in the cells.
+// raise OpenCV's error, and so does a region of interest smaller than that, before anything is
+// written. What `dst` holds beyond n x n stays; between kinds, values convert as cvSet2D converts
+// them. `dst` may be `src`. Linear in the cells.
 KORRIN_EXPORT void rotateIplImage90_2(const IplImage* src, IplImage* dst);
 
 }  // namespace Brin

@@ -14,6 +14,27 @@ using Brin::Point2D;
 using Brin::Pose2D;
 
 constexpr float kMostCells = 1500.0f;
+constexpr float kMostFilled = 1 << 14;  // cells: what is drawn has fewer pixels than 2^15 a side
+
+// The outline of what is seen, in cells. A beam longer than OpenCV can fill is cut short, in its
+// own direction.
+std::vector<cv::Point> outlineOf(const OccupancyMapParams& frame,
+                                 const std::vector<Brin::RangeReading>& readings,
+                                 const Pose2D& sensor) {
+  const auto cellOf = [&](const Pose2D& pose) {
+    const Brin::Pose2Di cell = frame.getPixelFromPose(pose);
+    return cv::Point(cell.x, cell.y);
+  };
+  const float longest = kMostFilled * frame.resolution;
+  std::vector<cv::Point> outline = {cellOf(sensor)};
+  for (Brin::RangeReading reading : readings) {
+    if (!std::isfinite(reading.angle) || std::isnan(reading.range)) continue;
+    reading.range = std::clamp(reading.range, -longest, longest);
+    const Point2D end = reading.toPoint2D();
+    outline.push_back(cellOf(sensor.absProject({end.x, end.y, 0.0f})));
+  }
+  return outline;
+}
 
 }  // namespace
 
@@ -63,23 +84,17 @@ void tintHitsOf(Canvas& canvas, const OccupancyMapParams& frame,
 void tintSeen(Canvas& canvas, const OccupancyMapParams& frame,
               const std::vector<Brin::RangeReading>& readings, const Pose2D& sensor, Colour colour,
               double opacity) {
-  // The outline of what is seen, in cells; OpenCV fills it, each cell once.
-  const auto cellOf = [&](const Pose2D& pose) {
-    const Brin::Pose2Di cell = frame.getPixelFromPose(pose);
-    constexpr int kFar = 1 << 14;  // beyond any picture; keeps the filling in its number range
-    return cv::Point(std::clamp(cell.x, -kFar, kFar), std::clamp(cell.y, -kFar, kFar));
-  };
-  std::vector<cv::Point> outline = {cellOf(sensor)};
-  for (const Brin::RangeReading& reading : readings) {
-    const Point2D end = reading.toPoint2D();
-    outline.push_back(cellOf(sensor.absProject({end.x, end.y, 0.0f})));
-  }
-  cv::Mat seen(frame.height, frame.width, CV_8UC1, cv::Scalar(0));
-  cv::fillPoly(seen, std::vector<std::vector<cv::Point>>{outline}, cv::Scalar(1));
+  const std::vector<cv::Point> outline = outlineOf(frame, readings, sensor);
+  const cv::Rect seenPart = cv::boundingRect(outline) & cv::Rect(0, 0, frame.width, frame.height);
+  if (seenPart.empty()) return;
+  // OpenCV fills the outline, each cell once.
+  cv::Mat seen(seenPart.size(), CV_8UC1, cv::Scalar(0));
+  cv::fillPoly(seen, std::vector<std::vector<cv::Point>>{outline}, cv::Scalar(1), cv::LINE_8, 0,
+               -seenPart.tl());
   CellTint tint(canvas, opacity);
-  for (int y = 0; y < frame.height; ++y) {
-    for (int x = 0; x < frame.width; ++x) {
-      if (seen.at<unsigned char>(y, x) != 0) tint.fill(x, y, colour);
+  for (int y = 0; y < seenPart.height; ++y) {
+    for (int x = 0; x < seenPart.width; ++x) {
+      if (seen.at<unsigned char>(y, x) != 0) tint.fill(seenPart.x + x, seenPart.y + y, colour);
     }
   }
 }
