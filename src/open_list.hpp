@@ -35,9 +35,21 @@ class OpenList {
  public:
   OpenList() {
     top_.reserve(8);
-    addTop(0, newBranch());
-    branches_[0].insert(0, newLeaf(0), kHighest);
-    noteFrontLeaf();
+    begin();
+  }
+
+  // As new, but for the memory that it keeps.
+  void clear() {
+    size_ = 0;
+    leaves_.clear();
+    branches_.clear();
+    freeLeaves_.clear();
+    freeBranches_.clear();
+    order_.clear();
+    top_.clear();
+    guess_ = 0;
+    behindGuess_ = kHighest;
+    begin();
   }
 
   bool empty() const { return size_ == 0; }
@@ -214,6 +226,12 @@ class OpenList {
       }
     }
   };
+
+  void begin() {
+    addTop(0, newBranch());
+    branches_[0].insert(0, newLeaf(0), kHighest);
+    noteFrontLeaf();
+  }
 
   Row& branchAt(std::size_t at) { return branches_[slot(order_[at])]; }
 

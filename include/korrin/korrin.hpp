@@ -18,6 +18,7 @@
 #include "korrin/occmap_path_finder.hpp"
 #include "korrin/occupancy_mapper.hpp"
 #include "korrin/occupancymap_utils.hpp"
+#include "korrin/path_planner.hpp"
 #include "korrin/path_upsample.hpp"
 #include "korrin/pathcoststats.hpp"
 #include "korrin/prepared_map.hpp"

@@ -1,0 +1,230 @@
+// Squared distances to the nearest obstacle, exact, as far as they matter.
+//
+//   NearObstacles<std::int16_t> near(map, threshold, reach, area);
+//   near.toBand(top, bottom);
+//   for (y = top; y < bottom; ++y) near.squaresOfRow(y, squares);
+//
+// Euclidean distances between cell centres, as whole numbers of squared cells. A band of rows
+// first gets, for each cell, the distance to the nearest obstacle in its column, by a way down and
+// a way up; then each row takes the least of those squares over the columns around a cell, each
+// plus the square of how far that column is away (Saito and Toriwaki 1994). Several cells are
+// worked out at once; a group looks at columns ever farther away only until none could bring any of
+// it nearer, and where no obstacle is in reach not at all. Numbers of 16 bits serve most radii;
+// twice as many of them are worked out at once.
+#pragma once
+
+#include <opencv2/core/core_c.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+#include "core/image_ptr.hpp"
+#include "core/lanes.hpp"
+#include "src/cell_area.hpp"
+
+namespace Brin {
+
+template <typename Number>
+class NearObstacles {
+ public:
+  // How far can be looked, in cells: the sum of the square of one more than that and of kFar must
+  // be a Number.
+  static constexpr std::int32_t kMostReach = sizeof(Number) == 2 ? 126 : 30000;
+  // Beyond the reach.
+  static constexpr Number kFar = static_cast<Number>(Number{1} << (8 * sizeof(Number) - 2));
+
+  // For the cells of `area`, with the obstacles of the whole map: cells that are not at least at
+  // the threshold. All memory is asked for here. Borrows the map's image.
+  NearObstacles(const IplImage& map, float threshold, std::int32_t reach, CellArea area)
+      : map_(map),
+        threshold_(threshold),
+        reach_(reach),
+        area_(area),
+        looked_(area.grownBy(reach, map.width, map.height)),
+        bandRows_(std::max<std::int32_t>(64, 2 * reach)),
+        stride_(wholeGroups(looked_.width()) + 2 * pad()),
+        run_(static_cast<std::size_t>(looked_.width())),
+        band_(stride_ * static_cast<std::size_t>(std::min(bandRows_, area.height()))),
+        nearBefore_(stride_ / kGroup + 1) {}
+
+  // Into bands of how many rows the area is to be cut, at most.
+  std::int32_t bandRows() const { return bandRows_; }
+
+  // Prepares the rows [top, bottom) of the area.
+  void toBand(std::int32_t top, std::int32_t bottom) {
+    top_ = top;
+    goDown(top, bottom);
+    goUp(top, bottom);
+  }
+
+  // For each column of the area, in row `y` of the band, the squared distance to the nearest
+  // obstacle; kFar or more where none is in reach. There must be room for kGroup more than columns.
+  // False when that is so everywhere; then nothing is written.
+  bool squaresOfRow(std::int32_t y, Number* squares) {
+    Number* const row = rowOf(y);
+    if (!squareRow(row)) return false;
+    const std::int32_t first = area_.left - looked_.left;
+    for (std::int32_t x = 0; x < area_.width(); x += kGroup) {
+      store(squares + x, isNearIn(first + x) ? leastAround(row + pad() + first + x) : allOf(kFar));
+    }
+    return true;
+  }
+
+  static constexpr std::int32_t kGroup = 16 / sizeof(Number);
+
+ private:
+  typedef Number Group __attribute__((vector_size(16)));
+
+  static Group allOf(Number value) { return Group{} + value; }
+  static Group least(Group a, Group b) {
+#ifdef __SSE2__
+    if constexpr (sizeof(Number) == 2) {
+      return reinterpret_cast<Group>(
+          _mm_min_epi16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
+    }
+#endif
+    return a < b ? a : b;
+  }
+  static bool anyOf(Group mask) {
+#ifdef __SSE2__
+    return _mm_movemask_epi8(reinterpret_cast<__m128i>(mask)) != 0;
+#else
+    return anyLane(reinterpret_cast<Ints>(mask) != 0);
+#endif
+  }
+
+  static std::size_t wholeGroups(std::int32_t columns) {
+    return (static_cast<std::size_t>(columns) + kGroup - 1) / kGroup * kGroup;
+  }
+
+  // Columns before and after a row of the band in which nothing is near.
+  std::size_t pad() const { return wholeGroups(reach_) + kGroup; }
+
+  Number* rowOf(std::int32_t y) {
+    return band_.data() + static_cast<std::size_t>(y - top_) * stride_;
+  }
+
+  // One row on: how far the last obstacle of each column lies behind.
+  void step(std::int32_t y) {
+    const float* const cells = imageRow<float>(map_, y) + looked_.left;
+    Number* const run = run_.data();
+    const auto far = static_cast<Number>(reach_ + 1);
+    const std::int32_t width = looked_.width();
+    std::int32_t x = 0;
+    for (; x + 8 <= width; x += 8) stepGroups(cells + x, run + x, far);
+    for (; x < width; ++x) {
+      const Number next = run[x] < far ? static_cast<Number>(run[x] + 1) : far;
+      run[x] = cells[x] >= threshold_ ? next : Number{0};
+    }
+  }
+
+  void stepGroups(const float* cells, Number* run, Number far) const {
+    const Ints first = load<Floats>(cells) >= threshold_;
+    const Ints second = load<Floats>(cells + 4) >= threshold_;
+    const auto next = [&](Number* at, Group isFree) {
+      store(at, least(load<Group>(at) + Number{1}, allOf(far)) & isFree);
+    };
+    if constexpr (sizeof(Number) == 2) {
+      next(run, narrow(first, second));
+    } else {
+      next(run, first);
+      next(run + 4, second);
+    }
+  }
+
+  static Group narrow(Ints first, Ints second) {
+#ifdef __SSE2__
+    return reinterpret_cast<Group>(
+        _mm_packs_epi32(reinterpret_cast<__m128i>(first), reinterpret_cast<__m128i>(second)));
+#else
+    Group narrowed{};
+    for (int i = 0; i < kLanes; ++i) {
+      narrowed[i] = static_cast<Number>(first[i]);
+      narrowed[i + kLanes] = static_cast<Number>(second[i]);
+    }
+    return narrowed;
+#endif
+  }
+
+  void goDown(std::int32_t top, std::int32_t bottom) {
+    std::fill(run_.begin(), run_.end(), static_cast<Number>(reach_ + 1));
+    for (std::int32_t y = std::max(0, top - reach_); y < bottom; ++y) {
+      step(y);
+      if (y >= top) std::copy(run_.begin(), run_.end(), rowOf(y) + pad());
+    }
+  }
+
+  void goUp(std::int32_t top, std::int32_t bottom) {
+    std::fill(run_.begin(), run_.end(), static_cast<Number>(reach_ + 1));
+    const std::int64_t last = std::int64_t{bottom} - 1 + reach_;
+    for (auto y = static_cast<std::int32_t>(std::min<std::int64_t>(last, map_.height - 1));
+         y >= top; --y) {
+      step(y);
+      if (y >= bottom) continue;
+      Number* const row = rowOf(y) + pad();
+      std::transform(run_.begin(), run_.end(), row, row,
+                     [](Number a, Number b) { return a < b ? a : b; });
+    }
+  }
+
+  // Turns a row of the band from distances into squares, and counts where any is in reach. False
+  // when none is.
+  bool squareRow(Number* row) {
+    std::fill_n(row, pad(), kFar);
+    std::fill(row + pad() + looked_.width(), row + stride_, kFar);
+    const Group limit = allOf(static_cast<Number>(reach_));
+    std::int32_t count = 0;
+    const std::size_t groups = stride_ / kGroup;
+    for (std::size_t i = 0; i < groups; ++i) {
+      Number* const at = row + i * kGroup;
+      const auto distance = load<Group>(at);
+      const Group isNear = distance <= limit;
+      store(at, (distance * distance & isNear) | (allOf(kFar) & ~isNear));
+      nearBefore_[i] = count;
+      count += anyOf(isNear) ? 1 : 0;
+    }
+    nearBefore_[groups] = count;
+    return count > 0;
+  }
+
+  // Whether a group that begins in column `x` can have anything in reach. Generous by up to a
+  // group.
+  bool isNearIn(std::int32_t x) const {
+    const std::size_t at = pad() + static_cast<std::size_t>(x);
+    const std::size_t first = (at - static_cast<std::size_t>(reach_)) / kGroup;
+    const std::size_t last = (at + kGroup + static_cast<std::size_t>(reach_)) / kGroup;
+    return nearBefore_[std::min(last + 1, nearBefore_.size() - 1)] > nearBefore_[first];
+  }
+
+  Group leastAround(const Number* at) const {
+    auto least_ = load<Group>(at);
+    std::int32_t square = 1;
+    for (std::int32_t dx = 1; dx <= reach_; ++dx) {
+      const Group limit = allOf(static_cast<Number>(square));
+      if (!anyOf(least_ > limit)) break;
+      least_ = least(least_, least(load<Group>(at - dx), load<Group>(at + dx)) + limit);
+      square += 2 * dx + 1;
+    }
+    return least_;
+  }
+
+  const IplImage& map_;
+  float threshold_;
+  std::int32_t reach_;
+  CellArea area_;
+  CellArea looked_;  // all that bears on the area
+  std::int32_t bandRows_;
+  std::int32_t top_ = 0;  // of the band
+  std::size_t stride_;
+  std::vector<Number> run_;
+  std::vector<Number> band_;
+  std::vector<std::int32_t>
+      nearBefore_;  // groups of a row, before each one, with anything in reach
+};
+
+}  // namespace Brin

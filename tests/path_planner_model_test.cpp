@@ -1,0 +1,121 @@
+// The planner and its literal model agree in every bit: on the maps that are searched, on plans, on
+// cost fields, now and after every refresh.
+#include "models/path_planner_model.hpp"
+
+#include <gtest/gtest.h>
+#include <rapidcheck/gtest.h>
+
+#include <vector>
+
+#include "korrin/path_planner.hpp"
+#include "support/bits.hpp"
+#include "support/plans.hpp"
+#include "support/quiet.hpp"
+#include "support/random_inputs.hpp"
+
+namespace {
+
+using Brin::BlockedReason;
+using Brin::OccupancyMap;
+using Brin::PathPlanner;
+using Brin::Plan;
+using Brin::PlannerSettings;
+using Brin::PlanOutcome;
+using Brin::Pose2D;
+using Brin::Pose2Di;
+using korrin_model::PathPlannerModel;
+using korrin_test::anySettings;
+using korrin_test::holds;
+using korrin_test::MapBounds;
+using korrin_test::RandomInputs;
+using korrin_test::sameBits;
+using korrin_test::sameMap;
+using korrin_test::samePlan;
+
+OccupancyMap anyMap(RandomInputs& random) {
+  MapBounds bounds;
+  bounds.maxSide = random.chance(0.2) ? 40 : 16;
+  bounds.levels = std::vector<float>(static_cast<std::size_t>(random.between(6, 60)), 1.0f);
+  bounds.levels[0] = 0.0f;
+  bounds.levels[1] = random.pick<float>({0.2f, 0.45f, 0.5f});
+  bounds.levels[2] = random.pick<float>({0.4f, 0.6f, 0.6000001f, 0.3999999f, 0.55f});
+  bounds.levels[3] = 0.8f;
+  bounds.anyValueShare = random.chance(0.2) ? 0.2 : 0.0;
+  bounds.wildShare = random.chance(0.2) ? 0.05 : 0.0;
+  return random.map(bounds);
+}
+
+Pose2D anyPose(RandomInputs& random, const OccupancyMap& map) {
+  return random.chance(0.03) ? random.wildPose() : random.poseNear(map);
+}
+
+struct Counts {
+  int found = 0;
+  int foundReduced = 0;
+  int simplified = 0;
+  int noPath = 0;
+  int reasons[6] = {};
+
+  void add(const Plan& plan, const PlannerSettings& settings) {
+    const bool isLong = plan.outcome == PlanOutcome::Found && plan.path.size() > 2;
+    found += isLong ? 1 : 0;
+    foundReduced += isLong && (settings.coarseFactor > 1 || settings.neighborhood > 0) ? 1 : 0;
+    simplified += plan.waypoints.size() < plan.path.size() ? 1 : 0;
+    noPath += plan.outcome == PlanOutcome::NoPath ? 1 : 0;
+    ++reasons[static_cast<int>(plan.blocked.reason)];
+  }
+};
+
+void expectSameAnswers(const PathPlanner& planner, const OccupancyMap& map, RandomInputs& random,
+                       Counts& counts) {
+  PathPlannerModel model(map, planner.settings());
+  ASSERT_TRUE(sameMap(planner.fineMap(), model.fineMap()));
+  ASSERT_TRUE(sameMap(planner.grownMap(), model.grownMap()));
+  for (int i = 0; i < 4; ++i) {
+    const Pose2D from = anyPose(random, map), to = anyPose(random, map);
+    const Plan plan = planner.plan(from, to);
+    ASSERT_TRUE(samePlan(plan, model.plan(from, to)));
+    counts.add(plan, planner.settings());
+    const Pose2Di a = random.cellNear(model.grownMap(), 1),
+                  b = random.cellNear(model.grownMap(), 1);
+    const Plan cells = planner.plan(a, b);
+    ASSERT_TRUE(samePlan(cells, model.plan(a, b)));
+    counts.add(cells, planner.settings());
+  }
+  std::vector<Pose2D> goals;
+  for (int i = random.between(0, 4); i > 0; --i) goals.push_back(anyPose(random, map));
+  if (goals.size() > 2) goals.push_back(goals[0]);
+  const Pose2D from = anyPose(random, map);
+  ASSERT_TRUE(samePlan(planner.planToNearest(from, goals), model.planToNearest(from, goals)));
+  const Pose2Di goal = random.cellNear(model.grownMap(), 1);
+  const OccupancyMap field = planner.costField(goal);
+  ASSERT_TRUE(holds(*field.image, model.costField(goal)));
+}
+
+TEST(PathPlannerLaw, answersAreThoseOfTheModelNowAndAfterEveryRefresh) {
+  const korrin_test::Quiet quiet;
+  RandomInputs random(141);
+  Counts counts;
+  for (int i = 0; i < 6000 && !HasFatalFailure(); ++i) {
+    OccupancyMap map = anyMap(random);
+    PathPlanner planner(map, anySettings(random, map.params.resolution));
+    expectSameAnswers(planner, map, random, counts);
+    const int x = random.between(-3, map.params.width);
+    const int y = random.between(-3, map.params.height);
+    const int width = random.between(0, 6);
+    const int height = random.between(0, 6);
+    const float value = random.pick<float>({0.0f, 1.0f, 0.5f});
+    for (int v = y; v < y + height; ++v) {
+      for (int u = x; u < x + width; ++u) map.setCell(u, v, value);
+    }
+    planner.refresh(x, y, width, height);
+    expectSameAnswers(planner, map, random, counts);
+  }
+  EXPECT_GT(counts.found, 2000);
+  EXPECT_GT(counts.foundReduced, 500);
+  EXPECT_GT(counts.simplified, 2000);
+  EXPECT_GT(counts.noPath, 200);
+  for (const int reason : counts.reasons) EXPECT_GT(reason, 100);
+}
+
+}  // namespace
