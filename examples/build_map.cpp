@@ -1,9 +1,22 @@
 // Builds a map from laser readings: cells that beams cross become freer, cells where they end on
 // something become less free.
-#include <cmath>
 
-#include "drawing.hpp"
-#include "korrin/korrin.hpp"
+#include <cmath>
+#include <iostream>
+#include <korrin/korrin.hpp>
+#include <vector>
+
+// Prints a map as a drawing: '.' free, '?' unknown, '#' occupied, a digit for the tenths between.
+void print(const Brin::OccupancyMap& map) {
+  for (int y = 0; y < map.params.height; ++y) {
+    for (int x = 0; x < map.params.width; ++x) {
+      const float value = map.getCell(x, y);
+      const char tenths = static_cast<char>('0' + static_cast<int>(value * 10.0f + 0.01f));
+      std::cout << (value > 0.99f ? '.' : value < 0.1f ? '#' : value == 0.5f ? '?' : tenths);
+    }
+    std::cout << '\n';
+  }
+}
 
 int main() {
   Brin::OccupancyMap map(21, 11, 0.1f, false);  // 2.1 m x 1.1 m, every cell unknown

@@ -1,7 +1,23 @@
 // Finds the nearest free cell of a robot that stands in an obstacle, and the nearest unknown cell
 // it can see, the place to explore next.
-#include "drawing.hpp"
-#include "korrin/korrin.hpp"
+#include <cstddef>
+#include <iostream>
+#include <korrin/korrin.hpp>
+#include <string>
+#include <vector>
+
+// A map as it is drawn: '.' free, '#' occupied, else unknown. Row 0 comes first.
+Brin::OccupancyMap drawMap(const std::vector<std::string>& rows, float resolution) {
+  const int width = static_cast<int>(rows[0].size());
+  Brin::OccupancyMap map(width, static_cast<int>(rows.size()), resolution, false);
+  for (int y = 0; y < map.params.height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      const char mark = rows[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)];
+      map.setCell(x, y, mark == '.' ? 1.0f : mark == '#' ? 0.0f : 0.5f);
+    }
+  }
+  return map;
+}
 
 void print(const char* what, bool isFound, const Brin::Pose2Di& cell) {
   std::cout << what << ": ";

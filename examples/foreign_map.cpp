@@ -1,9 +1,21 @@
 // Takes over a grid as other programs keep them: bytes from 0 (free) to 100 (occupied), -1 for
 // unknown, row 0 first, and the pose of the first cell's corner instead of its centre.
-#include "drawing.hpp"
-#include "korrin/korrin.hpp"
+#include <iostream>
+#include <korrin/korrin.hpp>
+#include <vector>
 
-//! [convert]
+// Prints a map as a drawing: '.' free, '?' unknown, '#' occupied, a digit for the tenths between.
+void print(const Brin::OccupancyMap& map) {
+  for (int y = 0; y < map.params.height; ++y) {
+    for (int x = 0; x < map.params.width; ++x) {
+      const float value = map.getCell(x, y);
+      const char tenths = static_cast<char>('0' + static_cast<int>(value * 10.0f + 0.01f));
+      std::cout << (value > 0.99f ? '.' : value < 0.1f ? '#' : value == 0.5f ? '?' : tenths);
+    }
+    std::cout << '\n';
+  }
+}
+
 Brin::OccupancyMap takeOver(const std::vector<signed char>& cells, int width, int height,
                             float resolution, const Brin::Pose2D& corner) {
   Brin::OccupancyMap map(width, height, resolution, true);
@@ -18,7 +30,6 @@ Brin::OccupancyMap takeOver(const std::vector<signed char>& cells, int width, in
   }
   return map;
 }
-//! [convert]
 
 int main() {
   const std::vector<signed char> cells = {

@@ -1,9 +1,7 @@
 // Sends the library's log records to a logger of the program's own.
 #include <iostream>
+#include <korrin/korrin.hpp>
 
-#include "korrin/korrin.hpp"
-
-//! [sink]
 // Called on the thread that reports, so a logger that is shared must allow several at once. A sink
 // is a plain function: what it needs is found from there, as loggers are.
 void toMyLogger(const Brin::LogRecord& record) {
@@ -12,12 +10,9 @@ void toMyLogger(const Brin::LogRecord& record) {
   if (record.level == Brin::NavLogLevel::Error) level = "error";
   std::cout << level << " from " << record.function << ": " << record.message << '\n';
 }
-//! [sink]
 
 int main() {
-  //! [set]
   const Brin::LogSink before = Brin::setLogSink(toMyLogger);
-  //! [set]
   Brin::OccupancyMap map(20, 20, 0.1f, false);
   map.setCell(15, 15, 0.0f);
   Brin::OccMapPathFinder finder(&map, 0.0f);

@@ -1,9 +1,8 @@
 // Reads a map file, plans on it, and leaves the waypoints in a file for others.
 #include <filesystem>
 #include <iostream>
-
-#include "korrin/io/io.hpp"
-#include "korrin/korrin.hpp"
+#include <korrin/io/io.hpp>
+#include <korrin/korrin.hpp>
 
 // A map file to read: a room of 4 m x 3 m with a wall.
 std::string someMapFile(const std::filesystem::path& directory) {
@@ -17,23 +16,19 @@ std::string someMapFile(const std::filesystem::path& directory) {
 int main() {
   const std::filesystem::path directory = std::filesystem::temp_directory_path();
   const std::string file = someMapFile(directory);
-  //! [plan]
   const Brin::OccupancyMap map = Brin::io::readMapFile(file);  // throws io::FileError
   Brin::OccMapPathFinder finder(&map, 0.0f);
   std::vector<Brin::Pose2D> path;
   finder.computePath(Brin::Pose2D(1, 1, 0), Brin::Pose2D(3, 1, 0), path);
   const std::vector<Brin::Pose2D> waypoints = Brin::SafePathSimplifier().sample(path, map);
   Brin::io::writePathFile(waypoints, directory / "room-way.csv");
-  //! [plan]
   std::cout << Brin::io::readPathFile(directory / "room-way.csv").size() << " waypoints\n";
 
-  //! [fault]
   try {
     Brin::io::readMapFile("nowhere.yaml");
   } catch (const Brin::io::FileError& error) {
     std::cout << error.what() << '\n';
   }
-  //! [fault]
   std::filesystem::remove(directory / "room.yaml");
   std::filesystem::remove(directory / "room.pgm");
   std::filesystem::remove(directory / "room-way.csv");

@@ -1,13 +1,25 @@
 // Readings as drivers deliver them: a beam without an echo, not-a-number, infinity, a range beyond
 // all sense. None of them does harm; what each should mean is for the caller to say.
+
 #include <algorithm>
 #include <cmath>
+#include <iostream>
+#include <korrin/korrin.hpp>
 #include <limits>
+#include <vector>
 
-#include "drawing.hpp"
-#include "korrin/korrin.hpp"
+// Prints a map as a drawing: '.' free, '?' unknown, '#' occupied, a digit for the tenths between.
+void print(const Brin::OccupancyMap& map) {
+  for (int y = 0; y < map.params.height; ++y) {
+    for (int x = 0; x < map.params.width; ++x) {
+      const float value = map.getCell(x, y);
+      const char tenths = static_cast<char>('0' + static_cast<int>(value * 10.0f + 0.01f));
+      std::cout << (value > 0.99f ? '.' : value < 0.1f ? '#' : value == 0.5f ? '?' : tenths);
+    }
+    std::cout << '\n';
+  }
+}
 
-//! [reading]
 // What `range` means for a scanner that sees `maxRange` metres far: a hit, a beam that met nothing
 // up to there, or nothing at all.
 void addReading(std::vector<Brin::RangeReading>& readings, float range, float angle,
@@ -16,7 +28,6 @@ void addReading(std::vector<Brin::RangeReading>& readings, float range, float an
   readings.emplace_back(std::min(range, maxRange), angle);
   if (range >= maxRange) readings.back().status = 1;  // no echo: the way is clear, no obstacle
 }
-//! [reading]
 
 int main() {
   const float infinity = std::numeric_limits<float>::infinity();

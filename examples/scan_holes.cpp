@@ -3,8 +3,7 @@
 // corridor to the left. Such a stretch is found once more as the jump that is left without it.
 #include <cmath>
 #include <iostream>
-
-#include "korrin/korrin.hpp"
+#include <korrin/korrin.hpp>
 
 int main() {
   Brin::Scan scan;

@@ -3,8 +3,7 @@
 #include <opencv2/core/core_c.h>
 
 #include <iostream>
-
-#include "korrin/korrin.hpp"
+#include <korrin/korrin.hpp>
 
 // What a scanner at `pose` sees of a room of 6 m x 4 m with the world's origin in its middle.
 Brin::Scan scanAt(const Brin::Pose2D& pose) {

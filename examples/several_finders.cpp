@@ -1,9 +1,7 @@
 // The heuristic weight belongs to the process, not to a finder: every construction sets it back.
 #include <iostream>
+#include <korrin/korrin.hpp>
 
-#include "korrin/korrin.hpp"
-
-//! [plan]
 // Plans with a weight of its own, whatever others have set; not from two threads at once.
 std::vector<Brin::Pose2D> plan(Brin::OccMapPathFinder& finder, float weight,
                                const Brin::Pose2D& from, const Brin::Pose2D& to) {
@@ -12,7 +10,6 @@ std::vector<Brin::Pose2D> plan(Brin::OccMapPathFinder& finder, float weight,
   finder.computePath(from, to, path);
   return path;
 }
-//! [plan]
 
 int main() {
   Brin::OccupancyMap map(60, 60, 0.1f, false);

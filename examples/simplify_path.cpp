@@ -1,7 +1,23 @@
 // Reduces a planned path to a few waypoints: once by shape alone, once so that every straight
 // stretch between waypoints keeps clear of obstacles.
-#include "drawing.hpp"
-#include "korrin/korrin.hpp"
+#include <cstddef>
+#include <iostream>
+#include <korrin/korrin.hpp>
+#include <string>
+#include <vector>
+
+// A map as it is drawn: '.' free, '#' occupied, else unknown. Row 0 comes first.
+Brin::OccupancyMap drawMap(const std::vector<std::string>& rows, float resolution) {
+  const int width = static_cast<int>(rows[0].size());
+  Brin::OccupancyMap map(width, static_cast<int>(rows.size()), resolution, false);
+  for (int y = 0; y < map.params.height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      const char mark = rows[static_cast<std::size_t>(y)][static_cast<std::size_t>(x)];
+      map.setCell(x, y, mark == '.' ? 1.0f : mark == '#' ? 0.0f : 0.5f);
+    }
+  }
+  return map;
+}
 
 void print(const char* what, const std::vector<Brin::Pose2D>& path) {
   std::cout << what << ':';

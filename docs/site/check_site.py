@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Checks a built site: links within it, pictures, the menu, and what its search knows.
+"""Checks a built site: links within it and pictures, that no page loads anything from elsewhere, and
+what its search knows.
 
     docs/site/check_site.py build/docs/html
 """
@@ -11,6 +12,9 @@ import sys
 import urllib.parse
 
 
+LOADED_BY_STYLE = re.compile(r"(?:@import\s+|url\(|importScripts\()[\"']?((?:https?:)?//[^\"')]+)")
+
+
 class Page(html.parser.HTMLParser):
     """The anchors of a page and what it refers to."""
 
@@ -18,6 +22,7 @@ class Page(html.parser.HTMLParser):
         super().__init__()
         self.anchors = set()
         self.references = []
+        self.loaded = []
         self.feed(path.read_text(encoding="utf-8"))
 
     def handle_starttag(self, tag, attributes):
@@ -26,6 +31,8 @@ class Page(html.parser.HTMLParser):
                 self.anchors.add(value)
             elif name in ("href", "src") or (tag, name) == ("object", "data"):
                 self.references.append(value or "")
+                if tag != "a" and dict(attributes).get("rel") not in ("canonical", "alternate"):
+                    self.loaded.append(value or "")
 
 
 def broken(site, pages):
@@ -41,17 +48,27 @@ def broken(site, pages):
             if not target.is_file() or (parts.fragment and known and
                                         urllib.parse.unquote(parts.fragment) not in known.anchors):
                 yield path.relative_to(site), reference
-    for url in re.findall(r'url:"([^"#]*)', (site / "menudata.js").read_text(encoding="utf-8")):
-        if not (site / url).is_file():
-            yield "menudata.js", url
+
+
+def from_elsewhere(site, pages):
+    """(page, reference) of everything that opening a page would load from another place."""
+    for path, page in pages.items():
+        for reference in page.loaded:
+            if urllib.parse.urlsplit(reference).netloc:
+                yield path.relative_to(site), reference
+    for path in [*site.rglob("*.css"), *site.rglob("*.js")]:
+        for reference in LOADED_BY_STYLE.findall(path.read_text(encoding="utf-8", errors="replace")):
+            yield path.relative_to(site), reference
 
 
 def main(site):
     pages = {path.resolve(): Page(path) for path in site.rglob("*.html")}
     faults = [f"{page}: {reference} leads nowhere" for page, reference in broken(site, pages)]
-    found = "".join(path.read_text(encoding="utf-8") for path in (site / "search").glob("*.js"))
+    faults += [f"{page}: {reference} would be loaded from elsewhere"
+               for page, reference in from_elsewhere(site, pages)]
+    found = (site / "searchindex.js").read_text(encoding="utf-8")
     faults += [f"the search does not know {name}"
-               for name in ("OccMapPathFinder", "findScanHoles", "Recipes") if name not in found]
+               for name in ("OccMapPathFinder", "find_scan_holes", "Changelog") if name not in found]
     print("\n".join(faults) or
           f"{len(pages)} pages, {sum(len(page.references) for page in pages.values())} links")
     return 1 if faults else 0

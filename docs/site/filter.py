@@ -51,7 +51,9 @@ def join_blocks(lines, begin, end):
 
 
 def documentation(text, indent=""):
-    return "\n".join(f"{indent}/// {line}".rstrip() for line in text.split("\n"))
+    """A comment without marks at the beginnings of lines, which Doxygen would leave in verbatim text."""
+    lines = text.split("\n")
+    return "\n".join([f"{indent}/** {lines[0]}", *lines[1:], f"{indent}*/"])
 
 
 def take(lines, at, matches):
@@ -87,7 +89,7 @@ def convert(lines):
     while at < len(lines):
         line = lines[at]
         if in_section and END_OF_SECTION.match(line.strip()):
-            out.append("///@}")
+            out.append("/** @} */")
             in_section = False
         if not is_comment(line):
             out.append(trailing(line))
@@ -99,8 +101,8 @@ def convert(lines):
             out.append(documentation("\\file\n" + layout(comment, ("\\code{.cpp}", "\\endcode"))))
         elif not lines[at].strip():
             title, _, rest = " ".join(comment).partition(": ")
-            out += ["///@}"] if in_section else []
-            out += [documentation(f"\\name {title.rstrip('.')}\n{rest}"), "///@{"]
+            out += ["/** @} */"] if in_section else []
+            out += [documentation(f"\\name {title.rstrip('.')}\n{rest}"), "/** @{ */"]
             in_section = True
         else:
             behind = take(lines, at, lambda text: text.strip() and not is_comment(text))
