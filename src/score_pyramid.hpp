@@ -1,0 +1,153 @@
+// What the points of a scan add to a score, pixel by pixel, and bounds of it over blocks of poses.
+//
+//   const ScorePyramid pyramid(area, cutOff);
+//   const float sum = pyramid.sumAt(points, turn, place, inv);     // as scanScore's
+//   const std::int64_t bound = pyramid.boundOver(3, turned, box, inv, 0);
+//   pyramid.sumUpTo(bound, points.size()) >= sum                   // if box holds place
+//
+// Levels. The most that a pixel adds is divided into 255 levels, and what each pixel adds is rounded
+// up to one of them. Table l holds the maxima of these bytes over windows of 2^l x 2^l pixels, for
+// every place of the window; outside the picture a pixel adds nothing. Windows that are whole sides
+// apart lie beside each other in memory, so that those of 4 x 4 neighbouring blocks are four loads.
+//
+// Indices. scanScore cuts offsets towards zero, so that its pixel 0 is two pixels wide. Here columns
+// and rows are told apart by an index that is the floor of the offset (one less for a negative
+// whole number): pixel 0 has the indices -1 and 0, pixels before it one less than their own.
+//
+// Why a bound of levels holds for the float sum of scanScore. Let a_1 ... a_n be what the points
+// add, none negative, q_i the levels of windows that hold their pixels, Q their sum, and u one
+// level. Then a_i <= q_i * u, and the true sum is at most Q * u. The float sum starts at 0 and each
+// of its additions rounds to nearest: fl(s + a) <= (s + a) * (1 + 2^-24), which also holds among the
+// denormals, where sums are exact. So the float sum is at most Q * u * (1 + 2^-24)^n, and
+// (1 + x)^n <= exp(n * x). That product is made in double, whose few roundings, below 2^-50 each,
+// a factor 1 + 2^-40 covers, and then rounded up to a float.
+//
+// Another bound, exact where all points are at their best: float addition is monotone in both
+// operands, so the float sum is at most that of n times the most that a pixel adds, added up in the
+// same way. The smaller of the two is taken.
+//
+// Why the window holds the pixel. For one heading, a point's pixel is a chain of float operations,
+// monotone in the pose's x, or y, each: adding the turned point's coordinate, scaling, adding a
+// half, cutting. Each rounds to nearest or cuts, and so keeps the order. So the pixels at the two
+// ends of a range of poses, computed by the same operations, enclose those of all between. Should
+// the pixel of an end be no number, the picture's end stands for it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "korrin/core/geometry.hpp"
+#include "src/window_maxima.hpp"
+
+namespace Brin {
+
+// Distances in a rectangle of a picture; outside it nothing matches.
+struct DistanceArea {
+  const float* pixels;
+  std::ptrdiff_t stride;  // pixels from one row to the next
+  std::int32_t width;
+  std::int32_t height;
+  std::int32_t left;  // of the first column and row, counted from the picture's centre pixel
+  std::int32_t top;
+
+  float at(std::int32_t row, std::int32_t col) const {
+    return pixels[(row - top) * stride + (col - left)];
+  }
+};
+
+// A heading, as scanScore takes it.
+struct Turn {
+  float sine;
+  float cosine;
+
+  float x(const Point2D& p) const { return p.x * cosine - p.y * sine; }
+  float y(const Point2D& p) const { return p.x * sine + p.y * cosine; }
+};
+
+// Points turned by a heading, in any order, metres. None is infinite or not a number: such a point
+// is off the picture wherever the pose is.
+struct TurnedPoints {
+  const float* x;
+  const float* y;
+  std::size_t count;
+};
+
+// The ends of the ranges that the places of a block of poses lie in, in the order in which they
+// give pixels: `low` those of the lowest column and row. Metres in the picture's frame.
+struct PlaceBox {
+  float lowX;
+  float highX;
+  float lowY;
+  float highY;
+};
+
+// Where a point falls as seen from the first pose of a block: on the pixel of these indices, or up
+// to `moreCols` and `moreRows` (0 or 1) farther, as rounding has it.
+struct PixelPoint {
+  std::int32_t col;
+  std::int32_t row;
+  std::int32_t moreCols;
+  std::int32_t moreRows;
+};
+
+// Blocks of poses, four by four, each moving points over squares of 2^level pixels that lie side by
+// side; the first one's is (col, row) pixels from where the points are.
+struct SixteenBlocks {
+  int level;
+  std::int32_t col;
+  std::int32_t row;
+};
+
+class ScorePyramid {
+ public:
+  static constexpr int kTop = 6;  // the table of the widest windows, if the picture is as wide
+  static constexpr int kMostLevel = 255;
+
+  // Takes what it needs of the area. Linear in its pixels; std::bad_alloc without memory.
+  ScorePyramid(const DistanceArea& area, float cutOff);
+
+  // The most that a pixel adds; 0 where nothing does, and then there are no tables.
+  float most() const { return most_; }
+  int tables() const { return static_cast<int>(tables_.size()); }
+
+  // The sum that scanScore makes at a heading and a place in the picture, the points in their
+  // order.
+  float sumAt(const std::vector<Point2D>& points, const Turn& turn, const Point2D& place,
+              float inv) const;
+
+  // A bound, in levels, of the sums at all places in the box, by table `level`, or the last one
+  // there is. It is best where the places move no point by more pixels than the table's windows
+  // have, and right anyway. Once it is sure to stay below `needed`, any bound below that comes back.
+  std::int64_t boundOver(int level, const TurnedPoints& points, const PlaceBox& box, float inv,
+                         std::int64_t needed) const;
+
+  // Adds to `bounds` those of sixteen blocks, four by four, row by row, by a table that there is.
+  // Once all are sure to stay below `needed` when `pending` levels are added, points are left out,
+  // and the return value is false.
+  bool addBounds(const SixteenBlocks& blocks, const std::vector<PixelPoint>& points,
+                 std::int64_t needed, std::int64_t bounds[16]) const;
+
+  // No float sum of `points` points whose levels add up to `levels` is above this.
+  float sumUpTo(std::int64_t levels, std::size_t points) const;
+
+ private:
+  struct Span {
+    std::int32_t first;
+    std::int32_t last;
+  };
+
+  static Span spanOf(float low, float high, std::int32_t begin);
+  std::int32_t levelOver(const WindowMaxima& table, Span cols, Span rows) const;
+  std::int32_t levelOverWide(const WindowMaxima& table, Span cols, Span rows) const;
+
+  std::int32_t left_ = 0;  // the indices of the first column and row
+  std::int32_t top_ = 0;
+  std::int32_t width_ = 0;
+  std::int32_t height_ = 0;
+  float most_ = 0.0f;
+  std::vector<float> addends_;
+  std::vector<WindowMaxima> tables_;
+};
+
+}  // namespace Brin
