@@ -60,7 +60,7 @@ void BlockSearch::chooseBounds() {
   for (std::size_t i = 0; i < points_.size(); ++i) sum += most;
   highest_ = isFlat || isReversed ? 0.0f : scoreOfSum(sum);
   if (!isBlind_) {
-    mostLevels_ = ScorePyramid::kMostLevel * static_cast<std::int64_t>(points_.size());
+    mostLevels_ = ScoreLevels::kHighest * static_cast<std::int64_t>(points_.size());
   }
 }
 
@@ -105,7 +105,7 @@ float BlockSearch::scoreOfSum(float sum) const {
 
 float BlockSearch::scoreUpTo(std::int64_t levels) const {
   if (isBlind_) return highest_;
-  return std::min(highest_, scoreOfSum(tables_.pyramid.sumUpTo(levels, points_.size())));
+  return std::min(highest_, scoreOfSum(tables_.pyramid.levels().sumUpTo(levels, points_.size())));
 }
 
 // The fewest levels whose bound is above `score`, or equal to it.
@@ -282,7 +282,7 @@ bool BlockSearch::boundTogether(const Block& block, std::int64_t bounds[16]) con
   const SixteenBlocks blocks{block.level - levelsDown_ + shift, block.first.i * (1 << shift),
                              block.first.j * (1 << shift)};
   const Heading& heading = at(block.first.k);
-  std::fill_n(bounds, 16, heading.unplaced * ScorePyramid::kMostLevel);
+  std::fill_n(bounds, 16, heading.unplaced * ScoreLevels::kHighest);
   return tables_.pyramid.addBounds(blocks, heading.pixels, neededFrom(block.first), bounds);
 }
 

@@ -30,7 +30,7 @@ class PixelSteps {
  public:
   PixelSteps(const PoseGrid& grid, const PictureFrame& frame, float inv)
       : inv_(inv), pixels_(static_cast<double>(grid.step) * static_cast<double>(inv)) {
-    shift_ = pixels_ > 0.5 && pixels_ < 128.0 ? static_cast<int>(std::lround(std::log2(pixels_)))
+    shift_ = pixels_ > 0.75 && pixels_ < 128.0 ? static_cast<int>(std::lround(std::log2(pixels_)))
                                               : 0;
     const Pose2D& origin = frame.origin();
     x_ = axisOf(grid.centre.x, origin.x, grid.shiftsX(), grid.step);

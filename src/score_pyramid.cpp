@@ -31,26 +31,6 @@ float addendOf(float distance, float cutOff) {
   return distance <= cutOff ? cutOff - distance : 0.0f;
 }
 
-// Levels of what a pixel adds, rounded up. Where the most is infinite, all that adds is of the top
-// level.
-class LevelScale {
- public:
-  explicit LevelScale(float most)
-      : scale_(ScorePyramid::kMostLevel / static_cast<double>(most)) {}
-
-  std::uint8_t of(float addend) const {
-    if (!(addend > 0.0f)) return 0;
-    constexpr std::uint8_t kMost = ScorePyramid::kMostLevel;
-    if (!(scale_ > 0.0)) return kMost;
-    const double level = static_cast<double>(addend) * scale_;
-    const auto below = static_cast<std::int32_t>(std::min<double>(level, kMost));
-    return static_cast<std::uint8_t>(std::min<int>(below + (below < level ? 1 : 0), kMost));
-  }
-
- private:
-  double scale_;
-};
-
 // The pixels of the smallest rectangle that holds all that add something; counted as in the area.
 struct Frame {
   std::int32_t left = std::numeric_limits<std::int32_t>::max();
@@ -136,13 +116,13 @@ ScorePyramid::ScorePyramid(const DistanceArea& area, float cutOff) {
     }
   }
   most_ = *std::max_element(addends_.begin(), addends_.end());
+  levels_ = ScoreLevels(most_);
   tables_.reserve(kTop + 1);
   tables_.emplace_back(width_, height_);
-  const LevelScale levels(most_);
   const float* addend = addends_.data();
   for (std::int32_t row = 0; row < height_; ++row) {
     for (std::int32_t col = 0; col < width_; ++col) {
-      tables_[0].set(row, col, levels.of(*addend++));
+      tables_[0].set(row, col, levels_.of(*addend++));
     }
   }
   while (tables_.size() <= kTop && tables_.back().side() < std::max(width_, height_)) {
@@ -160,18 +140,6 @@ float ScorePyramid::sumAt(const std::vector<Point2D>& points, const Turn& turn,
     sum += addends_[static_cast<std::size_t>(std::ptrdiff_t{row} * width_ + col)];
   }
   return sum;
-}
-
-float ScorePyramid::sumUpTo(std::int64_t levels, std::size_t points) const {
-  if (levels <= 0) return 0.0f;
-  constexpr double kRounding = 5.960464477539063e-8;  // 2^-24
-  constexpr double kOwnRounding = 1.0 + 1e-12;
-  const double unit = static_cast<double>(most_) / kMostLevel;
-  const double bound = static_cast<double>(levels) * unit * kOwnRounding *
-                       std::exp(static_cast<double>(points) * kRounding);
-  constexpr float kInfinity = std::numeric_limits<float>::infinity();
-  if (!(bound < static_cast<double>(std::numeric_limits<float>::max()))) return kInfinity;
-  return std::nextafter(static_cast<float>(bound), kInfinity);
 }
 
 bool ScorePyramid::addBounds(const SixteenBlocks& blocks, const std::vector<PixelPoint>& points,
@@ -192,7 +160,7 @@ bool ScorePyramid::addBounds(const SixteenBlocks& blocks, const std::vector<Pixe
         sums.add(table.sixteenAt(row, col));
       }
     }
-    const std::int64_t left = static_cast<std::int64_t>(points.size() - end) * kMostLevel;
+    const std::int64_t left = static_cast<std::int64_t>(points.size() - end) * ScoreLevels::kHighest;
     if (sums.addTo(bounds) + left < needed) return false;
   }
   return true;
@@ -207,7 +175,7 @@ std::int64_t ScorePyramid::boundOver(int level, const TurnedPoints& points, cons
   for (std::size_t i = 0; i < points.count; ++i) {
     if (i % kChunk == 0) {
       const std::int64_t most =
-          bound + static_cast<std::int64_t>(points.count - i) * kMostLevel;
+          bound + static_cast<std::int64_t>(points.count - i) * ScoreLevels::kHighest;
       if (most < needed) return most;
     }
     const Span cols = spanOf(offsetOf(points.x[i], box.lowX, inv),
@@ -243,7 +211,7 @@ std::int32_t ScorePyramid::levelOverWide(const WindowMaxima& table, Span cols, S
   const std::int32_t side = table.side();
   if (cols.last - cols.first >= kMostWindows * side ||
       rows.last - rows.first >= kMostWindows * side) {
-    return kMostLevel;
+    return ScoreLevels::kHighest;
   }
   std::int32_t most = 0;
   for (std::int32_t y = rows.first; y <= rows.last; y += side) {

@@ -3,28 +3,16 @@
 //   const ScorePyramid pyramid(area, cutOff);
 //   const float sum = pyramid.sumAt(points, turn, place, inv);     // as scanScore's
 //   const std::int64_t bound = pyramid.boundOver(3, turned, box, inv, 0);
-//   pyramid.sumUpTo(bound, points.size()) >= sum                   // if box holds place
+//   pyramid.levels().sumUpTo(bound, points.size()) >= sum          // if box holds place
 //
-// Levels. The most that a pixel adds is divided into 255 levels, and what each pixel adds is rounded
-// up to one of them. Table l holds the maxima of these bytes over windows of 2^l x 2^l pixels, for
-// every place of the window; outside the picture a pixel adds nothing. Windows that are whole sides
-// apart lie beside each other in memory, so that those of 4 x 4 neighbouring blocks are four loads.
+// What a pixel adds is counted in levels (score_levels.hpp), a byte each. Table l holds the maxima of
+// these bytes over windows of 2^l x 2^l pixels, for every place of the window (window_maxima.hpp);
+// outside the picture a pixel adds nothing. The levels of windows that hold the pixels of all points
+// add up to a bound of the score.
 //
 // Indices. scanScore cuts offsets towards zero, so that its pixel 0 is two pixels wide. Here columns
 // and rows are told apart by an index that is the floor of the offset (one less for a negative
 // whole number): pixel 0 has the indices -1 and 0, pixels before it one less than their own.
-//
-// Why a bound of levels holds for the float sum of scanScore. Let a_1 ... a_n be what the points
-// add, none negative, q_i the levels of windows that hold their pixels, Q their sum, and u one
-// level. Then a_i <= q_i * u, and the true sum is at most Q * u. The float sum starts at 0 and each
-// of its additions rounds to nearest: fl(s + a) <= (s + a) * (1 + 2^-24), which also holds among the
-// denormals, where sums are exact. So the float sum is at most Q * u * (1 + 2^-24)^n, and
-// (1 + x)^n <= exp(n * x). That product is made in double, whose few roundings, below 2^-50 each,
-// a factor 1 + 2^-40 covers, and then rounded up to a float.
-//
-// Another bound, exact where all points are at their best: float addition is monotone in both
-// operands, so the float sum is at most that of n times the most that a pixel adds, added up in the
-// same way. The smaller of the two is taken.
 //
 // Why the window holds the pixel. For one heading, a point's pixel is a chain of float operations,
 // monotone in the pose's x, or y, each: adding the turned point's coordinate, scaling, adding a
@@ -38,6 +26,7 @@
 #include <vector>
 
 #include "korrin/core/geometry.hpp"
+#include "src/score_levels.hpp"
 #include "src/window_maxima.hpp"
 
 namespace Brin {
@@ -102,13 +91,13 @@ struct SixteenBlocks {
 class ScorePyramid {
  public:
   static constexpr int kTop = 6;  // the table of the widest windows, if the picture is as wide
-  static constexpr int kMostLevel = 255;
 
   // Takes what it needs of the area. Linear in its pixels; std::bad_alloc without memory.
   ScorePyramid(const DistanceArea& area, float cutOff);
 
   // The most that a pixel adds; 0 where nothing does, and then there are no tables.
   float most() const { return most_; }
+  const ScoreLevels& levels() const { return levels_; }
   int tables() const { return static_cast<int>(tables_.size()); }
 
   // The sum that scanScore makes at a heading and a place in the picture, the points in their
@@ -128,9 +117,6 @@ class ScorePyramid {
   bool addBounds(const SixteenBlocks& blocks, const std::vector<PixelPoint>& points,
                  std::int64_t needed, std::int64_t bounds[16]) const;
 
-  // No float sum of `points` points whose levels add up to `levels` is above this.
-  float sumUpTo(std::int64_t levels, std::size_t points) const;
-
  private:
   struct Span {
     std::int32_t first;
@@ -146,6 +132,7 @@ class ScorePyramid {
   std::int32_t width_ = 0;
   std::int32_t height_ = 0;
   float most_ = 0.0f;
+  ScoreLevels levels_{0.0f};
   std::vector<float> addends_;
   std::vector<WindowMaxima> tables_;
 };
