@@ -11,7 +11,7 @@
 namespace Brin {
 namespace {
 
-constexpr std::int32_t kWidestLevel = 31;     // a block of it holds any grid
+constexpr std::int32_t kWidestLevel = 31;  // a block of it holds any grid
 constexpr std::int64_t kFewRoots = 16;
 constexpr std::int64_t kMostRoots = 1 << 22;  // at once
 constexpr int kTellingTable = 4;              // wider windows tell little
@@ -80,7 +80,8 @@ void BlockSearch::chooseLevels() {
   // Coarse enough for few roots, fine enough for their bounds to tell something.
   const auto isFine = [&](std::int32_t level) {
     return rootsAt(level) <= kFewRoots ||
-           (rootsAt(level) <= kMostRoots && tableLevels_[static_cast<std::size_t>(level)] >= kTellingTable);
+           (rootsAt(level) <= kMostRoots &&
+            tableLevels_[static_cast<std::size_t>(level)] >= kTellingTable);
   };
   while (rootLevel_ + levelsDown_ <= widest && !isFine(rootLevel_)) rootLevel_ += levelsDown_;
   rootsAlong_ = {blocksAlong(size_.i, rootLevel_), blocksAlong(size_.j, rootLevel_)};
@@ -94,8 +95,8 @@ std::int64_t BlockSearch::rootsAt(std::int32_t level) const {
 void BlockSearch::chooseHeadings() {
   const std::int64_t byRoots = kMostRoots / (rootsAt(rootLevel_) / size_.k);
   const auto byPoints = static_cast<std::int64_t>(kMostTurned / (points_.size() + 1));
-  headingsAtOnce_ = static_cast<std::int32_t>(
-      std::clamp<std::int64_t>(std::min(byRoots, byPoints), 1, size_.k));
+  headingsAtOnce_ =
+      static_cast<std::int32_t>(std::clamp<std::int64_t>(std::min(byRoots, byPoints), 1, size_.k));
   rootUnit_ = 1 + mostLevels_ / std::numeric_limits<std::int32_t>::max();
 }
 

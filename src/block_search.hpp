@@ -4,10 +4,10 @@
 //   BlockSearch search(tables, points, grid, separation);
 //   while (search.findNext()) use(search.found());
 //
-// A block is a square of 2^level x 2^level poses of one heading, counted from the grid's first pose.
-// Poses are compared by score and, where scores are equal, by their place in the grid's order. A
-// block is dropped where its bound is below the best score so far, or equal to it and the block's
-// first pose comes later than the best one. All blocks of one level are the roots; they are
+// A block is a square of 2^level x 2^level poses of one heading, counted from the grid's first
+// pose. Poses are compared by score and, where scores are equal, by their place in the grid's
+// order. A block is dropped where its bound is below the best score so far, or equal to it and the
+// block's first pose comes later than the best one. All blocks of one level are the roots; they are
 // searched from the highest bound down, and each depth first, which needs little memory.
 //
 // Where the grid's steps are whole pixels (pixel_steps.hpp), blocks are divided into four by four,

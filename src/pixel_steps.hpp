@@ -12,8 +12,8 @@
 // first four results is above A + |point| metres, where A is the sum of the sizes of all that is
 // added. So |v - V| <= e = 2^-23 * (4 * (A + |point|) * inv + 1), twice what it has to be, which
 // covers the errors of errors and those of the double precision used here. Then
-// v - i * m lies in [a - e, a + e + n * (r - m)], or the other way round, and the floors of its ends
-// are the indices between which that of v is, less i * m.
+// v - i * m lies in [a - e, a + e + n * (r - m)], or the other way round, and the floors of its
+// ends are the indices between which that of v is, less i * m.
 #pragma once
 
 #include <algorithm>
@@ -30,8 +30,8 @@ class PixelSteps {
  public:
   PixelSteps(const PoseGrid& grid, const PictureFrame& frame, float inv)
       : inv_(inv), pixels_(static_cast<double>(grid.step) * static_cast<double>(inv)) {
-    shift_ = pixels_ > 0.75 && pixels_ < 128.0 ? static_cast<int>(std::lround(std::log2(pixels_)))
-                                              : 0;
+    shift_ =
+        pixels_ > 0.75 && pixels_ < 128.0 ? static_cast<int>(std::lround(std::log2(pixels_))) : 0;
     const Pose2D& origin = frame.origin();
     x_ = axisOf(grid.centre.x, origin.x, grid.shiftsX(), grid.step);
     y_ = axisOf(grid.centre.y, origin.y, grid.shiftsY(), grid.step);
@@ -70,15 +70,15 @@ class PixelSteps {
     const double reach = static_cast<double>(shifts) * static_cast<double>(step);
     const double place = static_cast<double>(centre) - static_cast<double>(origin);
     const double poses = 2.0 * shifts + 1.0;
-    const double size = std::fabs(static_cast<double>(centre)) +
-                        std::fabs(static_cast<double>(origin)) + reach;
+    const double size =
+        std::fabs(static_cast<double>(centre)) + std::fabs(static_cast<double>(origin)) + reach;
     return {place - reach, size, poses, (poses - 1.0) * (pixels_ - std::ldexp(1.0, shift_))};
   }
 
   // Whether it is worth it, and nothing here gets too large.
   bool isWhole(const Axis& axis) const {
-    return axis.poses < 1 << 24 && axis.poses * pixels_ < 1 << 27 &&
-           std::fabs(axis.drift) < 0.25 && axis.size < 1e9;
+    return axis.poses < 1 << 24 && axis.poses * pixels_ < 1 << 27 && std::fabs(axis.drift) < 0.25 &&
+           axis.size < 1e9;
   }
 
   Span spanOf(const Axis& axis, double point) const {

@@ -89,8 +89,8 @@ PicturePart partWithin(const IplImage& cells, PicturePart hits, float cutOff) {
 ScorePyramid pyramidOf(const IplImage& cells, float threshold, float cutOff) {
   const HitCells hits(cells, threshold);
   const PicturePart part = partWithin(cells, hits.bounds(), cutOff);
-  const CvSize size = cvSize(static_cast<int>(part.right - part.left),
-                             static_cast<int>(part.bottom - part.top));
+  const CvSize size =
+      cvSize(static_cast<int>(part.right - part.left), static_cast<int>(part.bottom - part.top));
   const ImagePtr picture = makeImage(size, IPL_DEPTH_8U, 1);
   const ImagePtr distances = makeImage(size, IPL_DEPTH_32F, 1);
   for (int row = 0; row < size.height; ++row) {
@@ -100,11 +100,11 @@ ScorePyramid pyramidOf(const IplImage& cells, float threshold, float cutOff) {
     }
   }
   chamferDistances(*picture, *distances);
-  return ScorePyramid({imageRow<float>(*distances, 0),
-                       distances->widthStep / static_cast<std::ptrdiff_t>(sizeof(float)),
-                       size.width, size.height, static_cast<std::int32_t>(part.left),
-                       static_cast<std::int32_t>(part.top)},
-                      cutOff);
+  return ScorePyramid(
+      {imageRow<float>(*distances, 0),
+       distances->widthStep / static_cast<std::ptrdiff_t>(sizeof(float)), size.width, size.height,
+       static_cast<std::int32_t>(part.left), static_cast<std::int32_t>(part.top)},
+      cutOff);
 }
 
 ScorePyramid pyramidOf(const DistanceSquare& square, float cutOff) {

@@ -5,14 +5,14 @@
 //   std::int64_t sum = levels.of(a) + levels.of(b) + ...;      // of n points
 //   levels.sumUpTo(sum, n) >= a + b + ...                      // added up in float, in any order
 //
-// Why that holds. Let a_1 ... a_n be what the points add, none of them negative, q_i their levels, Q
-// the sum of these, and u one level. Then a_i <= q_i * u, and the true sum is at most Q * u. The
+// Why that holds. Let a_1 ... a_n be what the points add, none of them negative, q_i their levels,
+// Q the sum of these, and u one level. Then a_i <= q_i * u, and the true sum is at most Q * u. The
 // float sum starts at 0, and each addition rounds to nearest: fl(s + a) <= (s + a) * (1 + 2^-24);
-// among the denormals sums are exact. All is positive, so the factors multiply, and the float sum is
-// at most Q * u * (1 + 2^-24)^n, in whatever order; and (1 + x)^n <= exp(n * x). The product is made
-// in double. It rounds some six times, each within 2^-52, and u as well as the levels are rounded
-// in double before; the factor 1 + 10^-12 is above all of that together. In the end it is rounded up
-// to a float.
+// among the denormals sums are exact. All is positive, so the factors multiply, and the float sum
+// is at most Q * u * (1 + 2^-24)^n, in whatever order; and (1 + x)^n <= exp(n * x). The product is
+// made in double. It rounds some six times, each within 2^-52, and u as well as the levels are
+// rounded in double before; the factor 1 + 10^-12 is above all of that together. In the end it is
+// rounded up to a float.
 #pragma once
 
 #include <algorithm>
@@ -30,7 +30,8 @@ class ScoreLevels {
   // Where the most is infinite, whatever adds something is of the highest level, and nothing is
   // known of sums but that those of level 0 are 0.
   explicit ScoreLevels(float most)
-      : unit_(static_cast<double>(most) / kHighest), perUnit_(kHighest / static_cast<double>(most)) {}
+      : unit_(static_cast<double>(most) / kHighest),
+        perUnit_(kHighest / static_cast<double>(most)) {}
 
   // Of at most the most; 0 only where nothing is added.
   std::uint8_t of(float addend) const {

@@ -9,7 +9,7 @@
 namespace Brin {
 namespace {
 
-constexpr std::size_t kChunk = 32;     // points between two looks at whether a bound is needed still
+constexpr std::size_t kChunk = 32;  // points between two looks at whether a bound is needed still
 constexpr float kFar = 1073741824.0f;  // 2^30 pixels, beyond any picture
 
 // The offset in pixels of a turned point's coordinate seen from a place, a half added.
@@ -68,8 +68,8 @@ struct SixteenSums {
   EightShorts high{};
 
   void add(SixteenBytes bytes) {
-    low += __builtin_convertvector(
-        __builtin_shufflevector(bytes, bytes, 0, 1, 2, 3, 4, 5, 6, 7), EightShorts);
+    low += __builtin_convertvector(__builtin_shufflevector(bytes, bytes, 0, 1, 2, 3, 4, 5, 6, 7),
+                                   EightShorts);
     high += __builtin_convertvector(
         __builtin_shufflevector(bytes, bytes, 8, 9, 10, 11, 12, 13, 14, 15), EightShorts);
   }
@@ -160,7 +160,8 @@ bool ScorePyramid::addBounds(const SixteenBlocks& blocks, const std::vector<Pixe
         sums.add(table.sixteenAt(row, col));
       }
     }
-    const std::int64_t left = static_cast<std::int64_t>(points.size() - end) * ScoreLevels::kHighest;
+    const std::int64_t left =
+        static_cast<std::int64_t>(points.size() - end) * ScoreLevels::kHighest;
     if (sums.addTo(bounds) + left < needed) return false;
   }
   return true;
@@ -178,8 +179,8 @@ std::int64_t ScorePyramid::boundOver(int level, const TurnedPoints& points, cons
           bound + static_cast<std::int64_t>(points.count - i) * ScoreLevels::kHighest;
       if (most < needed) return most;
     }
-    const Span cols = spanOf(offsetOf(points.x[i], box.lowX, inv),
-                             offsetOf(points.x[i], box.highX, inv), left_);
+    const Span cols =
+        spanOf(offsetOf(points.x[i], box.lowX, inv), offsetOf(points.x[i], box.highX, inv), left_);
     const Span rows =
         spanOf(offsetOf(points.y[i], box.lowY, inv), offsetOf(points.y[i], box.highY, inv), top_);
     bound += levelOver(table, cols, rows);

@@ -5,14 +5,15 @@
 //   const std::int64_t bound = pyramid.boundOver(3, turned, box, inv, 0);
 //   pyramid.levels().sumUpTo(bound, points.size()) >= sum          // if box holds place
 //
-// What a pixel adds is counted in levels (score_levels.hpp), a byte each. Table l holds the maxima of
-// these bytes over windows of 2^l x 2^l pixels, for every place of the window (window_maxima.hpp);
-// outside the picture a pixel adds nothing. The levels of windows that hold the pixels of all points
-// add up to a bound of the score.
+// What a pixel adds is counted in levels (score_levels.hpp), a byte each. Table l holds the maxima
+// of these bytes over windows of 2^l x 2^l pixels, for every place of the window
+// (window_maxima.hpp); outside the picture a pixel adds nothing. The levels of windows that hold
+// the pixels of all points add up to a bound of the score.
 //
-// Indices. scanScore cuts offsets towards zero, so that its pixel 0 is two pixels wide. Here columns
-// and rows are told apart by an index that is the floor of the offset (one less for a negative
-// whole number): pixel 0 has the indices -1 and 0, pixels before it one less than their own.
+// Indices. scanScore cuts offsets towards zero, so that its pixel 0 is two pixels wide. Here
+// columns and rows are told apart by an index that is the floor of the offset (one less for a
+// negative whole number): pixel 0 has the indices -1 and 0, pixels before it one less than their
+// own.
 //
 // Why the window holds the pixel. For one heading, a point's pixel is a chain of float operations,
 // monotone in the pose's x, or y, each: adding the turned point's coordinate, scaling, adding a
@@ -107,7 +108,8 @@ class ScorePyramid {
 
   // A bound, in levels, of the sums at all places in the box, by table `level`, or the last one
   // there is. It is best where the places move no point by more pixels than the table's windows
-  // have, and right anyway. Once it is sure to stay below `needed`, any bound below that comes back.
+  // have, and right anyway. Once it is sure to stay below `needed`, any bound below that comes
+  // back.
   std::int64_t boundOver(int level, const TurnedPoints& points, const PlaceBox& box, float inv,
                          std::int64_t needed) const;
 

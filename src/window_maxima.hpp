@@ -111,7 +111,8 @@ inline WindowMaxima WindowMaxima::doubled() const {
   WindowMaxima wider(level_ + 1, width_, height_);
   constexpr std::int32_t kShift = 4;
   const std::vector<std::uint8_t> nothing(static_cast<std::size_t>(columns_) + 2 * kBytesAtOnce);
-  std::vector<std::uint8_t> greatest(2 * static_cast<std::size_t>(wider.columns_) + 4 * kBytesAtOnce);
+  std::vector<std::uint8_t> greatest(2 * static_cast<std::size_t>(wider.columns_) +
+                                     4 * kBytesAtOnce);
   const auto rowAt = [&](std::size_t plane, std::int32_t row) {
     if (row < 0 || row >= rows_) return nothing.data();
     return &bytes_[plane * planeSize() +
@@ -144,8 +145,8 @@ inline void WindowMaxima::takeGreatest(const std::uint8_t* above, const std::uin
 // Takes one row of a plane of the level before: its even bytes are a row of one of the four planes
 // that it becomes, the odd ones of another. Rows go upwards, since the last sixteen bytes run into
 // the next one.
-inline void WindowMaxima::takeRow(const std::uint8_t* bytes, std::size_t planeRow, std::size_t planeCol,
-                           std::int32_t row) {
+inline void WindowMaxima::takeRow(const std::uint8_t* bytes, std::size_t planeRow,
+                                  std::size_t planeCol, std::int32_t row) {
   const std::size_t half = std::size_t{1} << (level_ - 1);
   const std::size_t plane = ((planeRow + (row % 2 == 0 ? 0 : half)) << level_) + planeCol;
   std::uint8_t* even = &bytes_[plane * planeSize() + static_cast<std::size_t>(row / 2) *
@@ -154,10 +155,10 @@ inline void WindowMaxima::takeRow(const std::uint8_t* bytes, std::size_t planeRo
   for (std::int32_t i = 0; i < columns_; i += kBytesAtOnce) {
     const auto a = load<SixteenBytes>(bytes + 2 * i);
     const auto b = load<SixteenBytes>(bytes + 2 * i + kBytesAtOnce);
-    store(even + i, __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26,
-                                            28, 30));
-    store(odd + i, __builtin_shufflevector(a, b, 1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27,
-                                           29, 31));
+    store(even + i,
+          __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30));
+    store(odd + i,
+          __builtin_shufflevector(a, b, 1, 3, 5, 7, 9, 11, 13, 15, 17, 19, 21, 23, 25, 27, 29, 31));
   }
 }
 

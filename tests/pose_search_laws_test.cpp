@@ -117,9 +117,11 @@ TEST(PoseSearchLaws, onMapsItFindsWhatTryingAllFinds) {
     const OccupancyMap map = someMap(random);
     const float resolution = map.params.resolution;
     float maxDist = resolution * random.pick<float>({0.955f, 1.0f, 2.0f, 3.5f, 10.0f, 60.0f});
-    if (random.chance(0.03)) maxDist = random.pick<float>({0.0f, -0.0f, -1.0f, kNan, kInfinity, 1e6f, 1e30f, -kInfinity});
+    if (random.chance(0.03))
+      maxDist = random.pick<float>({0.0f, -0.0f, -1.0f, kNan, kInfinity, 1e6f, 1e30f, -kInfinity});
     const float threshold = random.pick<float>({0.3f, 0.3f, 0.6f, kNan});
-    const float reach = 0.5f * static_cast<float>(std::max(map.params.width, map.params.height)) + 3.0f;
+    const float reach =
+        0.5f * static_cast<float>(std::max(map.params.width, map.params.height)) + 3.0f;
     const Pose2D middle = map.getPoseFromPixel({map.params.width / 2, map.params.height / 2, 0.0f});
     PoseGrid grid = someGrid(random, middle, resolution, reach);
     if (random.chance(0.01)) grid.centre = random.wildPose();
@@ -172,7 +174,9 @@ TEST(PoseSearchLaws, onReferencesItFindsWhatTryingAllFinds) {
     reference.step = random.pick<int>({1, 1, 1, 2, 7, std::numeric_limits<int>::max()});
     const float resolution = std::fabs(reference.resolution);
     float maxDist = resolution * random.pick<float>({0.955f, 1.0f, 2.0f, 3.0f});
-    if (random.chance(0.05)) maxDist = random.pick<float>({0.0f, -0.0f, -0.5f * resolution, kNan, kInfinity, 1e38f, 1e-44f});
+    if (random.chance(0.05))
+      maxDist =
+          random.pick<float>({0.0f, -0.0f, -0.5f * resolution, kNan, kInfinity, 1e38f, 1e-44f});
     const float reach = 0.5f * static_cast<float>(distances->height) + 3.0f;
     PoseGrid grid = someGrid(random, {}, resolution, 0.5f * reach);
     if (random.chance(0.01)) grid.centre = random.wildPose();

@@ -89,8 +89,8 @@ TEST(PoseGrid, hasPosesByOneFormula) {
   grid.centre = {0.1f, -0.7f, 3.0f};
   grid.step = 0.1f;
   grid.turnStep = 0.3f;
-  EXPECT_TRUE(sameBits(grid.pose(3, -7, 2), {0.1f + 3.0f * 0.1f, -0.7f + -7.0f * 0.1f,
-                                             3.0f + 2.0f * 0.3f}));
+  EXPECT_TRUE(sameBits(grid.pose(3, -7, 2),
+                       {0.1f + 3.0f * 0.1f, -0.7f + -7.0f * 0.1f, 3.0f + 2.0f * 0.3f}));
 }
 
 TEST(PoseGrid, isNoneWhereItCannotBeCounted) {

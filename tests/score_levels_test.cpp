@@ -110,7 +110,8 @@ TEST(ScoreLevels, boundAnySums) {
     if (!(most > 0.0f)) continue;
     const ScoreLevels levels(most);
     std::vector<float> addends(static_cast<std::size_t>(random.between(1, 300)));
-    for (float& addend : addends) addend = random.chance(0.3) ? most : random.between(0.0f, 1.0f) * most;
+    for (float& addend : addends)
+      addend = random.chance(0.3) ? most : random.between(0.0f, 1.0f) * most;
     for (float& addend : addends) addend = std::isnan(addend) ? most : addend;
     const float sum = sumOf(addends);
     const float bound = levels.sumUpTo(levelsOf(levels, addends), addends.size());

@@ -21,6 +21,7 @@
 #include "korrin/path_planner.hpp"
 #include "korrin/path_upsample.hpp"
 #include "korrin/pathcoststats.hpp"
+#include "korrin/pose_search.hpp"
 #include "korrin/prepared_map.hpp"
 #include "korrin/range_simulation.hpp"
 #include "korrin/safepathsimplifier.hpp"

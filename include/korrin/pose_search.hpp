@@ -3,8 +3,8 @@
 //
 //   const Brin::PoseSearch search(map, 0.45f, 0.3f);                  // once for a map
 //   const auto everywhere = Brin::PoseGrid::around(map, 0.05f, 0.0175f);
-//   const auto found = search.best(points, everywhere, 2, 1.0f);      // and the next best elsewhere
-//   if (!found.empty()) robotStandsAt(found[0].pose, found[0].score);
+//   const auto found = search.best(points, everywhere, 2, 1.0f);      // and the next best
+//   elsewhere if (!found.empty()) robotStandsAt(found[0].pose, found[0].score);
 //
 // The answer is the one that trying every pose gives, score, pose and ties to the last bit. What
 // saves the time is branch and bound (Olson, "Real-time correlative scan matching", 2009; Hess et
@@ -47,10 +47,10 @@ namespace Brin {
 // then y, then x, each from the lowest up.
 struct KORRIN_EXPORT PoseGrid {
   Pose2D centre;
-  float reachX = 0.5f;         // metres to either side along x
-  float reachY = 0.5f;         // and along y
-  float turn = 0.34906585f;    // radians to either side: 20 degrees
-  float step = 0.05f;          // metres
+  float reachX = 0.5f;            // metres to either side along x
+  float reachY = 0.5f;            // and along y
+  float turn = 0.34906585f;       // radians to either side: 20 degrees
+  float step = 0.05f;             // metres
   float turnStep = 0.017453293f;  // radians: one degree
 
   // The grid over a whole map and all headings: no place on the map, its outermost cells'

@@ -1,5 +1,5 @@
-// The search of pose_search.hpp, literally: the picture drawn pixel by pixel, every pose of the grid
-// scored by the literal scorer, one after the other.
+// The search of pose_search.hpp, literally: the picture drawn pixel by pixel, every pose of the
+// grid scored by the literal scorer, one after the other.
 #pragma once
 
 #include <opencv2/core/core_c.h>
@@ -103,8 +103,7 @@ class PoseSearch {
     return all;
   }
 
-  static bool isElsewhere(const Brin::Pose2D& q, const Brin::Pose2D& p, float apart,
-                          float turned) {
+  static bool isElsewhere(const Brin::Pose2D& q, const Brin::Pose2D& p, float apart, float turned) {
     const float dx = q.x - p.x;
     const float dy = q.y - p.y;
     return std::sqrt(dx * dx + dy * dy) >= apart ||

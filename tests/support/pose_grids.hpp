@@ -12,7 +12,8 @@ namespace korrin_test {
 
 // Steps in pixels: whole ones, powers of two or not, and parts of one.
 inline float someStep(RandomInputs& random, float resolution) {
-  return resolution * random.pick<float>({1.0f, 1.0f, 1.0f, 2.0f, 4.0f, 0.5f, 0.25f, 3.0f, 0.7f, 8.0f});
+  return resolution *
+         random.pick<float>({1.0f, 1.0f, 1.0f, 2.0f, 4.0f, 0.5f, 0.25f, 3.0f, 0.7f, 8.0f});
 }
 
 // Mostly long along one axis, so that blocks of every size occur. `middle`: of the picture;
