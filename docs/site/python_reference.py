@@ -155,8 +155,8 @@ def main(xml_directory, out):
         lines = [f"What is said [of C++](../cpp/{stem}.md) holds here; this is what Python adds, with an "
                  "example of every name.", ""]
         if not names:
-            lines = [f"Python has nothing of its own here; [the C++ page](../cpp/{stem}.md) tells what "
-                     "is raised as which exception.", ""]
+            lines = [f"The module has no names of its own for this; what it is about is told "
+                     f"[on the C++ page](../cpp/{stem}.md).", ""]
         for name in names:
             lines += entry(name, mains.get(squeezed(name)))
         write_page(directory / f"{stem}.md", f"{cpp} in Python", lines)

@@ -79,7 +79,7 @@ struct KORRIN_EXPORT PlannerSettings {
 
 // How a request ended.
 enum class PlanOutcome : std::int32_t {
-  Found = 0,
+  Found = 0,         // there is a path
   StartBlocked = 1,  // Plan::blocked tells why
   GoalBlocked = 2,   // the start is free; Plan::blocked tells why the goal is not
   NoPath = 3         // both are free, and no way leads from one to the other
@@ -101,8 +101,8 @@ struct KORRIN_EXPORT BlockedEnd {
   Pose2Di cell;            // of grownMap(); for a wild pose what getPixelFromPose makes of it
   float value = 0.0f;      // of that cell in grownMap(); -1 outside
   float threshold = 0.0f;  // the planner's
-  BlockedReason reason = BlockedReason::None;
-  bool hasNearestFree = false;
+  BlockedReason reason = BlockedReason::None;  // why it is blocked
+  bool hasNearestFree = false;                 // whether nearestFree is one
   // The centre of the nearest free cell of grownMap(), by the distance of cells' centres, of
   // equally near ones that in the lowest row, and in that row the lowest column; the heading is the
   // grid's. There is one when a free cell lies at most 256 cells away.
@@ -111,7 +111,7 @@ struct KORRIN_EXPORT BlockedEnd {
 
 // What came of a request. Poses are world poses, lengths metres.
 struct KORRIN_EXPORT Plan {
-  PlanOutcome outcome = PlanOutcome::NoPath;
+  PlanOutcome outcome = PlanOutcome::NoPath;  // how it ended
   std::vector<Pose2D> path;       // cells' centres from start to goal; empty unless Found
   std::vector<Pose2D> waypoints;  // few poses, joined by straight lines that are clear
   float cost = 0.0f;              // of the path, as step 4 of OccMapPathFinder counts it

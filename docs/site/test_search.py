@@ -1,0 +1,143 @@
+#!/usr/bin/env python3
+"""Types what newcomers type into the search of the built site, in a browser, and fails where no page
+that answers is among the first five results.
+
+    docs/site/test_search.py build/docs/html
+"""
+
+import pathlib
+import shutil
+import sys
+import tempfile
+import time
+
+from selenium import webdriver
+from selenium.webdriver.chrome.service import Service
+from selenium.webdriver.common.by import By
+
+# What is typed, and the pages of which one must be among the first five.
+ANSWERS = {
+    "python": ["python"],
+    "load": ["families/files"],
+    "load map": ["families/files"],
+    "save": ["families/files"],
+    "yaml": ["families/files"],
+    "pgm": ["families/files"],
+    "inflate": ["tasks/robot_radius", "families/obstacles"],
+    "inflation": ["tasks/robot_radius", "families/obstacles"],
+    "costmap": ["limits", "coming_from", "families/obstacles"],
+    "radius": ["tasks/robot_radius"],
+    "footprint": ["tasks/robot_radius", "limits"],
+    "unknown": ["concepts"],
+    "install": ["install"],
+    "apt": ["install"],
+    "pip": ["install"],
+    "cmake": ["install"],
+    "find_package": ["install"],
+    "opencv": ["install"],
+    "compute_path": ["reference/python/occmap_path_finder", "families/planning"],
+    "computePath": ["reference/cpp/occmap_path_finder", "families/planning"],
+    "dijkstra": ["families/planning"],
+    "astar": ["families/planning"],
+    "path": ["families/planning", "tasks/robot_radius"],
+    "planner": ["families/planning", "tasks/robot_radius"],
+    "waypoints": ["families/paths"],
+    "smooth": ["families/paths", "tasks/keep_off_walls"],
+    "wall": ["tasks/keep_off_walls"],
+    "stuck": ["tasks/occupied_start"],
+    "start is not free": ["tasks/occupied_start"],
+    "threads": ["recipes/threads"],
+    "mutex": ["recipes/threads"],
+    "leak": ["reliability"],
+    "crash": ["reliability"],
+    "tests": ["reliability"],
+    "nan": ["recipes/ranges"],
+    "infinity": ["recipes/ranges"],
+    "ros": ["limits", "coming_from"],
+    "amcl": ["limits", "coming_from"],
+    "slam": ["limits", "coming_from"],
+    "3d": ["limits"],
+    "gpu": ["limits"],
+    "kinematics": ["limits"],
+    "frontier": ["families/map_queries", "tasks/occupied_start", "coming_from"],
+    "explore": ["families/map_queries", "tasks/occupied_start"],
+    "likelihood": ["families/matching", "tasks/compare_scans"],
+    "icp": ["tasks/compare_scans", "families/matching"],
+    "lidar": ["tasks/map_from_my_log", "families/map_building"],
+    "log": ["tasks/map_from_my_log", "families/files", "recipes/logging"],
+    "logging": ["recipes/logging"],
+    "error": ["recipes/logging", "reference/cpp/file_error"],
+    "frame": ["concepts"],
+    "origin": ["recipes/rotated_origin", "concepts"],
+    "units": ["concepts"],
+    "raycast": ["families/map_building"],
+    "simulate": ["families/map_building"],
+    "door": ["families/holes"],
+    "plot": ["tasks/draw", "reference/python/plot"],
+    "png": ["tasks/draw", "families/files"],
+    "speed": ["benchmarks"],
+    "benchmark": ["benchmarks"],
+    "memory": ["reliability", "benchmarks"],
+    "numpy": ["python"],
+    "example": ["start"],
+    "tutorial": ["tutorials/plan_on_your_map", "start"],
+    "license": ["index"],
+    "changelog": ["changelog"],
+    "version": ["changelog", "contributing"],
+    "command line": ["program"],
+    "OccupancyMap": ["reference/cpp/occupancy_map", "reference/python/occupancy_map"],
+    "findScanHoles": ["reference/cpp/scan_holes"],
+}
+FIRST = 5
+FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
+         "--disable-background-networking", "--disable-component-update", "--disable-sync",
+         "--disable-dev-shm-usage", "--window-size=1280,900"]
+
+
+def browser(profile):
+    options = webdriver.ChromeOptions()
+    for flag in [*FLAGS, f"--user-data-dir={profile}"]:
+        options.add_argument(flag)
+    options.binary_location = shutil.which("chromium")
+    return webdriver.Chrome(service=Service(shutil.which("chromedriver")), options=options)
+
+
+def results(driver, site, words):
+    """The pages found for what is typed into the search of the first page, in order."""
+    driver.get((site / "index.html").as_uri())
+    field = driver.find_element(By.CSS_SELECTOR, "input[name=q]")
+    field.send_keys(words)
+    field.submit()
+    deadline = time.monotonic() + 30
+    while time.monotonic() < deadline:
+        done = driver.execute_script(
+            "const status = document.querySelector('#search-results p.search-summary');"
+            "return !!status && !!status.textContent && !/Searching|Preparing/.test("
+            "document.querySelector('#search-results').firstElementChild.textContent)")
+        if done:
+            break
+        time.sleep(0.02)
+    links = driver.execute_script("return Array.from(document.querySelectorAll('#search-results ul.search > li'"
+                                  "), (item) => item.querySelector('a').href)")
+    prefix = site.as_uri() + "/"
+    return [link.removeprefix(prefix).split(".html")[0] for link in links]
+
+
+def main(site):
+    faults = []
+    with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as profile:
+        driver = browser(profile)
+        try:
+            for words, wanted in ANSWERS.items():
+                found = results(driver, site, words)[:FIRST]
+                if not set(wanted) & set(found):
+                    faults.append(f"{words!r} finds {', '.join(found) or 'nothing'}; "
+                                  f"the answer is in {' or '.join(wanted)}")
+        finally:
+            driver.quit()
+    print("\n".join(faults) or f"{len(ANSWERS)} searches are answered by the first {FIRST} results")
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(pathlib.Path(sys.argv[1]).resolve()))
