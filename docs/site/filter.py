@@ -83,6 +83,19 @@ def trailing(line):
     return f"{match.group(1)}  ///< {match.group(2)}" if match else line
 
 
+def join_continued(lines):
+    """Remarks behind declarations that go on below, in the same column, as one line each."""
+    out = []
+    for line in lines:
+        goes_on = re.fullmatch(r"(\s+)// (.*)", line)
+        behind = BEHIND.fullmatch(out[-1]) if out else None
+        if goes_on and behind and behind.start(2) - len("// ") == len(goes_on.group(1)):
+            out[-1] += " " + goes_on.group(2)
+        else:
+            out.append(line)
+    return out
+
+
 def convert(lines):
     out, at, in_section = [], 0, False
     is_comment = lambda line: COMMENT.fullmatch(line) is not None
@@ -113,4 +126,4 @@ def convert(lines):
 
 if __name__ == "__main__":
     with open(sys.argv[1], encoding="utf-8") as header:
-        print("\n".join(convert(header.read().split("\n"))))
+        print("\n".join(convert(join_continued(header.read().split("\n")))))

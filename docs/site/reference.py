@@ -22,6 +22,8 @@ PROJECT = pathlib.Path(__file__).resolve().parents[2]
 HEADERS = PROJECT / "include" / "korrin"
 NO_PAGE = {"core/export.hpp", "korrin.hpp", "io/io.hpp"}
 STEPS = "Steps and state"
+# Main calls with which the short use does not end.
+MAIN_CALLS = {"OccupancyMapper": "updateMap", "PreparedMap": "occMapSimulateScan"}
 ENDS_WITH_STEPS = ("the steps of", "what works below")
 
 
@@ -136,6 +138,9 @@ def main_call(use, compound):
     """The member of the class that the short use ends with."""
     names = {name_of(member) for member in compound.iter("memberdef")
              if member.get("kind") == "function"}
+    name = compound.findtext("compoundname").rpartition("::")[2]
+    if MAIN_CALLS.get(name) in names:
+        return MAIN_CALLS[name]
     called = [name for name in re.findall(r"(?:\.|->|::)(\w+)\(", use) if name in names]
     return called[-1] if called else None
 

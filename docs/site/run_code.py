@@ -27,9 +27,9 @@ PYTHON = "/usr/bin/python3"
 # Commands that install, build or test the project itself: who runs them, and what must stand there.
 # A script of ours must be there and know the options it is given, which is checked for all of them.
 COVERED = [
-    (r"cmake --preset install && cmake --build --preset install && sudo cmake --install build/install",
-     "tests/stranger/run.sh", "--preset install"),
-    (r"sudo ldconfig", "packaging/triggers", "ldconfig"),
+    (r"cmake --preset install", "tests/stranger/run.sh", "--preset install"),
+    (r"cmake --build --preset install", "tests/stranger/run.sh", "cmake --build"),
+    (r"sudo cmake --install build/install && sudo ldconfig", "tests/stranger/run.sh", "cmake --install"),
     (r"python3 -m venv (--system-site-packages )?~/korrin-venv( && ~/korrin-venv/bin/pip install \.)?",
      "scripts/test-pip", "-m venv"),
     (r"~/korrin-venv/bin/pip install --no-build-isolation --no-index \.",

@@ -37,7 +37,7 @@ enum class MapMode : std::int32_t { Trinary = 0, Scale = 1, Raw = 2 };
 struct MapFileFormat {
   std::string image;  // the picture's file, relative to the YAML file; when empty, the writer
                       // takes the YAML file's name with .pgm (trinary, raw) or .png (scale)
-  MapMode mode = MapMode::Trinary;
+  MapMode mode = MapMode::Trinary;  // what the brightness of a pixel means
   bool negate = false;              // bright pixels are occupied ones
   double occupiedThreshold = 0.65;  // an occupied probability above is 1; from 0 to 1
   double freeThreshold = 0.196;     // one below is 0; below occupiedThreshold
