@@ -102,25 +102,32 @@ def browser(profile):
     return webdriver.Chrome(service=Service(shutil.which("chromedriver")), options=options)
 
 
+# Whether the page at hand is the one of the results for what was typed, and is complete.
+IS_DONE = """
+const title = document.querySelector('#search-results > h2');
+const summary = document.querySelector('#search-results > p.search-summary');
+return new URLSearchParams(location.search).get('q') === arguments[0] && !!summary &&
+    !!summary.textContent && !!title && title.textContent === 'Search Results';
+"""
+LINKS = """
+return Array.from(document.querySelectorAll('#search-results ul.search > li'),
+                  (item) => item.querySelector('a').href);
+"""
+
+
 def results(driver, site, words):
-    """The pages found for what is typed into the search of the first page, in order."""
-    driver.get((site / "index.html").as_uri())
+    """The pages found for what is typed into the search of the page at hand, in order."""
     field = driver.find_element(By.CSS_SELECTOR, "input[name=q]")
+    field.clear()
     field.send_keys(words)
     field.submit()
-    deadline = time.monotonic() + 30
-    while time.monotonic() < deadline:
-        done = driver.execute_script(
-            "const status = document.querySelector('#search-results p.search-summary');"
-            "return !!status && !!status.textContent && !/Searching|Preparing/.test("
-            "document.querySelector('#search-results').firstElementChild.textContent)")
-        if done:
-            break
+    deadline = time.monotonic() + 60
+    while not driver.execute_script(IS_DONE, words):
+        if time.monotonic() > deadline:
+            raise SystemExit(f"the search for {words!r} does not end")
         time.sleep(0.02)
-    links = driver.execute_script("return Array.from(document.querySelectorAll('#search-results ul.search > li'"
-                                  "), (item) => item.querySelector('a').href)")
     prefix = site.as_uri() + "/"
-    return [link.removeprefix(prefix).split(".html")[0] for link in links]
+    return [link.removeprefix(prefix).split(".html")[0] for link in driver.execute_script(LINKS)]
 
 
 def main(site):
@@ -128,6 +135,7 @@ def main(site):
     with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as profile:
         driver = browser(profile)
         try:
+            driver.get((site / "index.html").as_uri())
             for words, wanted in ANSWERS.items():
                 found = results(driver, site, words)[:FIRST]
                 if not set(wanted) & set(found):
