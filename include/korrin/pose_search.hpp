@@ -3,8 +3,8 @@
 //
 //   const Brin::PoseSearch search(map, 0.45f, 0.3f);                  // once for a map
 //   const auto everywhere = Brin::PoseGrid::around(map, 0.05f, 0.0175f);
-//   const auto found = search.best(points, everywhere, 2, 1.0f);      // and the next best
-//   elsewhere if (!found.empty()) robotStandsAt(found[0].pose, found[0].score);
+//   const auto found = search.best(points, everywhere, 2, 1.0f);      // and the best elsewhere
+//   if (!found.empty()) robotStandsAt(found[0].pose, found[0].score);
 //
 // The answer is the one that trying every pose gives, score, pose and ties to the last bit. What
 // saves the time is branch and bound (Olson, "Real-time correlative scan matching", 2009; Hess et
@@ -46,7 +46,7 @@ namespace Brin {
 // i goes from -shiftsX() to shiftsX(), j and k likewise. The order of the grid: heading slowest,
 // then y, then x, each from the lowest up.
 struct KORRIN_EXPORT PoseGrid {
-  Pose2D centre;
+  Pose2D centre;                  // the middle of the grid
   float reachX = 0.5f;            // metres to either side along x
   float reachY = 0.5f;            // and along y
   float turn = 0.34906585f;       // radians to either side: 20 degrees
@@ -76,8 +76,8 @@ struct KORRIN_EXPORT PoseGrid {
 
 // A pose and how well the scan fits there, as scanScore says: 1 is a perfect fit.
 struct ScoredPose {
-  Pose2D pose;
-  float score = 0.0f;
+  Pose2D pose;         // of the grid
+  float score = 0.0f;  // what scanScore gives there
 };
 
 struct SearchTables;
@@ -106,6 +106,7 @@ class KORRIN_EXPORT PoseSearch {
   // the reference's step. Before its build it is OpenCV's error.
   PoseSearch(const ScanDistMap& reference, float maxDist);
 
+  // Copies share the tables, which nothing changes.
   PoseSearch(const PoseSearch&);
   PoseSearch& operator=(const PoseSearch&);
   ~PoseSearch();

@@ -53,6 +53,8 @@ template <typename... Given>
 void driveTo(const Given&...) {}
 template <typename... Given>
 void backOffFrom(const Given&...) {}
+template <typename... Given>
+void robotStandsAt(const Given&...) {}
 inline void slowDown() {}
 
 // The files that are read.
