@@ -20,10 +20,10 @@ namespace korrin_test {
 namespace {
 
 using Brin::OccupancyMap;
+using Brin::PathPlanner;
 using Brin::Pose2D;
 using Brin::Pose2Di;
 using korrin_tool::Plan;
-using korrin_tool::PlanSettings;
 
 constexpr const char* kMapDirectory = "../shared/data/maps";
 constexpr int kPlansPerMap = 5;
@@ -117,7 +117,8 @@ class RealMaps : public ::testing::Test {
     EXPECT_TRUE(before.x == start.x && before.y == start.y);
     for (std::size_t i = 0; i < path.size(); ++i) {
       const Pose2Di cell = map.getPixelFromPose(path[i]);
-      ASSERT_GE(map.getCell(cell.x, cell.y), settings_.threshold) << "cell " << i << " is blocked";
+      ASSERT_GE(map.getCell(cell.x, cell.y), settings_.obstacleThreshold)
+          << "cell " << i << " is blocked";
       if (i > 0) {
         ASSERT_EQ(std::max(std::abs(cell.x - before.x), std::abs(cell.y - before.y)), 1)
             << "cell " << i << " is not next to the one before";
@@ -135,7 +136,7 @@ class RealMaps : public ::testing::Test {
       const int steps = std::max(std::abs(to.x - from.x), std::abs(to.y - from.y));
       for (int step = 0; step <= steps && steps > 0; ++step) {
         const Pose2Di cell = cellAlong(from, to, step);
-        ASSERT_GE(map.getCell(cell.x, cell.y), settings_.threshold)
+        ASSERT_GE(map.getCell(cell.x, cell.y), settings_.obstacleThreshold)
             << "the leg from waypoint " << i << " is blocked at " << cell.x << ", " << cell.y;
       }
     }
@@ -159,12 +160,13 @@ class RealMaps : public ::testing::Test {
     return cell;
   }
 
-  void planBetween(const OccupancyMap& map, const Regions& regions, const Pose2Di& start,
+  void planBetween(const PathPlanner& planner, const Regions& regions, const Pose2Di& start,
                    const Pose2Di& goal) {
+    const OccupancyMap& map = planner.grownMap();
     const bool connected = regions.of(start) == regions.of(goal);
     try {
-      const Plan plan = korrin_tool::planPath(map, map.getPoseFromPixel(start),
-                                              map.getPoseFromPixel(goal), settings_);
+      const Plan plan =
+          korrin_tool::planPath(planner, map.getPoseFromPixel(start), map.getPoseFromPixel(goal));
       EXPECT_TRUE(connected) << "a plan where there is no way";
       EXPECT_EQ(plan.blockedCells, 0);
       checkPath(map, start, goal, plan.path);
@@ -176,38 +178,40 @@ class RealMaps : public ::testing::Test {
     }
   }
 
-  void planOn(const OccupancyMap& map) {
-    const Regions regions(map, settings_.threshold);
+  void planOn(const PathPlanner& planner) {
+    const OccupancyMap& map = planner.grownMap();
+    const Regions regions(map, settings_.obstacleThreshold);
     const int plansBefore = plans_;
     for (int i = 0; i < kPlansPerMap; ++i) {
-      planBetween(map, regions, anyFreeCell(map), anyFreeCell(map));
+      planBetween(planner, regions, anyFreeCell(map), anyFreeCell(map));
     }
     EXPECT_GT(plans_, plansBefore) << "not one plan on this map";
     const Pose2Di start = anyFreeCell(map);
-    planBetween(map, regions, start, cellElsewhere(map, regions, regions.of(start)));
+    planBetween(planner, regions, start, cellElsewhere(map, regions, regions.of(start)));
   }
 
   void planOnAllMaps() {
     for (const NamedMap& named : mapsToPlanOn()) {
       SCOPED_TRACE(named.name);
-      planOn(korrin_tool::growObstacles(named.map, settings_));
+      planOn(PathPlanner(named.map, settings_));
     }
     std::cout << plans_ << " plans checked, " << refusals_ << " rightly refused\n";
   }
 
   RandomInputs random_{20261121};
-  PlanSettings settings_;
+  Brin::PlannerSettings settings_;
   int plans_ = 0;
   int refusals_ = 0;
 };
 
-TEST_F(RealMaps, PlansAreRightOnMapsAsTheyAre) { planOnAllMaps(); }
+TEST_F(RealMaps, PlansAreRightOnMapsAsTheyAre) {
+  settings_.unknownIsFree = true;
+  planOnAllMaps();
+}
 
-TEST_F(RealMaps, PlansAreRightWithObstaclesGrownAndOnlyExploredCells) {
-  settings_.exploredOnly = true;
-  settings_.dilation = Brin::ObstacleDilater::DILATE_LINEAR;
-  settings_.radius = 0.15f;
-  settings_.fade = 0.5f;
+TEST_F(RealMaps, PlansAreRightForARobotWithARadiusOnExploredCells) {
+  settings_.robotRadius = 0.15f;
+  settings_.fadeDistance = 0.35f;
   planOnAllMaps();
 }
 
@@ -218,8 +222,9 @@ TEST_F(RealMaps, RoomBehindAClosedDoorIsRefused) {
   const Pose2Di from = map.getPixelFromPose({21.8f, 6.9f, 0.0f});
   const Pose2Di to = map.getPixelFromPose({23.0f, 6.9f, 0.0f});
   for (int x = from.x; x <= to.x; ++x) map.setCell(x, from.y, 0.0f);
-  planBetween(map, Regions(map, settings_.threshold), map.getPixelFromPose(floor.entrance),
-              map.getPixelFromPose(floor.farRoom));
+  const PathPlanner planner(map, settings_);
+  planBetween(planner, Regions(planner.grownMap(), settings_.obstacleThreshold),
+              map.getPixelFromPose(floor.entrance), map.getPixelFromPose(floor.farRoom));
   EXPECT_EQ(refusals_, 1);
 }
 

@@ -1,14 +1,10 @@
 #include "tools/planning.hpp"
 
-#include <opencv2/imgproc/imgproc_c.h>
-
 #include <cmath>
 #include <string>
 
-#include "korrin/map_image_utils.hpp"
-#include "korrin/occupancymap_utils.hpp"
+#include "korrin/occmap_path_finder.hpp"
 #include "korrin/path_upsample.hpp"
-#include "korrin/safepathsimplifier.hpp"
 #include "tools/format.hpp"
 #include "tools/log_collector.hpp"
 #include "tools/negative_answer.hpp"
@@ -17,49 +13,70 @@
 namespace korrin_tool {
 namespace {
 
-using Brin::OccMapPathFinder;
+using Brin::BlockedEnd;
+using Brin::BlockedReason;
 using Brin::OccupancyMap;
+using Brin::PathPlanner;
+using Brin::PlanOutcome;
 using Brin::Pose2D;
 using Brin::Pose2Di;
-
-// `pose`, or, if it is not free and may be moved, the nearest free cell's.
-Pose2D snapped(const OccupancyMap& map, const Pose2D& pose, const PlanSettings& settings) {
-  const Pose2Di cell = map.getPixelFromPose(pose);
-  const bool isFree =
-      map.isInside(cell.x, cell.y) && !(settings.threshold > map.getCell(cell.x, cell.y));
-  Pose2Di freeCell;
-  if (isFree || !settings.snapDistance ||
-      !Brin::findFirstFreeCell(map, cell, freeCell, settings.threshold)) {
-    return pose;
-  }
-  Pose2D moved = map.getPoseFromPixel({freeCell.x, freeCell.y, 0.0f});
-  moved.theta = pose.theta;
-  const float distance = Brin::computeNorm(Brin::Point2D(moved.x - pose.x, moved.y - pose.y));
-  return distance <= *settings.snapDistance ? moved : pose;
-}
 
 float distanceBetween(const Pose2D& a, const Pose2D& b) {
   return Brin::computeNorm(Brin::Point2D(b.x - a.x, b.y - a.y));
 }
 
-// What the library said, with the point and the cell value it was about.
-std::string failureText(const std::string& message, const OccupancyMap& map, const Plan& plan,
-                        const PlanSettings& settings) {
-  std::string text =
-      "no plan from " + formatPoint(plan.start) + " to " + formatPoint(plan.goal) + ": " + message;
-  const bool startAtFault = message == "Start is not free.";
-  if (!startAtFault && message != "End is not free.") return text;
-  const Pose2Di cell = map.getPixelFromPose(startAtFault ? plan.start : plan.goal);
-  if (!map.isInside(cell.x, cell.y)) return text + " It lies outside the map.";
-  return text + " Its cell holds " + formatNumber(map.getCell(cell.x, cell.y), 2) +
-         ", free is from " + formatNumber(settings.threshold, 2) + ".";
+// Between cells, so that the heading of the start counts.
+Brin::Plan ask(const PathPlanner& planner, const Plan& plan) {
+  const OccupancyMap& searched = planner.grownMap();
+  return planner.plan(searched.getPixelFromPose(plan.start), searched.getPixelFromPose(plan.goal));
 }
 
-void configure(OccMapPathFinder& finder, const PlanSettings& settings) {
-  finder.setNeighborhoodType(settings.neighborhood);
-  finder.setObstacleThreshold(settings.threshold);
-  finder.setCoarseFactor(settings.coarseFactor);
-  finder.setHWeight(settings.weight);
+// Whether a blocked end may be moved to a free cell that near, and is.
+bool snapped(const BlockedEnd& blocked, std::optional<float> snapDistance, Pose2D& end,
+             float& moved) {
+  if (!blocked.hasNearestFree || !snapDistance) return false;
+  const float distance = distanceBetween(end, blocked.nearestFree);
+  if (!(distance <= *snapDistance)) return false;
+  end = {blocked.nearestFree.x, blocked.nearestFree.y, end.theta};
+  moved = distance;
+  return true;
+}
+
+std::string reasonText(const BlockedEnd& blocked, const Brin::PlannerSettings& settings) {
+  switch (blocked.reason) {
+    case BlockedReason::OffTheMap:
+      return "lies outside the map";
+    case BlockedReason::Obstacle:
+      return "is in an obstacle: its cell holds " + formatNumber(blocked.value, 2) +
+             ", free is from " + formatNumber(blocked.threshold, 2);
+    case BlockedReason::TooNear:
+      return "is nearer to an obstacle than the robot's radius, " +
+             formatShort(settings.robotRadius) + " m";
+    case BlockedReason::Unknown:
+      return "is in an unknown cell, which blocks unless unknown cells are free";
+    default:
+      return "is in a cell that holds no number";
+  }
+}
+
+std::string nearestText(const BlockedEnd& blocked, const Pose2D& end) {
+  if (!blocked.hasNearestFree) return "; no free cell is near";
+  return "; the nearest free cell is " +
+         formatNumber(distanceBetween(end, blocked.nearestFree), 2) + " m away, at " +
+         formatPoint(blocked.nearestFree);
+}
+
+std::string failureText(const PathPlanner& planner, const Brin::Plan& made, const Plan& plan) {
+  const std::string text =
+      "no plan from " + formatPoint(plan.start) + " to " + formatPoint(plan.goal) + ": ";
+  if (made.outcome == PlanOutcome::NoPath) {
+    return text + "no way leads from one to the other" +
+           (planner.settings().unknownIsFree ? "" : "; unknown cells block");
+  }
+  const bool isStart = made.outcome == PlanOutcome::StartBlocked;
+  return text + (isStart ? "the start " : "the goal ") +
+         reasonText(made.blocked, planner.settings()) +
+         nearestText(made.blocked, isStart ? plan.start : plan.goal);
 }
 
 // Steps of two or three cells become steps of one.
@@ -76,72 +93,63 @@ std::vector<Pose2D> withEveryCell(const OccupancyMap& map, const std::vector<Pos
   return poses;
 }
 
-int countBlocked(const OccupancyMap& map, const std::vector<Pose2D>& path, float threshold) {
+int countBlocked(const PathPlanner& planner, const std::vector<Pose2D>& path) {
+  const OccupancyMap& map = planner.fineMap();
   int blocked = 0;
   for (const Pose2D& pose : path) {
     const Pose2Di cell = map.getPixelFromPose(pose);
-    if (threshold > map.getCell(cell.x, cell.y)) ++blocked;
+    if (planner.settings().obstacleThreshold > map.getCell(cell.x, cell.y)) ++blocked;
   }
   return blocked;
 }
 
-void search(OccMapPathFinder& finder, Plan& plan, const PlanSettings& settings) {
-  const LogCollector log;
-  std::vector<Pose2D> path;
-  const Stopwatch stopwatch;
-  finder.computePath(plan.start, plan.goal, path);
-  plan.timings.plan = stopwatch.seconds();
-  if (path.empty()) {
-    throw NegativeAnswer(failureText(log.lastMessage(), finder.coarseMap, plan, settings));
-  }
-  plan.path = withEveryCell(finder.coarseMap, path);
-  plan.blockedCells = countBlocked(finder.coarseMap, plan.path, settings.threshold);
-  plan.searched = finder.coarseMap.params;
-  plan.iterations = finder.getNumIterations();
-  for (const OccMapPathFinder::Node& node : finder.closedNodes) {
-    plan.explored.push_back({node.x, node.y, 0.0f});
-  }
-}
-
-void simplify(const OccupancyMap& map, Plan& plan, const PlanSettings& settings) {
-  const LogCollector log;  // its remarks on the way are not the user's business
-  Brin::SafePathSimplifier simplifier;
-  simplifier.setInitialSamplingAccuracy(settings.samplingAccuracy);
-  simplifier.setObstacleThreshold(settings.threshold);
-  const Stopwatch stopwatch;
-  plan.waypoints = simplifier.sample(plan.path, map);
-  plan.timings.simplify = stopwatch.seconds();
-}
-
 }  // namespace
 
-OccupancyMap growObstacles(const OccupancyMap& map, const PlanSettings& settings) {
-  OccupancyMap grown = map;
-  if (settings.exploredOnly) cvThreshold(map.image, grown.image, 0.5, 0.0, CV_THRESH_TOZERO);
-  if (!settings.dilation) return grown;
-  const OccupancyMap before = grown;
-  Brin::ObstacleDilater dilater(map.params.width, map.params.height);
-  dilater.setParams(settings.radius, settings.fade);
-  dilater.dilate(grown, *settings.dilation);
-  // The dilater judges a cell by its distance to obstacles alone and calls the unknown free too.
-  cvMin(grown.image, before.image, grown.image);
-  return grown;
+Plan planPath(const PathPlanner& planner, const Pose2D& start, const Pose2D& goal,
+              std::optional<float> snapDistance) {
+  Plan plan;
+  plan.start = start;
+  plan.goal = goal;
+  const Stopwatch stopwatch;
+  Brin::Plan made = ask(planner, plan);
+  if (made.outcome == PlanOutcome::StartBlocked &&
+      snapped(made.blocked, snapDistance, plan.start, plan.startMoved)) {
+    made = ask(planner, plan);
+  }
+  if (made.outcome == PlanOutcome::GoalBlocked &&
+      snapped(made.blocked, snapDistance, plan.goal, plan.goalMoved)) {
+    made = ask(planner, plan);
+  }
+  plan.seconds = stopwatch.seconds();
+  if (made.outcome != PlanOutcome::Found) throw NegativeAnswer(failureText(planner, made, plan));
+  plan.path = withEveryCell(planner.grownMap(), made.path);
+  plan.waypoints = made.waypoints;
+  plan.length = made.length;
+  plan.cost = made.cost;
+  plan.iterations = made.iterations;
+  plan.blockedCells = countBlocked(planner, plan.path);
+  return plan;
 }
 
-Plan planPath(const OccupancyMap& map, const Pose2D& start, const Pose2D& goal,
-              const PlanSettings& settings) {
-  OccMapPathFinder finder(&map, 0.0f);
-  configure(finder, settings);
-  OccupancyMap searched(1, 1, 1.0f, true);
-  Brin::computeCoarserMap(map, searched, settings.coarseFactor);
-  Plan plan;
-  plan.start = snapped(searched, start, settings);
-  plan.goal = snapped(searched, goal, settings);
-  plan.startMoved = distanceBetween(start, plan.start);
-  plan.goalMoved = distanceBetween(goal, plan.goal);
-  search(finder, plan, settings);
-  simplify(map, plan, settings);
-  return plan;
+Search searchBehind(const PathPlanner& planner, const Plan& plan) {
+  const LogCollector log;  // its remarks on the way are not the user's business
+  const Brin::PlannerSettings& settings = planner.settings();
+  const OccupancyMap& searched = planner.grownMap();
+  Brin::OccMapPathFinder finder(&searched, 0.0f);
+  finder.setNeighborhoodType(settings.neighborhood);
+  finder.setObstacleThreshold(settings.obstacleThreshold);
+  finder.setAngleCostFactor(settings.angleCostFactor);
+  finder.setHWeight(settings.weight);
+  std::vector<Pose2Di> path;
+  finder.computePath(searched.getPixelFromPose(plan.start), searched.getPixelFromPose(plan.goal),
+                     path);
+  Search search;
+  search.grid = searched.params;
+  search.explored.reserve(finder.closedNodes.size());
+  for (const Brin::OccMapPathFinder::Node& node : finder.closedNodes) {
+    search.explored.push_back({node.x, node.y, 0.0f});
+  }
+  return search;
 }
 
 double lengthOf(const std::vector<Pose2D>& path) {

@@ -1,9 +1,9 @@
-// Planning as the commands do it: grow the obstacles, settle start and goal, search, simplify.
+// Planning as the commands do it: by a PathPlanner, with ends that may be moved to where it is
+// free, each cell of the path told, and a request that fails told in one line.
 //
-//   PlanSettings settings;
-//   settings.radius = 0.3f;
-//   OccupancyMap grown = growObstacles(map, settings);
-//   Plan plan = planPath(grown, start, goal, settings);  // NegativeAnswer when there is none
+//   Brin::PathPlanner planner(map, settings);
+//   Plan plan = planPath(planner, start, goal);  // NegativeAnswer when there is none
+//   Search search = searchBehind(planner, plan);  // for a picture
 #pragma once
 
 #include <optional>
@@ -11,28 +11,9 @@
 
 #include "korrin/core/geometry.hpp"
 #include "korrin/core/occupancy_map.hpp"
-#include "korrin/obstacle_dilater.hpp"
-#include "korrin/occmap_path_finder.hpp"
+#include "korrin/path_planner.hpp"
 
 namespace korrin_tool {
-
-struct PlanSettings {
-  Brin::OccMapPathFinder::NeighborhoodType neighborhood = Brin::OccMapPathFinder::Simple;
-  float weight = 0.5f;        // of the distance to the goal, 0 to 1
-  float threshold = 0.2f;     // cells of a lower value are obstacles
-  int coarseFactor = 1;       // cells of the map along one side of a searched cell
-  bool exploredOnly = false;  // unknown cells are obstacles too
-  std::optional<Brin::ObstacleDilater::DilateType> dilation;
-  float radius = 0.2f;                // of the growth, metres
-  float fade = 0.4f;                  // where the growth ends, metres
-  float samplingAccuracy = 300.0f;    // of the simplified path, millimetres
-  std::optional<float> snapDistance;  // how far start and goal may be moved, metres
-};
-
-struct Timings {
-  double plan = 0.0;  // seconds
-  double simplify = 0.0;
-};
 
 struct Plan {
   Brin::Pose2D start;  // as asked for, or as moved
@@ -41,21 +22,27 @@ struct Plan {
   float goalMoved = 0.0f;
   std::vector<Brin::Pose2D> path;       // the centres of the cells, each next to the one before
   std::vector<Brin::Pose2D> waypoints;  // the simplified path
-  std::vector<Brin::Pose2Di> explored;  // cells of `searched` in the order of expansion
-  Brin::OccupancyMapParams searched;    // the grid that was searched
+  float length = 0.0f;                  // of the planner's path, metres
+  float cost = 0.0f;
   int iterations = 0;
-  int blockedCells = 0;  // cells of the path that a stride jumped although blocked
-  Timings timings;
+  int blockedCells = 0;  // cells of the path that the planner holds blocked
+  double seconds = 0.0;
 };
 
-// The map as it is planned on: unknown cells made obstacles and obstacles grown, as the settings
-// say. No cell becomes freer than it was.
-Brin::OccupancyMap growObstacles(const Brin::OccupancyMap& map, const PlanSettings& settings);
+// What an OccMapPathFinder shows of a search.
+struct Search {
+  Brin::OccupancyMapParams grid;
+  std::vector<Brin::Pose2Di> explored;  // cells in the order of expansion
+};
 
-// A path from `start` to `goal` on `map`. Throws NegativeAnswer, naming start or goal where one is
-// at fault, when there is none.
-Plan planPath(const Brin::OccupancyMap& map, const Brin::Pose2D& start, const Brin::Pose2D& goal,
-              const PlanSettings& settings);
+// A path from `start` to `goal`; the first turn, where it costs, is from the heading of `start`. An
+// end that is not free is moved to the nearest free cell, if that is at most `snapDistance` metres
+// away. Throws NegativeAnswer, naming start or goal where one is at fault, when there is no path.
+Plan planPath(const Brin::PathPlanner& planner, const Brin::Pose2D& start, const Brin::Pose2D& goal,
+              std::optional<float> snapDistance = {});
+
+// The search that a plan came of, done once more by a path finder: it is the same in every step.
+Search searchBehind(const Brin::PathPlanner& planner, const Plan& plan);
 
 // Metres along a path.
 double lengthOf(const std::vector<Brin::Pose2D>& path);

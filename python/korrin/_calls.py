@@ -18,12 +18,17 @@ class _Parameter(NamedTuple):
     name: str
     kind: str
     optional: bool
+    by_name: bool  # and in no other way
 
 
 class _Form(NamedTuple):
     function: str
     has_self: bool
     parameters: tuple[_Parameter, ...]
+
+    @property
+    def by_name(self):
+        return any(parameter.by_name for parameter in self.parameters)
 
 
 class _Fault(NamedTuple):
@@ -63,9 +68,8 @@ def _first_fault(form, args, kwargs):
 
 def _bound(form, args, kwargs):
     """Each argument with its parameter, in order; None unless numbers and names agree."""
-    names = [parameter.name for parameter in form.parameters]
     late = form.parameters[len(args) :]
-    if len(args) > len(names) or not set(kwargs) <= {parameter.name for parameter in late}:
+    if len(args) > sum(not parameter.by_name for parameter in form.parameters) or not set(kwargs) <= {parameter.name for parameter in late}:
         return None
     if not all(parameter.optional or parameter.name in kwargs for parameter in late):
         return None
@@ -77,7 +81,8 @@ def _no_form(forms, args, kwargs):
     shown = []
     for form in forms:
         names = [item.name + "=..." * item.optional for item in form.parameters]
-        shown.append(f"({', '.join(names)})")
+        first = [item.by_name for item in form.parameters].index(True) if form.by_name else len(names)
+        shown.append(f"({', '.join(names[:first] + ['*'] * form.by_name + names[first:])})")
     given = [_described(value) for value in args[forms[0].has_self :]]
     given += [f"{name}={_described(value)}" for name, value in kwargs.items()]
     return f"{forms[0].function}(): wanted {' or '.join(shown)}, found ({', '.join(given)})"
@@ -93,7 +98,9 @@ def _forms(doc, attribute):
 
 
 def _form(function, arguments, attribute):
-    parts = [_parameter(part) for part in _split(arguments)]
+    texts = _split(arguments)
+    star = texts.index("*") if "*" in texts else len(texts)
+    parts = [_parameter(text, i > star) for i, text in enumerate(texts) if i != star]
     has_self = bool(parts) and (parts[0].name == "self" or bool(attribute))
     if function == "__init__":
         function = parts[0].kind
@@ -104,10 +111,10 @@ def _form(function, arguments, attribute):
     return _Form(function, has_self, tuple(parts[has_self:]))
 
 
-def _parameter(text):
+def _parameter(text, by_name):
     name, _, rest = text.partition(": ")
     kind, equals, _ = rest.partition(" = ")
-    return _Parameter(name, kind.replace("korrin._korrin.", ""), bool(equals))
+    return _Parameter(name, kind.replace("korrin._korrin.", ""), bool(equals), by_name)
 
 
 def _split(text):

@@ -11,6 +11,8 @@ void bindGeometry(pybind11::module_& module);
 void bindOccupancyMap(pybind11::module_& module);
 void bindScan(pybind11::module_& module);
 void bindPathFinder(pybind11::module_& module);
+void bindPlan(pybind11::module_& module);
+void bindPathPlanner(pybind11::module_& module);
 void bindPaths(pybind11::module_& module);
 void bindMapBuilding(pybind11::module_& module);
 void bindPreparedMap(pybind11::module_& module);

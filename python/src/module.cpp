@@ -30,6 +30,8 @@ PYBIND11_MODULE(_korrin, module) {
   korrin_python::bindScan(module);
   korrin_python::bindOccupancyMap(module);
   korrin_python::bindPathFinder(module);
+  korrin_python::bindPlan(module);
+  korrin_python::bindPathPlanner(module);
   korrin_python::bindPaths(module);
   korrin_python::bindMapBuilding(module);
   korrin_python::bindPreparedMap(module);

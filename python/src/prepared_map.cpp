@@ -1,13 +1,11 @@
 #include "korrin/prepared_map.hpp"
 
 #include <memory>
-#include <mutex>
-#include <shared_mutex>
 #include <utility>
 
 #include "python/src/arrays.hpp"
 #include "python/src/bindings.hpp"
-#include "python/src/log.hpp"
+#include "python/src/on_map.hpp"
 #include "python/src/values.hpp"
 
 namespace korrin_python {
@@ -22,38 +20,15 @@ using Brin::RangeReading;
 using Brin::Scan;
 using Brin::ScanModel;
 
-// A prepared map with the map it is of. Answers run beside each other, a refresh runs alone.
-class Prepared {
+class Prepared : public OnMap<PreparedMap> {
  public:
   Prepared(std::shared_ptr<OccupancyMap> map, float threshold)
-      : map_(std::move(map)), threshold_(threshold) {
-    unlocked([&] { prepared_ = std::make_unique<PreparedMap>(*map_, threshold); });
-  }
+      : OnMap(std::move(map), threshold), threshold_(threshold) {}
 
-  const std::shared_ptr<OccupancyMap>& map() const { return map_; }
   float threshold() const { return threshold_; }
 
-  template <typename Work>
-  void ask(const Work& work) const {
-    unlocked([&] {
-      const std::shared_lock<std::shared_mutex> lock(mutex_);
-      work(std::as_const(*prepared_));
-    });
-  }
-
-  template <typename Work>
-  void change(const Work& work) {
-    unlocked([&] {
-      const std::unique_lock<std::shared_mutex> lock(mutex_);
-      work(*prepared_);
-    });
-  }
-
  private:
-  std::shared_ptr<OccupancyMap> map_;
   float threshold_;
-  std::unique_ptr<PreparedMap> prepared_;
-  mutable std::shared_mutex mutex_;
 };
 
 constexpr const char* kPreparedDoc = R"(A map made ready for many rays and simulated scans.

@@ -10,6 +10,7 @@
 #include <pybind11/numpy.h>
 #include <pybind11/pybind11.h>
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <functional>
@@ -17,6 +18,7 @@
 #include <string>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "korrin/core/geometry.hpp"
 #include "korrin/core/occupancy_map.hpp"
@@ -87,6 +89,23 @@ struct Kind<Brin::Pose2D> : CastKind<Brin::Pose2D> {
   static bool same(const Brin::Pose2D& a, const Brin::Pose2D& b) {
     return sameNumber(a.x, b.x) && sameNumber(a.y, b.y) && sameNumber(a.theta, b.theta);
   }
+};
+
+template <>
+struct Kind<Brin::Pose2Di> : CastKind<Brin::Pose2Di> {
+  static bool same(const Brin::Pose2Di& a, const Brin::Pose2Di& b) {
+    return a.x == b.x && a.y == b.y && sameNumber(a.theta, b.theta);
+  }
+};
+
+// A path, which is an array of N x 3 in Python.
+template <>
+struct Kind<std::vector<Brin::Pose2D>> : CastKind<std::vector<Brin::Pose2D>> {
+  using Path = std::vector<Brin::Pose2D>;
+  static bool same(const Path& a, const Path& b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), Kind<Brin::Pose2D>::same);
+  }
+  static std::string text(const Path& path) { return textOfPixels(py::cast(path)); }
 };
 
 template <>

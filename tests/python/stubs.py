@@ -48,6 +48,7 @@ ACCEPTED = {
 # What the signatures leave open: results, properties and, as name.argument, arguments. What a
 # property takes is its argument `value`.
 TOLD = {
+    "BlockedEnd.nearest_free": "Pose2D | None",
     "LogRecord.level": "NavLogLevel",
     "OccMapPathFinder.__init__.map": "OccupancyMap | None",
     "OccMapPathFinder.cell_nodes": "NDArray[np.int32] | None",
@@ -73,6 +74,7 @@ TOLD = {
     "OccupancyMap.to_char_ipl_image": "NDArray[np.uint8]",
     "OccupancyMapper.__init__.map": "OccupancyMap | None",
     "OccupancyMapper.map": "OccupancyMap | None",
+    "Plan.blocked": "BlockedEnd | None",
     "Point2D.__getitem__": "float",
     "Point2D.__init__.numbers": "PointLike",
     "Point2D.__iter__": "Iterator[float]",

@@ -24,6 +24,7 @@ SMALL_INTS = [-(2**31), -1, 0, 1, 2, 5, 9]  # for numbers of things to be made
 COUNTS = {"count", "subdivisions", "width", "height", "depth", "channels"}
 TRIES = 40
 FILES = tempfile.TemporaryDirectory()
+RECEIVED = {"BlockedEnd", "LogRecord", "Plan"}
 FEW_TRIES = {"ScanDistMap.build", "build_laser_distance", "draw_laser"}  # pictures of 8192 x 8192
 
 
@@ -124,6 +125,7 @@ MAKERS = {
     "ScanModel": lambda draw: korrin.ScanModel(
         draw.choice(SMALL_INTS), draw.choice(FLOATS), draw.choice(FLOATS)
     ),
+    "PlannerSettings": lambda draw: made(draw, korrin.PlannerSettings),
     "PathCostStats": lambda draw: korrin.PathCostStats(),
     "FreeCellCondition": condition,
     "GrayCellCondition": condition,
@@ -148,7 +150,7 @@ OBJECTS = {
 }
 
 
-def value_for(draw, name, kind):
+def value_for(draw, name, kind, by_name=False):
     if kind == "int":
         return draw.choice(SMALL_INTS if name in COUNTS else INTS)
     if kind == "object":
@@ -161,16 +163,23 @@ def value_for(draw, name, kind):
 
 
 def overloads(function):
-    """The (name, type) pairs of the arguments of each overload, but for self. Releases of pybind11
-    differ in whether a sequence has a capital."""
+    """The (name, type, whether by name alone) of the arguments of each overload, but for self.
+    Releases of pybind11 differ in whether a sequence has a capital."""
     for arguments, _ in signatures(function):
-        pairs = []
+        parameters, by_name = [], False
         for part in split_arguments(arguments):
+            by_name = by_name or part == "*"
             name, _, rest = part.partition(": ")
             kind = rest.partition(" = ")[0].replace("korrin._korrin.", "")
             kind = {"Sequence": "sequence"}.get(kind, kind)
-            pairs.append((name, kind))
-        yield [pair for pair in pairs if pair[0] != "self"]
+            parameters.append((name, kind, by_name))
+        yield [parameter for parameter in parameters if parameter[0] not in ("self", "*")]
+
+
+def call_with(call, parameters, values):
+    given = list(zip(parameters, values))
+    by_name = {name: value for (name, _, is_by_name), value in given if is_by_name}
+    return call(*(value for (_, _, is_by_name), value in given if not is_by_name), **by_name)
 
 
 def made(draw, class_):
@@ -186,7 +195,8 @@ def made(draw, class_):
     while True:
         parameters = draw.choice(list(overloads(class_.__init__)))
         try:
-            return class_(*(value_for(draw, *parameter) for parameter in parameters))
+            values = [value_for(draw, *parameter) for parameter in parameters]
+            return call_with(class_, parameters, values)
         except REFUSALS:
             pass
 
@@ -197,7 +207,7 @@ def callables():
         if inspect.isclass(thing):
             # Records are only ever received, enumerations are arguments, and data classes are
             # Python's own.
-            received = name == "LogRecord" or dataclasses.is_dataclass(thing)
+            received = name in RECEIVED or dataclasses.is_dataclass(thing)
             if received or hasattr(thing, "__members__"):
                 continue
             yield name, thing, "__init__"
@@ -224,7 +234,7 @@ def test_any_values_of_the_right_types(name, records):
             parameters = draw.choice(list(overloads(function)))
             values = [value_for(draw, *parameter) for parameter in parameters]
             try:
-                call(*values)
+                call_with(call, parameters, values)
                 answers += 1
             except REFUSALS:
                 pass
@@ -238,7 +248,7 @@ def test_values_of_the_wrong_types(name):
     owner = made(draw, class_) if class_ and member != "__init__" else class_
     call = owner if member == "__init__" else getattr(korrin if owner is None else owner, member)
     for parameters in overloads(getattr(class_ or korrin, member)):
-        for i, (_, kind) in enumerate(parameters):
+        for i, (_, kind, _) in enumerate(parameters):
             if kind in ("object", "bool", "Iterable", "sequence"):
                 continue
             values = [value_for(draw, *parameter) for parameter in parameters]
@@ -249,4 +259,4 @@ def test_values_of_the_wrong_types(name):
                     continue
                 values[i] = wrong
                 with pytest.raises((TypeError, ValueError)):
-                    call(*values)
+                    call_with(call, parameters, values)

@@ -24,8 +24,46 @@ def set_radius(value):
     korrin.ObstacleDilater(3, 3).dilation_radius = value
 
 
+PLANNER_FORMS = (
+    "PathPlanner(): wanted (map, settings) or (map, *, robot_radius=..., fade_distance=..., "
+    "unknown_is_free=..., obstacle_threshold=..., weight=..., neighborhood=..., coarse_factor=..., "
+    "angle_cost_factor=..., accuracy=...), found "
+)
+
 # A call, the exception, and all that it says.
 WRONG = [
+    (
+        lambda: korrin.PathPlanner(MAP, neighborhood="big"),
+        ValueError,
+        "neighborhood: wanted one of 'Simple', 'Double', 'Triple', found 'big'",
+    ),
+    (
+        lambda: korrin.PathPlanner(MAP, robot_radius="0.3"),
+        TypeError,
+        "robot_radius: wanted a number, found '0.3'",
+    ),
+    (
+        lambda: korrin.PathPlanner(MAP, 0.3),
+        TypeError,
+        "settings: wanted a PlannerSettings, found 0.3",
+    ),
+    (
+        lambda: korrin.PathPlanner(MAP, radius=0.3),
+        TypeError,
+        PLANNER_FORMS + "(an OccupancyMap, radius=0.3)",
+    ),
+    (
+        lambda: korrin.PathPlanner(MAP, korrin.PlannerSettings(), robot_radius=0.3),
+        TypeError,
+        PLANNER_FORMS + "(an OccupancyMap, a PlannerSettings, robot_radius=0.3)",
+    ),
+    (
+        lambda: korrin.PlannerSettings(0.3),
+        TypeError,
+        "PlannerSettings(): wanted (*, robot_radius=..., fade_distance=..., unknown_is_free=..., "
+        "obstacle_threshold=..., weight=..., neighborhood=..., coarse_factor=..., "
+        "angle_cost_factor=..., accuracy=...), found (0.3)",
+    ),
     (
         lambda: FINDER.compute_path((0, 0), np.zeros(4)),
         ValueError,

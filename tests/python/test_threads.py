@@ -48,7 +48,46 @@ def planning():
     return lambda: finder.compute_path((0, 0, 0), (24, 24, 0))
 
 
-@pytest.mark.parametrize("prepare", [planning, dilation, scoring, preparing, map_update])
+def planner_of(**settings):
+    map = korrin.OccupancyMap(700, 700, 0.05)
+    map.reset(1)
+    return korrin.PathPlanner(map, weight=0, **settings)  # looks at all cells
+
+
+def planner_plans():
+    planner = planner_of()
+    return lambda: planner.plan((0, 0), (34, 34))
+
+
+def planner_goes_to_the_nearest():
+    planner = planner_of()
+    return lambda: planner.plan_to_nearest((0, 0), [(34, 34, 0), (34, 30, 0)])
+
+
+def planner_field():
+    planner = planner_of()
+    return lambda: planner.cost_field((0, 0))
+
+
+def planner_making():
+    map = big_map()
+    return lambda: korrin.PathPlanner(map, robot_radius=0.4, fade_distance=0.6)
+
+
+def planner_refresh():
+    planner = korrin.PathPlanner(big_map(), robot_radius=0.4, fade_distance=0.6)
+    return lambda: planner.refresh()
+
+
+PLANNER_WORK = [
+    *(planner_plans, planner_goes_to_the_nearest, planner_field),
+    *(planner_making, planner_refresh),
+]
+
+
+@pytest.mark.parametrize(
+    "prepare", [planning, dilation, scoring, preparing, map_update, *PLANNER_WORK]
+)
 def test_other_threads_run_during(prepare):
     work = prepare()
     span = []
@@ -119,6 +158,26 @@ def test_a_prepared_map_is_refreshed_while_it_is_asked():
         prepared.refresh()
 
     hammer(change, lambda i: prepared.occ_map_simulate_scan(model, (5, 5, 0)))
+
+
+def test_a_planner_is_refreshed_while_threads_plan():
+    map = korrin.OccupancyMap(200, 200, 0.05)
+    map.reset(1)
+    planner = korrin.PathPlanner(map, robot_radius=0.1)
+    found = planner.plan((1, 1), (9, 1))
+    map_is_mine = threading.Lock()
+
+    def change(i):
+        with map_is_mine:
+            map.image[:, 100] = i % 2
+            planner.refresh(100, 0, 1, 200)
+
+    def look(i):
+        plan = planner.plan((1, 1), (9, 1))
+        assert plan == found or plan.outcome == korrin.PlanOutcome.NoPath
+        assert planner.grown_map().shape == (200, 200)
+
+    hammer(change, look, lambda i: planner.cost_field((1, 1)))
 
 
 def test_a_mapper_changes_its_map_while_it_works():

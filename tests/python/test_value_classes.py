@@ -16,7 +16,7 @@ import korrin
 
 PROTOCOLS = range(pickle.HIGHEST_PROTOCOL + 1)
 # Members of enumerations, which pickle as their numbers.
-HASHABLE = {name for name in EXAMPLES if name.endswith(("Level", "Type", "Mode"))}
+HASHABLE = {name for name in EXAMPLES if name.endswith(("Level", "Type", "Mode", "Outcome", "Reason"))}
 
 
 def classes(owner=korrin, names=korrin.__all__, prefix=""):
@@ -93,6 +93,8 @@ def another(field):
         return [7.5] * len(field)
     if isinstance(field, np.ndarray):
         return field + 1
+    if hasattr(type(field), "__members__"):
+        return type(field)((int(field) + 1) % 3)
     return not field if isinstance(field, bool) else 5 if field != 5 else 6
 
 

@@ -36,6 +36,22 @@ def some_finder(map):
     return finder
 
 
+def some_planner():
+    map = some_map()
+    map.image[:2] = 0
+    return korrin.PathPlanner(map, robot_radius=0.1, neighborhood="double", unknown_is_free=True)
+
+
+def some_plans():
+    """Found, blocked with and without a free cell near, and without a way."""
+    planner = some_planner()
+    cells = [((1, 3), (6, 4)), ((1, 3), (0, 0)), ((99, 999), (0, 0))]
+    plans = [planner.plan(korrin.Pose2Di(*a, 0), korrin.Pose2Di(*b, 0)) for a, b in cells]
+    parted = korrin.OccupancyMap(3, 1, 1)
+    parted.image[:] = 1, 0, 1
+    return [*plans, korrin.PathPlanner(parted).plan((0, 0), (2, 0))]
+
+
 def some_dist_map():
     reference = korrin.ScanDistMap()
     reference.build(korrin.Scan([1, 1.5], 0, 0.5), (0, 0, 0), 0.05)
@@ -58,6 +74,8 @@ def the_record():
 
 
 EXAMPLES = {
+    "BlockedEnd": [plan.blocked for plan in some_plans() if plan.blocked],
+    "BlockedReason": [korrin.BlockedReason.TooNear, korrin.BlockedReason.None_],
     "FreeCellCondition": [korrin.FreeCellCondition(0.7), korrin.FreeCellCondition(NAN)],
     "GrayCellCondition": [korrin.GrayCellCondition(0.2, 0.1, True), korrin.GrayCellCondition(NAN, 1)],
     "ImageToMerge": [
@@ -90,6 +108,13 @@ EXAMPLES = {
     "OccupancyMapParams": [some_map().params, some_map(nan=True).params],
     "OccupancyMapParams.OriginMode": [korrin.OccupancyMapParams.Center],
     "OccupancyMapper": [korrin.OccupancyMapper(some_map()), korrin.OccupancyMapper(None)],
+    "PathPlanner": [some_planner(), korrin.PathPlanner(some_map(nan=True))],
+    "Plan": some_plans(),
+    "PlanOutcome": [korrin.PlanOutcome.Found, korrin.PlanOutcome.NoPath],
+    "PlannerSettings": [
+        korrin.PlannerSettings(),
+        korrin.PlannerSettings(robot_radius=NAN, fade_distance=0.5, neighborhood="triple"),
+    ],
     "PathCostStats": [with_values(korrin.PathCostStats(), min_cost=-1, avg_cost=NAN, length=5)],
     "PathSimplifier": [with_values(korrin.PathSimplifier(), sampling_accuracy=7.5)],
     "Point2D": [korrin.Point2D(1, NAN), korrin.Point2D(-0.0, INF)],

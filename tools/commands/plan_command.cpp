@@ -5,9 +5,12 @@
 #include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
+#include <stdexcept>
 
 #include "io/write_file.hpp"
 #include "korrin/io/map_file.hpp"
+#include "korrin/path_planner.hpp"
 #include "tools/commands/arguments.hpp"
 #include "tools/commands/command_output.hpp"
 #include "tools/commands/commands.hpp"
@@ -26,10 +29,9 @@ struct PlanOptions {
   std::string from;
   std::string to;
   std::string neighborhood = "simple";
-  std::string dilation = "none";
-  bool kindIsGiven = false;    // --dilate was
-  bool growthIsSized = false;  // --radius or --fade was given
-  PlanSettings settings;
+  float accuracy = 300.0f;  // millimetres
+  std::optional<float> snapDistance;
+  Brin::PlannerSettings settings;
   std::string png;
   std::string json;
 };
@@ -49,19 +51,31 @@ std::string endText(const Brin::Pose2D& pose, float moved) {
          (moved > 0.0f ? ", moved " + formatMetres(moved) + " to the nearest free cell" : "");
 }
 
-// "linear, radius 0.2 m, fade 0.4 m", and why when nobody asked for the kind.
-std::string growthText(const PlanOptions& options) {
-  const PlanSettings& settings = options.settings;
-  const std::string text = options.dilation + ", radius " + formatShort(settings.radius) +
-                           " m, fade " + formatShort(settings.fade) + " m";
-  return text + (options.kindIsGiven ? "" : "; without --dilate, --radius or --fade means linear");
+// "radius 0.2 m, fade 0.4 m; unknown cells block".
+std::string growthText(const Brin::PlannerSettings& settings) {
+  return "radius " + formatShort(settings.robotRadius) + " m, fade " +
+         formatShort(settings.fadeDistance) + " m; unknown cells " +
+         (settings.unknownIsFree ? "are free" : "block");
 }
 
-nlohmann::ordered_json growthJson(const PlanOptions& options) {
-  if (!options.settings.dilation) return nullptr;
-  return {{"kind", options.dilation},
-          {"radius", numberJson(options.settings.radius)},
-          {"fade", numberJson(options.settings.fade)}};
+nlohmann::ordered_json growthJson(const Brin::PlannerSettings& settings) {
+  if (settings.robotRadius == 0.0f && settings.fadeDistance == 0.0f) return nullptr;
+  return {{"kind", "linear"},
+          {"radius", numberJson(settings.robotRadius)},
+          {"fade", numberJson(settings.fadeDistance)}};
+}
+
+nlohmann::ordered_json settingsJson(const PlanOptions& options) {
+  const Brin::PlannerSettings& settings = options.settings;
+  return {{"radius", numberJson(settings.robotRadius)},
+          {"fade", numberJson(settings.fadeDistance)},
+          {"unknownFree", settings.unknownIsFree},
+          {"threshold", numberJson(settings.obstacleThreshold)},
+          {"weight", numberJson(settings.weight)},
+          {"neighborhood", options.neighborhood},
+          {"coarse", settings.coarseFactor},
+          {"turnCost", numberJson(settings.angleCostFactor)},
+          {"accuracy", numberJson(options.accuracy)}};
 }
 
 void printSummary(const PlanOptions& options, const Result& result) {
@@ -72,20 +86,14 @@ void printSummary(const PlanOptions& options, const Result& result) {
   line("map         ", options.map + ", " + cellsText(result.map));
   line("start       ", endText(plan.start, plan.startMoved));
   line("goal        ", endText(plan.goal, plan.goalMoved));
-  if (options.settings.dilation) line("growth      ", growthText(options));
-  line("path        ", formatMetres(lengthOf(plan.path)) + ", " +
+  line("growth      ", growthText(options.settings));
+  line("path        ", formatMetres(plan.length) + ", " +
                            formatCount(static_cast<std::int64_t>(plan.path.size())) + " cells");
   line("iterations  ", formatCount(plan.iterations));
   line("time        ", "read " + formatSeconds(result.readSeconds) + ", grow " +
                            formatSeconds(result.growSeconds) + ", plan " +
-                           formatSeconds(plan.timings.plan) + ", simplify " +
-                           formatSeconds(plan.timings.simplify));
+                           formatSeconds(plan.seconds));
   if (!result.pictureReduction.empty()) line("picture     ", result.pictureReduction);
-  if (plan.blockedCells > 0) {
-    line("warning     ", "the path passes over " + formatCount(plan.blockedCells) +
-                             (plan.blockedCells == 1 ? " blocked cell" : " blocked cells") +
-                             " between the cells that were checked");
-  }
 }
 
 void printWaypoints(const std::vector<Brin::Pose2D>& waypoints) {
@@ -130,14 +138,14 @@ nlohmann::ordered_json toJson(const PlanOptions& options, const Result& result) 
   json["goal"] = pointJson(plan.goal);
   json["startMoved"] = shortDouble(plan.startMoved);
   json["goalMoved"] = shortDouble(plan.goalMoved);
-  json["growth"] = growthJson(options);
-  json["length"] = lengthOf(plan.path);
+  json["growth"] = growthJson(options.settings);
+  json["settings"] = settingsJson(options);
+  json["length"] = shortDouble(plan.length);
+  json["cost"] = shortDouble(plan.cost);
   json["iterations"] = plan.iterations;
   json["blockedCells"] = plan.blockedCells;
-  json["timings"] = {{"read", result.readSeconds},
-                     {"grow", result.growSeconds},
-                     {"plan", plan.timings.plan},
-                     {"simplify", plan.timings.simplify}};
+  json["timings"] = {
+      {"read", result.readSeconds}, {"grow", result.growSeconds}, {"plan", plan.seconds}};
   if (!result.picture.is_null()) json["picture"] = result.picture;
   json["waypoints"] = pathJson(plan.waypoints);
   json["path"] = pathJson(plan.path);
@@ -155,37 +163,39 @@ const Names<Brin::OccMapPathFinder::NeighborhoodType>& neighborhoods() {
   return names;
 }
 
-const Names<std::optional<Brin::ObstacleDilater::DilateType>>& dilations() {
-  static const Names<std::optional<Brin::ObstacleDilater::DilateType>> names = {
-      {"linear", Brin::ObstacleDilater::DILATE_LINEAR},
-      {"inverse", Brin::ObstacleDilater::DILATE_INVERSE},
-      {"smooth", Brin::ObstacleDilater::DILATE_ERODE_SMOOTH},
-      {"none", std::nullopt}};
-  return names;
+// What the planner says of settings that make no sense, with the options' names.
+std::string withOptionNames(std::string message) {
+  constexpr const char* kNames[][2] = {
+      {"PlannerSettings: ", ""},          {"robotRadius", "--radius"},
+      {"fadeDistance", "--fade"},         {"obstacleThreshold", "--threshold"},
+      {"angleCostFactor", "--turn-cost"}, {"accuracy", "--accuracy"}};
+  for (const auto& [name, option] : kNames) {
+    const std::size_t at = message.find(name);
+    if (at != std::string::npos) message.replace(at, std::string(name).size(), option);
+  }
+  return message;
 }
 
-// Turns the words of the command line into settings. A radius or a fade asks for growth, linear
-// unless a kind is named.
-void settle(PlanOptions& options) {
-  PlanSettings& settings = options.settings;
-  if (options.growthIsSized && !options.kindIsGiven) options.dilation = "linear";
-  settings.neighborhood = neighborhoods().at(options.neighborhood);
-  settings.dilation = dilations().at(options.dilation);
-  if (options.dilation == "linear") {
-    checkLinearGrowth(settings.radius, settings.fade,
-                      options.kindIsGiven ? "--dilate linear" : "linear growth");
+std::unique_ptr<Brin::PathPlanner> plannerFor(const Brin::OccupancyMap& map, PlanOptions& options) {
+  constexpr float kMillimetres = 1000.0f;
+  options.settings.neighborhood = neighborhoods().at(options.neighborhood);
+  options.settings.accuracy = options.accuracy / kMillimetres;
+  try {
+    return std::make_unique<Brin::PathPlanner>(map, options.settings);
+  } catch (const std::invalid_argument& fault) {
+    throw UsageError(withOptionNames(fault.what()));
   }
 }
 
-void drawPicture(const PlanOptions& options, const Brin::OccupancyMap& map, Result& result) {
-  const Canvas canvas = drawPlan(map, result.plan);
+void drawPicture(const PlanOptions& options, const Brin::OccupancyMap& map,
+                 const Brin::PathPlanner& planner, Result& result) {
+  const Canvas canvas = drawPlan(map, result.plan, searchBehind(planner, result.plan));
   canvas.save(options.png);
   result.picture = pictureJson(options.png, canvas);
   result.pictureReduction = reductionText(canvas);
 }
 
 void runPlan(PlanOptions& options) {
-  settle(options);
   const Brin::Pose2D start = parsePose(options.from, "--from");
   const Brin::Pose2D goal = parsePose(options.to, "--to");
   Result result;
@@ -194,11 +204,11 @@ void runPlan(PlanOptions& options) {
   result.map = map.params;
   result.readSeconds = reading.seconds();
   const Stopwatch growing;
-  const Brin::OccupancyMap grown = growObstacles(map, options.settings);
+  const auto planner = plannerFor(map, options);
   result.growSeconds = growing.seconds();
-  result.plan = planPath(grown, start, goal, options.settings);
+  result.plan = planPath(*planner, start, goal, options.snapDistance);
 
-  if (!options.png.empty()) drawPicture(options, map, result);
+  if (!options.png.empty()) drawPicture(options, map, *planner, result);
   if (options.json == "-") {
     std::cout << toJson(options, result).dump(1) << '\n';
     return;
@@ -210,7 +220,7 @@ void runPlan(PlanOptions& options) {
 }
 
 void addSearchOptions(CLI::App& command, PlanOptions& options) {
-  PlanSettings& settings = options.settings;
+  Brin::PlannerSettings& settings = options.settings;
   command
       .add_option("--neighborhood", options.neighborhood,
                   "steps of the search: simple (one cell, the default), double or triple")
@@ -222,7 +232,7 @@ void addSearchOptions(CLI::App& command, PlanOptions& options) {
       ->check(between(0.0f, 1.0f))
       ->option_text("W");
   command
-      .add_option("--threshold", settings.threshold,
+      .add_option("--threshold", settings.obstacleThreshold,
                   "cells less probably free than this block; 0.2")
       ->check(between(0.0f, 1.0f))
       ->option_text("P");
@@ -230,50 +240,36 @@ void addSearchOptions(CLI::App& command, PlanOptions& options) {
       ->check(between(1.0f, 1000.0f))
       ->option_text("K");
   command
-      .add_option("--accuracy", settings.samplingAccuracy,
+      .add_option("--turn-cost", settings.angleCostFactor,
+                  "what a turn from THETA of --from to the first step costs, metres a radian; 0")
+      ->check(notNegative())
+      ->option_text("M");
+  command
+      .add_option("--accuracy", options.accuracy,
                   "how far, in millimetres, the waypoints may leave the path; 300")
       ->check(notNegative())
       ->option_text("MM");
   command
-      .add_option("--snap", settings.snapDistance,
+      .add_option("--snap", options.snapDistance,
                   "move a start or goal that is not free by up to M metres")
       ->check(notNegative())
       ->option_text("M");
 }
 
 void addObstacleOptions(CLI::App& command, PlanOptions& options) {
-  PlanSettings& settings = options.settings;
-  command.add_flag("--explored-only", settings.exploredOnly, "unknown cells block too");
+  Brin::PlannerSettings& settings = options.settings;
   command
-      .add_option_function<std::string>(
-          "--dilate",
-          [&options](const std::string& kind) {
-            options.dilation = kind;
-            options.kindIsGiven = true;
-          },
-          "grow obstacles: linear, inverse, smooth or none (the default; linear with --radius or "
-          "--fade)")
-      ->check(oneOf({"linear", "inverse", "smooth", "none"}))
-      ->option_text("KIND");
-  const auto sizes = [&options](float& size) {
-    return [&options, &size](float metres) {
-      size = metres;
-      options.growthIsSized = true;
-    };
-  };
-  command
-      .add_option_function<float>("--radius", sizes(settings.radius),
-                                  "grown obstacles block this far, metres; 0.2. Without --dilate "
-                                  "the growth is linear")
+      .add_option("--radius", settings.robotRadius,
+                  "the robot's radius: cells nearer to an obstacle block, metres; 0")
       ->check(notNegative())
       ->option_text("M");
   command
-      .add_option_function<float>(
-          "--fade", sizes(settings.fade),
-          "and cost more this far (linear: at least the radius; smooth: blur of this width), "
-          "metres; 0.4. Without --dilate the growth is linear")
+      .add_option("--fade", settings.fadeDistance,
+                  "cells cost more up to this far beyond the radius, metres; 0")
       ->check(notNegative())
       ->option_text("M");
+  command.add_flag("--unknown-free", settings.unknownIsFree,
+                   "plan through cells that nobody has seen; without it they block");
 }
 
 }  // namespace
@@ -295,7 +291,8 @@ void addPlanCommand(CLI::App& app) {
       "The status is 0 with a plan, 1 without one. Example, on the map that the demonstration "
       "writes:\n"
       "  korrin demo --out demo\n"
-      "  korrin plan demo/floorplan.yaml --from 1.2,8 --to 18,1.6 --dilate linear --png plan.png");
+      "  korrin plan demo/floorplan.yaml --from 1.2,8 --to 18,1.6 --radius 0.25 --fade 0.65 "
+      "--png plan.png");
   command->callback([options] { runPlan(*options); });
 }
 

@@ -28,7 +28,7 @@ std::vector<Stretch> judgeStretches(const DemoState& state) {
     Stretch stretch;
     stretch.path.assign(path.begin() + static_cast<std::ptrdiff_t>(first),
                         path.begin() + static_cast<std::ptrdiff_t>(last) + 1);
-    stretch.stats = computePathCostStat(state.grown, stretch.path);
+    stretch.stats = computePathCostStat(state.planner->grownMap(), stretch.path);
     stretches.push_back(stretch);
   }
   return stretches;
@@ -65,7 +65,7 @@ DemoPicture picture(const DemoState& state, const PathCostStats& whole,
 
 DemoPicture costSection(DemoState& state) {
   const Stopwatch stopwatch;
-  const PathCostStats whole = computePathCostStat(state.grown, state.plan.path);
+  const PathCostStats whole = computePathCostStat(state.planner->grownMap(), state.plan.path);
   state.addRow(
       "judge the path",
       "lowest value " + formatNumber(whole.minCost, 2) + ", mean " + formatNumber(whole.avgCost, 2),

@@ -8,22 +8,17 @@ constexpr DemoSection kSections[] = {
     matchSection, scrollSection, costSection,     obstacleSection,
 };
 
-PlanSettings robotSettings() {
-  PlanSettings settings;
-  settings.dilation = Brin::ObstacleDilater::DILATE_LINEAR;
-  settings.exploredOnly = true;
-  settings.radius = 0.25f;
-  settings.fade = 0.9f;
+Brin::PlannerSettings robotSettings() {
+  Brin::PlannerSettings settings;
+  settings.robotRadius = 0.25f;
+  settings.fadeDistance = 0.65f;
   return settings;
 }
 
 }  // namespace
 
 DemoState::DemoState()
-    : floor(makeFloorPlan()),
-      settings(robotSettings()),
-      grid(floor.map.params, true),
-      grown(floor.map.params, true) {
+    : floor(makeFloorPlan()), settings(robotSettings()), grid(floor.map.params, true) {
   table.header = {"step", "result", "time"};
 }
 

@@ -3,11 +3,13 @@
 // kSections (demo.cpp); it may use what the sections before it have made.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "korrin/core/geometry.hpp"
 #include "korrin/core/occupancy_map.hpp"
+#include "korrin/path_planner.hpp"
 #include "tools/demo/floor_plan.hpp"
 #include "tools/format.hpp"
 #include "tools/pictures/canvas.hpp"
@@ -19,12 +21,12 @@ struct DemoState {
   DemoState();
 
   FloorPlan floor;                  // the building as it is, which the robot does not know
-  PlanSettings settings;            // how the robot grows obstacles and plans
+  Brin::PlannerSettings settings;   // how the robot plans
   std::vector<Brin::Pose2D> drive;  // where it read its laser
   Brin::OccupancyMap grid;          // what it knows
-  Brin::OccupancyMap grown;         // the same with obstacles grown
-  Plan plan;                        // from the entrance to the far room
-  Table table;                      // step, result, time
+  std::unique_ptr<Brin::PathPlanner> planner;  // on that grid, once it is built
+  Plan plan;                                   // from the entrance to the far room
+  Table table;                                 // step, result, time
 
   void addRow(const std::string& step, const std::string& result, double seconds);
 };

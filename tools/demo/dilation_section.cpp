@@ -6,14 +6,15 @@ namespace korrin_tool {
 
 DemoPicture dilationSection(DemoState& state) {
   const Stopwatch stopwatch;
-  state.grown = growObstacles(state.grid, state.settings);
+  state.planner = std::make_unique<Brin::PathPlanner>(state.grid, state.settings);
   state.addRow("grow the obstacles",
-               "by " + formatMetres(state.settings.radius) + ", fading up to " +
-                   formatMetres(state.settings.fade),
+               "by " + formatShort(state.settings.robotRadius) + " m, fading over " +
+                   formatShort(state.settings.fadeDistance) + " m",
                stopwatch.seconds());
 
-  Canvas canvas(state.grown.params);
-  canvas.drawCosts(state.grown, state.grid, state.settings.threshold);
+  const Brin::OccupancyMap& grown = state.planner->grownMap();
+  Canvas canvas(grown.params);
+  canvas.drawCosts(grown, state.grid, state.settings.obstacleThreshold);
   canvas.scaleBar();
   canvas.legend({{palette::kInk, "obstacle"},
                  {palette::kNear, "too near"},

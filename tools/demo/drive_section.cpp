@@ -54,10 +54,10 @@ DemoPicture picture(const DemoState& state) {
 
 DemoPicture driveSection(DemoState& state) {
   const Stopwatch stopwatch;
-  const Brin::OccupancyMap roomy = growObstacles(state.floor.map, state.settings);
+  const Brin::PathPlanner planner(state.floor.map, state.settings);
   const std::vector<Pose2D>& tour = state.floor.tour;
   for (std::size_t i = 1; i < tour.size(); ++i) {
-    driveAlong(planPath(roomy, tour[i - 1], tour[i], state.settings).waypoints, state.drive);
+    driveAlong(planPath(planner, tour[i - 1], tour[i]).waypoints, state.drive);
   }
   state.drive.push_back(tour.back());
   state.addRow("drive through the building",

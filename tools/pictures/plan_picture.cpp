@@ -62,15 +62,15 @@ Brin::OccupancyMap cropped(const Brin::OccupancyMap& map, const Window& window) 
 }
 
 // Cells in the order in which the search took them, from early to late.
-void tintExplored(Canvas& canvas, const Brin::OccupancyMap& map, const Plan& plan) {
+void tintExplored(Canvas& canvas, const Brin::OccupancyMap& map, const Search& search) {
   CellTint tint(canvas, kTint);
-  const double count = static_cast<double>(plan.explored.size());
+  const double count = static_cast<double>(search.explored.size());
   // A coarse cell lies around the cell of the map that holds its centre.
-  const auto side = static_cast<int>(std::lround(plan.searched.resolution / map.params.resolution));
-  for (std::size_t i = 0; i < plan.explored.size(); ++i) {
+  const auto side = static_cast<int>(std::lround(search.grid.resolution / map.params.resolution));
+  for (std::size_t i = 0; i < search.explored.size(); ++i) {
     const Colour colour = mix(palette::kEarly, palette::kLate, static_cast<double>(i) / count);
     const Brin::Pose2Di middle =
-        map.getPixelFromPose(plan.searched.getPoseFromPixel(plan.explored[i]));
+        map.getPixelFromPose(search.grid.getPoseFromPixel(search.explored[i]));
     for (int y = -(side / 2); y < side - side / 2; ++y) {
       for (int x = -(side / 2); x < side - side / 2; ++x) {
         tint.fill(middle.x + x, middle.y + y, colour);
@@ -81,11 +81,11 @@ void tintExplored(Canvas& canvas, const Brin::OccupancyMap& map, const Plan& pla
 
 }  // namespace
 
-Canvas drawPlan(const Brin::OccupancyMap& wholeMap, const Plan& plan) {
+Canvas drawPlan(const Brin::OccupancyMap& wholeMap, const Plan& plan, const Search& search) {
   const Brin::OccupancyMap map = cropped(wholeMap, interestingPart(wholeMap, plan));
   Canvas canvas(map.params);
   canvas.drawMap(map);
-  tintExplored(canvas, map, plan);
+  tintExplored(canvas, map, search);
   canvas.polyline(plan.waypoints, palette::kPaper, 7);
   canvas.polyline(plan.waypoints, palette::kPath, 4);
   for (const Brin::Pose2D& waypoint : plan.waypoints) canvas.disc(waypoint, 5, palette::kPath);

@@ -8,6 +8,6 @@
 namespace korrin_tool {
 
 // The part of the map that is known, in the frame of the map's grid.
-Canvas drawPlan(const Brin::OccupancyMap& map, const Plan& plan);
+Canvas drawPlan(const Brin::OccupancyMap& map, const Plan& plan, const Search& search);
 
 }  // namespace korrin_tool

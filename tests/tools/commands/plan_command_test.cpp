@@ -56,11 +56,11 @@ TEST_F(PlanCommand, PrintsMapEndsPathAndWaypoints) {
   EXPECT_EQ(run.errors, "");
   for (const std::string part :
        {"map.yaml, 6 x 3 cells of 1 m\n", "start       (11.00, 20.00)\n",
-        "goal        (12.20, 21.90)\n", "path        3.8 m, 4 cells\n", "iterations  ",
-        "time        read ", "waypoint  x [m]  y [m]\n1         11.00  20.00\n"}) {
+        "goal        (12.20, 21.90)\n", "growth      radius 0 m, fade 0 m; unknown cells block\n",
+        "path        3.8 m, 4 cells\n", "iterations  ", "time        read ",
+        "waypoint  x [m]  y [m]\n1         11.00  20.00\n"}) {
     EXPECT_NE(run.output.find(part), std::string::npos) << part << "in\n" << run.output;
   }
-  EXPECT_EQ(run.output.find("warning"), std::string::npos);
 }
 
 TEST_F(PlanCommand, JsonHoldsThePathInTheWorldOfTheMapFile) {
@@ -74,11 +74,12 @@ TEST_F(PlanCommand, JsonHoldsThePathInTheWorldOfTheMapFile) {
   EXPECT_EQ(plan["goalMoved"], 0.0);
   EXPECT_EQ(plan["blockedCells"], 0);
   EXPECT_NEAR(plan["length"], 1.0 + 2.0 * std::sqrt(2.0), 1e-6);
+  EXPECT_NEAR(plan["cost"], 1.0 + 2.0 * std::sqrt(2.0), 1e-6);
   EXPECT_GE(plan["iterations"], 4);
   EXPECT_EQ(plan["waypoints"].front(), plan["path"].front());
   EXPECT_EQ(plan["waypoints"].back(), plan["path"].back());
-  EXPECT_EQ(plan["timings"].size(), 4u);
-  for (const std::string step : {"read", "grow", "plan", "simplify"}) {
+  EXPECT_EQ(plan["timings"].size(), 3u);
+  for (const std::string step : {"read", "grow", "plan"}) {
     EXPECT_GE(plan["timings"][step], 0.0);
   }
 }
@@ -104,9 +105,10 @@ TEST_F(PlanCommand, TurnedMapsArePlannedInWorldCoordinates) {
 
 TEST_F(PlanCommand, NegativeCoordinatesAreNoOptions) {
   writeMap(kWallWithGap);
-  EXPECT_TRUE(failedWith(plan("-1,-2.5", "11,20"), 1,
-                         "no plan from (-1.00, -2.50) to (11.00, 20.00): Start is not free. "
-                         "It lies outside the map."));
+  EXPECT_TRUE(
+      failedWith(plan("-1,-2.5", "11,20"), 1,
+                 "no plan from (-1.00, -2.50) to (11.00, 20.00): the start lies outside the "
+                 "map; the nearest free cell is 25.04 m away, at (10.00, 20.00)"));
 }
 
 TEST_F(PlanCommand, StatusIs1AndTheReasonIsToldWithoutAPlan) {
@@ -114,19 +116,37 @@ TEST_F(PlanCommand, StatusIs1AndTheReasonIsToldWithoutAPlan) {
             "..#..",  //
             "..#.."});
   EXPECT_TRUE(failedWith(plan("12,21", "10,20"), 1,
-                         "no plan from (12.00, 21.00) to (10.00, 20.00): Start is not free. Its "
-                         "cell holds 0.00, free is from 0.20."));
+                         "no plan from (12.00, 21.00) to (10.00, 20.00): the start is in an "
+                         "obstacle: its cell holds 0.00, free is from 0.20; the nearest free cell "
+                         "is 1.00 m away, at (11.00, 21.00)"));
   EXPECT_TRUE(failedWith(plan("10,20", "12,21"), 1,
-                         "no plan from (10.00, 20.00) to (12.00, 21.00): End is not free. Its "
-                         "cell holds 0.00, free is from 0.20."));
+                         "no plan from (10.00, 20.00) to (12.00, 21.00): the goal is in an "
+                         "obstacle: its cell holds 0.00, free is from 0.20; the nearest free cell "
+                         "is 1.00 m away, at (11.00, 21.00)"));
   EXPECT_TRUE(failedWith(plan("10,20", "14.6,20"), 1,
-                         "no plan from (10.00, 20.00) to (14.60, 20.00): End is not free. It lies "
-                         "outside the map."));
+                         "no plan from (10.00, 20.00) to (14.60, 20.00): the goal lies outside the "
+                         "map; the nearest free cell is 0.60 m away, at (14.00, 20.00)"));
   EXPECT_TRUE(failedWith(plan("10,20", "14,20"), 1,
-                         "no plan from (10.00, 20.00) to (14.00, 20.00): No path could be found."));
+                         "no plan from (10.00, 20.00) to (14.00, 20.00): no way leads from one to "
+                         "the other; unknown cells block"));
+  EXPECT_TRUE(failedWith(plan("10,20", "14,20", {"--unknown-free"}), 1,
+                         "no plan from (10.00, 20.00) to (14.00, 20.00): no way leads from one to "
+                         "the other"));
   EXPECT_TRUE(failedWith(plan("10,20", "1e30,20"), 1,
-                         "no plan from (10.00, 20.00) to (1e+30, 20.00): End is not free. It lies "
-                         "outside the map."));
+                         "no plan from (10.00, 20.00) to (1e+30, 20.00): the goal lies outside the "
+                         "map; no free cell is near"));
+}
+
+TEST_F(PlanCommand, EndsTooNearToAnObstacleOrUnknownAreToldAsSuch) {
+  writeMap({"#....?"});
+  EXPECT_TRUE(failedWith(plan("11,20", "13,20", {"--radius", "1.5"}), 1,
+                         "no plan from (11.00, 20.00) to (13.00, 20.00): the start is nearer to an "
+                         "obstacle than the robot's radius, 1.5 m; the nearest free cell is 1.00 m "
+                         "away, at (12.00, 20.00)"));
+  EXPECT_TRUE(failedWith(plan("11,20", "15.3,20"), 1,
+                         "no plan from (11.00, 20.00) to (15.30, 20.00): the goal is in an unknown "
+                         "cell, which blocks unless unknown cells are free; the nearest free cell "
+                         "is 1.30 m away, at (14.00, 20.00)"));
 }
 
 TEST_F(PlanCommand, WithoutAPlanNoFileIsWritten) {
@@ -138,20 +158,40 @@ TEST_F(PlanCommand, WithoutAPlanNoFileIsWritten) {
   EXPECT_FALSE(std::filesystem::exists(directory_ / "p.png"));
 }
 
-TEST_F(PlanCommand, StridesAreFilledCellByCellAndTheWallsTheyJumpAreTold) {
+TEST_F(PlanCommand, StridesAreFilledCellByCellAndJumpNoWall) {
+  writeMap({"...#....",  //
+            "...#....",  //
+            "...#....",  //
+            "........",  //
+            "........",  //
+            "........"});
+  for (const std::string steps : {"simple", "double", "triple"}) {
+    const json plan = planJson("11,21", "16,21", {"--neighborhood", steps});
+    const json& path = plan["path"];
+    bool isRound = false;
+    for (std::size_t i = 1; i < path.size(); ++i) {
+      EXPECT_LE(std::abs(double(path[i][0]) - double(path[i - 1][0])), 1.0);
+      EXPECT_LE(std::abs(double(path[i][1]) - double(path[i - 1][1])), 1.0);
+      isRound = isRound || path[i][1] > 22.0;
+    }
+    EXPECT_TRUE(isRound) << steps;
+    EXPECT_EQ(plan["blockedCells"], 0);
+  }
   writeMap({"...#....",  //
             "...#....",  //
             "...#...."});
-  const json plan = planJson("10,21", "16,21", {"--neighborhood", "double"});
-  const json& path = plan["path"];
-  for (std::size_t i = 1; i < path.size(); ++i) {
-    EXPECT_LE(std::abs(double(path[i][0]) - double(path[i - 1][0])), 1.0);
-    EXPECT_LE(std::abs(double(path[i][1]) - double(path[i - 1][1])), 1.0);
-  }
-  EXPECT_EQ(plan["blockedCells"], 1);
-  const ToolRun run = this->plan("11,21", "17,21", {"--neighborhood", "triple"});
-  EXPECT_NE(run.output.find("warning     the path passes over 1 blocked cell "), std::string::npos)
-      << run.output << run.errors;
+  EXPECT_EQ(plan("10,21", "16,21", {"--neighborhood", "triple"}).status, 1);
+}
+
+TEST_F(PlanCommand, TurnCostCountsFromTheHeadingOfTheStart) {
+  writeMap({".....",  //
+            "..#..",  //
+            "....."});
+  const auto rowOfTheWay = [&](const std::string& from) {
+    return double(planJson(from, "14,21", {"--turn-cost", "5"})["path"][1][1]);
+  };
+  EXPECT_EQ(rowOfTheWay("11,21,0.8"), 22.0);
+  EXPECT_EQ(rowOfTheWay("11,21,-0.8"), 20.0);
 }
 
 TEST_F(PlanCommand, StartThatIsTheGoalIsAPathOfOneCell) {
@@ -177,11 +217,15 @@ TEST_F(PlanCommand, ThresholdDecidesWhatBlocks) {
   EXPECT_EQ(plan("10,20", "14,20", {"--threshold", "0.4"}).status, 1);
 }
 
-TEST_F(PlanCommand, UnknownCellsBlockOnlyWhenAsked) {
+TEST_F(PlanCommand, UnknownCellsBlockUnlessTheyAreFree) {
   writeMap({"..?.."});
-  EXPECT_EQ(plan("10,20", "14,20").status, 0);
-  EXPECT_TRUE(failedWith(plan("10,20", "14,20", {"--explored-only"}), 1,
-                         "no plan from (10.00, 20.00) to (14.00, 20.00): No path could be found."));
+  EXPECT_TRUE(failedWith(plan("10,20", "14,20"), 1,
+                         "no plan from (10.00, 20.00) to (14.00, 20.00): no way leads from one to "
+                         "the other; unknown cells block"));
+  const ToolRun run = plan("10,20", "14,20", {"--unknown-free"});
+  EXPECT_EQ(run.status, 0) << run.errors;
+  EXPECT_NE(run.output.find("growth      radius 0 m, fade 0 m; unknown cells are free\n"),
+            std::string::npos);
 }
 
 TEST_F(PlanCommand, CoarseSearchesLargerCells) {
@@ -195,7 +239,7 @@ TEST_F(PlanCommand, CoarserThanTheMapHasNoFreeStart) {
   EXPECT_EQ(plan("10,20", "11,20", {"--coarse", "50", "--snap", "9"}).status, 1);
 }
 
-TEST_F(PlanCommand, EveryKindOfGrowthKeepsThePathOffTheWall) {
+TEST_F(PlanCommand, RadiusAndFadeKeepThePathOffTheWall) {
   std::vector<std::string> rows(7, ".........###.........");
   rows.insert(rows.end(), 8, ".....................");
   writeMap(rows);
@@ -207,18 +251,9 @@ TEST_F(PlanCommand, EveryKindOfGrowthKeepsThePathOffTheWall) {
     return -1.0;
   };
   EXPECT_EQ(rowAboveTheBlock({}), 7.0);
-  for (const auto& [kind, fade] :
-       {std::pair("linear", "2.1"), {"inverse", "0.1"}, {"smooth", "0.3"}}) {
-    EXPECT_EQ(rowAboveTheBlock({"--dilate", kind, "--radius", "2", "--fade", fade}), 9.0) << kind;
-  }
-}
-
-TEST_F(PlanCommand, GrowthDoesNotMakeTheUnknownFree) {
-  writeMap({"?????????????????", "?????????????????", "................."});
-  EXPECT_EQ(plan("10,22", "26,22", {"--dilate", "linear", "--explored-only"}).status, 0);
-  EXPECT_TRUE(failedWith(plan("10,20", "26,20", {"--dilate", "linear", "--threshold", "0.6"}), 1,
-                         "no plan from (10.00, 20.00) to (26.00, 20.00): Start is not free. Its "
-                         "cell holds 0.50, free is from 0.60."));
+  EXPECT_EQ(rowAboveTheBlock({"--radius", "3"}), 9.0);
+  EXPECT_EQ(rowAboveTheBlock({"--radius", "1", "--fade", "4"}), 11.0);
+  EXPECT_EQ(rowAboveTheBlock({"--radius", "3", "--fade", "4"}), 13.0);
 }
 
 TEST_F(PlanCommand, SnapMovesEndsThatAreNotFreeAndSaysSo) {
@@ -250,8 +285,9 @@ TEST_F(PlanCommand, SnapGoesNoFartherThanAllowed) {
   writeMap({"###..."});
   EXPECT_EQ(plan("10,20", "14,20", {"--snap", "3"}).status, 0);
   EXPECT_TRUE(failedWith(plan("10,20", "14,20", {"--snap", "2.9"}), 1,
-                         "no plan from (10.00, 20.00) to (14.00, 20.00): Start is not free. Its "
-                         "cell holds 0.00, free is from 0.20."));
+                         "no plan from (10.00, 20.00) to (14.00, 20.00): the start is in an "
+                         "obstacle: its cell holds 0.00, free is from 0.20; the nearest free cell "
+                         "is 3.00 m away, at (13.00, 20.00)"));
 }
 
 TEST_F(PlanCommand, PictureShowsThePathWhereItIs) {
@@ -287,66 +323,45 @@ TEST_F(PlanCommand, BadOptionsAreStatus2AndNamed) {
       {"--weight", "nan", "must be a number from 0 to 1, found nan" + kHint},
       {"--threshold", "-0.1", "must be a number from 0 to 1, found -0.1" + kHint},
       {"--coarse", "0", "must be a number from 1 to 1000, found 0" + kHint},
-      {"--dilate", "much", "must be one of linear, inverse, smooth, none, found much" + kHint},
       {"--radius", "-1", "must be a finite number, at least 0, found -1" + kHint},
       {"--fade", "inf", "must be a finite number, at least 0, found inf" + kHint},
       {"--accuracy", "x", "must be a finite number, at least 0, found x" + kHint},
+      {"--turn-cost", "-1", "must be a finite number, at least 0, found -1" + kHint},
       {"--snap", "1e99", "must be a finite number, at least 0, found 1e99" + kHint},
   };
   for (const auto& [option, value, fault] : faults) {
     EXPECT_TRUE(failedWith(plan("11,20", "12,22", {option, value}), 2, option + ": " + fault));
   }
   EXPECT_EQ(plan("11,20", "12,22", {"--coarse", "1.5"}).status, 2);
+  EXPECT_TRUE(failedWith(plan("11,20", "12,22", {"--threshold", "0"}), 2,
+                         "--threshold is 0, below which is no cell"));
+  EXPECT_TRUE(failedWith(plan("11,20", "12,22", {"--radius", "900", "--fade", "200"}), 2,
+                         "--radius and --fade are more than 1000 cells of the map"));
 }
 
-TEST_F(PlanCommand, LinearGrowthThatEndsWithinItsRadiusIsRefused) {
-  writeMap(kWallWithGap);
-  EXPECT_TRUE(failedWith(plan("11,20", "12,22", {"--dilate", "linear", "--radius", "0.5"}), 2,
-                         "--fade: must be at least the radius (0.5 m) with --dilate linear, "
-                         "found 0.4 m"));
-  EXPECT_TRUE(failedWith(plan("11,20", "12,22", {"--radius", "0.401"}), 2,
-                         "--fade: must be at least the radius (0.401 m) with linear growth, "
-                         "found 0.4 m"));
-  EXPECT_TRUE(failedWith(plan("11,20", "12,22", {"--fade", "0.199"}), 2,
-                         "--fade: must be at least the radius (0.2 m) with linear growth, "
-                         "found 0.199 m"));
-  EXPECT_EQ(plan("11,20", "12,22", {"--radius", "0.4"}).status, 0);
-  for (const std::string kind : {"none", "inverse", "smooth"}) {
-    EXPECT_EQ(plan("11,20", "12,22", {"--dilate", kind, "--radius", "0.5"}).status, 0);
-  }
-}
-
-TEST_F(PlanCommand, ARadiusOrAFadeAloneMeansLinearGrowthAndIsTold) {
+TEST_F(PlanCommand, GrowthAndSettingsAreTold) {
   writeMap({"......",  //
             ".####.",  //
             "......",  //
             "......"});
-  const std::vector<std::string> sizes = {"--radius", "1.1", "--fade", "3"};
-  const json alone = planJson("10,23", "15,23", sizes);
-  const json named =
-      planJson("10,23", "15,23", {"--dilate", "linear", "--radius", "1.1", "--fade", "3"});
-  EXPECT_EQ(alone["growth"], json({{"kind", "linear"}, {"radius", 1.1}, {"fade", 3.0}}));
-  EXPECT_EQ(alone["growth"], named["growth"]);
-  EXPECT_EQ(alone["path"], named["path"]);
+  const std::vector<std::string> sizes = {"--radius", "1.1", "--fade", "2.5"};
+  const json grown = planJson("10,23", "15,23", sizes);
+  EXPECT_EQ(grown["growth"], json({{"kind", "linear"}, {"radius", 1.1}, {"fade", 2.5}}));
   EXPECT_EQ(plan("12,22", "15,23", sizes).status, 1) << "its cell is within the radius";
-  EXPECT_NE(
-      plan("10,23", "15,23", sizes)
-          .output.find(
-              "growth      linear, radius 1.1 m, fade 3 m; without --dilate, --radius or --fade "
-              "means linear\n"),
-      std::string::npos);
-  EXPECT_EQ(planJson("10,23", "15,23", {"--fade", "0.7"})["growth"],
-            json({{"kind", "linear"}, {"radius", 0.2}, {"fade", 0.7}}));
-}
-
-TEST_F(PlanCommand, GrowthIsTheKindThatIsNamed) {
-  writeMap(kWallWithGap);
-  const ToolRun run = plan("11,20", "12,22", {"--dilate", "inverse", "--radius", "0.3"});
-  EXPECT_NE(run.output.find("growth      inverse, radius 0.3 m, fade 0.4 m\n"), std::string::npos)
-      << run.output;
-  EXPECT_EQ(planJson("11,20", "12,22", {"--radius", "0.3", "--dilate", "none"})["growth"], nullptr);
-  EXPECT_EQ(planJson("11,20", "12,22")["growth"], nullptr);
-  EXPECT_EQ(plan("11,20", "12,22").output.find("growth"), std::string::npos);
+  EXPECT_NE(plan("10,23", "15,23", sizes)
+                .output.find("growth      radius 1.1 m, fade 2.5 m; unknown cells block\n"),
+            std::string::npos);
+  const json plain = planJson("10,23", "15,23", {"--neighborhood", "double", "--accuracy", "50"});
+  EXPECT_EQ(plain["growth"], nullptr);
+  EXPECT_EQ(plain["settings"], json({{"radius", 0.0},
+                                     {"fade", 0.0},
+                                     {"unknownFree", false},
+                                     {"threshold", 0.2},
+                                     {"weight", 0.5},
+                                     {"neighborhood", "double"},
+                                     {"coarse", 1},
+                                     {"turnCost", 0.0},
+                                     {"accuracy", 50.0}}));
 }
 
 TEST_F(PlanCommand, PictureOfALargeMapIsReducedAndThatIsTold) {
