@@ -17,11 +17,9 @@ int main() {
   const std::filesystem::path directory = std::filesystem::temp_directory_path();
   const std::string file = someMapFile(directory);
   const Brin::OccupancyMap map = Brin::io::readMapFile(file);  // throws io::FileError
-  Brin::OccMapPathFinder finder(&map, 0.0f);
-  std::vector<Brin::Pose2D> path;
-  finder.computePath(Brin::Pose2D(1, 1, 0), Brin::Pose2D(3, 1, 0), path);
-  const std::vector<Brin::Pose2D> waypoints = Brin::SafePathSimplifier().sample(path, map);
-  Brin::io::writePathFile(waypoints, directory / "room-way.csv");
+  const Brin::PathPlanner planner(map);
+  const Brin::Plan plan = planner.plan(Brin::Pose2D(1, 1, 0), Brin::Pose2D(3, 1, 0));
+  Brin::io::writePathFile(plan.waypoints, directory / "room-way.csv");
   std::cout << Brin::io::readPathFile(directory / "room-way.csv").size() << " waypoints\n";
 
   try {

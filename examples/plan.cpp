@@ -1,5 +1,5 @@
-// Plans a path between two world poses and draws it into the map. A step into an unknown cell ('?')
-// costs twice its length: here that is less than the way round to the door below.
+// Plans for a robot with a radius and draws the path into the map. It keeps clear of corners, and
+// takes the way round to the door below rather than one through a cell that nobody has seen ('?').
 #include <cstddef>
 #include <iostream>
 #include <korrin/korrin.hpp>
@@ -20,7 +20,7 @@ Brin::OccupancyMap drawMap(const std::vector<std::string>& rows, float resolutio
 }
 
 int main() {
-  const std::vector<std::string> rows = {
+  std::vector<std::string> picture = {
       "....................",  //
       "....................",  //
       "...#############....",  //
@@ -28,22 +28,26 @@ int main() {
       "...#...........#....",  //
       "...#...........?....",  //
       "...#...........#....",  //
-      "...######.######....",  //
+      "...####...######....",  //
       "....................",  //
       "....................",  //
   };
-  const Brin::OccupancyMap map = drawMap(rows, 0.1f);
-  Brin::OccMapPathFinder finder(&map, 0.0f);  // the map is borrowed
-  finder.setObstacleThreshold(0.2f);
+  const Brin::OccupancyMap map = drawMap(picture, 0.1f);
+  Brin::PlannerSettings settings;
+  settings.robotRadius = 0.15f;              // metres
+  Brin::PathPlanner planner(map, settings);  // the map is borrowed
 
-  std::vector<Brin::Pose2D> path;
-  finder.computePath(Brin::Pose2D(1.8f, 0.1f, 0.0f), Brin::Pose2D(1.2f, 0.4f, 0.0f), path);
-
-  std::vector<std::string> picture = rows;
-  for (const Brin::Pose2D& pose : path) {
+  const Brin::Plan plan = planner.plan(Brin::Pose2D(1.8f, 0.1f, 0), Brin::Pose2D(1.2f, 0.45f, 0));
+  for (const Brin::Pose2D& pose : plan.path) {
     const Brin::Pose2Di cell = map.getPixelFromPose(pose);
     picture[static_cast<std::size_t>(cell.y)][static_cast<std::size_t>(cell.x)] = 'o';
   }
   for (const std::string& row : picture) std::cout << row << '\n';
-  std::cout << path.size() << " poses, " << finder.getNumIterations() << " cells expanded\n";
+  std::cout << plan.length << " m to drive, " << plan.waypoints.size() << " waypoints\n";
+
+  const Brin::Plan blocked = planner.plan(Brin::Pose2D(1.8f, 0.1f, 0), Brin::Pose2D(1.4f, 0.5f, 0));
+  if (blocked.blocked.reason == Brin::BlockedReason::TooNear) {
+    std::cout << "too near to an obstacle; free is (" << blocked.blocked.nearestFree.x << ", "
+              << blocked.blocked.nearestFree.y << ")\n";
+  }
 }

@@ -4,10 +4,11 @@ Builds maps from laser scans, plans paths on them, grows obstacles, simplifies p
 compares scans, and finds the ways out of them.
 
 >>> map = korrin.OccupancyMap(200, 100, 0.05)     # 10 m x 5 m, every cell unknown
->>> map.image[:80, 100] = 0                       # a wall, through a numpy view of the map
->>> path = korrin.OccMapPathFinder(map).compute_path((1, 1, 0), (9, 1, 0))
->>> waypoints = korrin.SafePathSimplifier().sample(path, map)
->>> len(waypoints) < 10 < len(path)
+>>> map.reset(1)                                  # all of it free
+>>> map.image[:80, 100] = 0                       # but for a wall, through a numpy view of the map
+>>> planner = korrin.PathPlanner(map, robot_radius=0.3)
+>>> plan = planner.plan((1, 1), (9, 1))
+>>> len(plan.waypoints) < 10 < len(plan.path)
 True
 
 The C++ headers below include/korrin are the manual; names are theirs in snake case, and keyword
@@ -18,13 +19,13 @@ arguments, too (`from_` and `in_` where Python has the word for itself). What di
   (column, row, heading). The name of a member, upper or lower case, serves for an enumeration.
 - What a C++ function writes into an empty output is returned: a cell or None, a path, a scan. What
   must be there already (a map, an image to write into) is an argument.
-- Failures are results (None or empty), and their log records go to the logger "korrin".
+- Failures are results (a plan that tells why, None or empty), and log records go to the logger "korrin".
 - Arguments of the wrong shape or size raise ValueError, of the wrong type TypeError; the message
   names the argument, what was wanted and what was found.
 - Everything is a value: objects print what they hold, are equal when that is, can be copied and
   pickled, and have no hash if they can change. Two numbers that are both NaN count as equal, so
-  that what a pickle gives back equals what went in. What works on a map (a path finder, a mapper, a
-  prepared map) is copied by copy.copy with the same map; copy.deepcopy and pickle take the map
+  that what a pickle gives back equals what went in. What works on a map (a planner, a path finder, a
+  mapper, a prepared map) is copied by copy.copy with the same map; copy.deepcopy and pickle take the map
   along, one map for all that share it.
 - Long calls let other threads run. Objects may be shared by threads; a map that one thread writes
   while another one reads it has both old and new values.

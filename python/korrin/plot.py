@@ -2,9 +2,9 @@
 
 >>> import korrin.plot
 >>> map = korrin.OccupancyMap(100, 80, 0.05)
->>> path = korrin.OccMapPathFinder(map).compute_path((1, 1, 0), (4, 3, 0))
+>>> plan = korrin.PathPlanner(map, unknown_is_free=True).plan((1, 1), (4, 3))
 >>> axes = korrin.plot.map(map)
->>> axes = korrin.plot.path(path)
+>>> axes = korrin.plot.path(plan.path)
 >>> axes.figure.savefig("/dev/null", format="png")
 
 Each function draws into `axes`, the current ones when there are none given, and returns them. Axes

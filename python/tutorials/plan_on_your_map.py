@@ -12,7 +12,6 @@
 # is named on the command line (default: here).
 
 # %%
-import logging
 import pathlib
 import sys
 
@@ -41,70 +40,60 @@ map.image[[0, -1], :] = 0
 map.image[:, [0, -1]] = 0
 map.image[:100, 80:83] = 0  # two walls to go round
 map.image[60:, 160:163] = 0
-map.image[100:160, 80:120] = 0.5  # a corner where nobody has been
+map.image[130:160, 80:120] = 0.5  # a corner where nobody has been
 
 # %% [markdown]
 # ## Keep a distance
 #
-# The planner takes the robot for a point, so obstacles grow by its radius first: blocked within
-# 0.3 m, and freer and freer up to 0.8 m, so that paths prefer the middle of the way. A dilation looks
-# at obstacles alone and forgets what is unknown; the lower value of both maps remembers it.
+# The planner prepares the map once: cells within the robot's radius of an obstacle are closed, and
+# those up to half a metre farther off are dearer, so that paths prefer the middle of the way. What
+# nobody has seen is closed, too.
 
 # %%
-grown = korrin.OccupancyMap(map)
-dilater = korrin.ObstacleDilater(map.params.width, map.params.height)
-dilater.set_params(dilation_radius=0.3, fade_distance=0.8)
-dilater.dilate(grown, korrin.ObstacleDilater.DILATE_LINEAR)
-np.minimum(grown.image, map.image, out=grown.image)
+planner = korrin.PathPlanner(map, robot_radius=0.3, fade_distance=0.5)
 
 # %% [markdown]
 # ## Plan
 #
-# Poses are (x, y, theta) in metres and radians of the world. The path is an N x 3 array, a pose for
-# each cell on the way. The simplifier keeps few of them, such that the straight lines between them
-# stay clear of obstacles.
+# Poses are (x, y) or (x, y, theta) in metres and radians of the world. The path is an N x 3 array, a
+# pose for each cell on the way. The waypoints are few of them, such that the straight lines between
+# them stay clear of obstacles.
 
 # %%
-start, goal = (-5, -3, 0), (5, 3, 0)
-finder = korrin.OccMapPathFinder(grown)
-finder.set_obstacle_threshold(0.05)
-path = finder.compute_path(start, goal)
+start, goal = (-5, -3), (5, 3)
+plan = planner.plan(start, goal)
+print(plan)
 
-simplifier = korrin.SafePathSimplifier()
-simplifier.set_obstacle_threshold(0.05)
-waypoints = simplifier.sample(path, grown)
+assert plan.outcome == korrin.PlanOutcome.Found
+assert len(plan.waypoints) < len(plan.path) / 5
 
-costs = korrin.compute_path_cost_stat(grown, waypoints)
-print(f"{len(path)} cells became {len(waypoints)} waypoints, {costs.length:.1f} m long")
-print(f"the tightest place has the value {costs.min_cost:.2f}")
+# How near do the straight lines come to obstacles? The value of a cell tells.
+costs = korrin.compute_path_cost_stat(planner.fine_map(), plan.waypoints)
+print(f"{costs.length:.1f} m to drive; the tightest place has the value {costs.min_cost:.2f}")
 
-assert len(waypoints) < len(path) / 5
-assert costs.min_cost >= 0.05
+assert costs.min_cost >= planner.settings.obstacle_threshold
 
 # %%
 figure, axes = pyplot.subplots(1, 2, figsize=(12, 4))
 korrin.plot.map(map, axes[0])
-korrin.plot.path(waypoints, axes[0], color="tab:red", marker=".")
+korrin.plot.path(plan.waypoints, axes[0], color="tab:red", marker=".")
 axes[0].set_title("the map and the waypoints")
-korrin.plot.map(grown, axes[1])
-korrin.plot.path(path, axes[1], color="tab:orange")
+korrin.plot.map(planner.grown_map(), axes[1])
+korrin.plot.path(plan.path, axes[1], color="tab:orange")
 axes[1].set_title("what the planner sees, and its path")
 figure.savefig(out / "plan.png")
 
 # %% [markdown]
 # ## How hard was it?
 #
-# After a search the finder shows all of it. `set_h_weight` trades the cost of the path for speed: 0
-# looks everywhere and finds a cheapest path, 0.5 is plain A*, 1 runs at the goal. It holds for all
-# finders of the program, and each new finder sets it back to 0.5.
+# `weight` trades the cost of the path for speed: 0 looks everywhere and finds a cheapest path, 0.5 is
+# plain A*, 1 runs at the goal.
 
 # %%
 expanded = {}
 for weight in (0.0, 0.5, 0.9):
-    finder.set_h_weight(weight)
-    finder.compute_path(start, goal)
-    expanded[weight] = finder.get_num_iterations()
-finder.set_h_weight(0.5)
+    planner_of_weight = korrin.PathPlanner(map, robot_radius=0.3, fade_distance=0.5, weight=weight)
+    expanded[weight] = planner_of_weight.plan(start, goal).iterations
 print("cells expanded:", expanded)
 
 assert expanded[0.0] > expanded[0.5] > expanded[0.9]
@@ -112,17 +101,27 @@ assert expanded[0.0] > expanded[0.5] > expanded[0.9]
 # %% [markdown]
 # ## When there is no path
 #
-# A failure is an empty path, and a record in Python's logging that says why.
+# A plan tells which end is blocked, why, and where the nearest free cell is.
 
 # %%
-logging.basicConfig(format="%(name)s: %(message)s", stream=sys.stdout)
-inside_a_wall = (-1.95, -3, 0)
-assert finder.compute_path(inside_a_wall, goal).size == 0  # logs "Start is not free."
+refused = planner.plan((-1.95, -3), goal)
+print(refused)
+assert refused.blocked is not None
+assert refused.blocked.reason == korrin.BlockedReason.Obstacle
 
-# The way out: the nearest free cell.
-cell = korrin.find_first_free_cell(grown, grown.get_pixel_from_pose(inside_a_wall), 0.1)
-assert cell is not None
-way_out = grown.get_pose_from_pixel(cell)
-assert finder.compute_path(way_out, goal).size > 0
-moved = np.hypot(way_out.x - inside_a_wall[0], way_out.y - inside_a_wall[1])
-print(f"free again after {moved:.2f} m")
+# The way out, and from there on.
+way_out = refused.blocked.nearest_free
+assert way_out is not None
+assert planner.plan(way_out, goal).outcome == korrin.PlanOutcome.Found
+print(f"free again after {np.hypot(way_out.x + 1.95, way_out.y + 3):.2f} m")
+
+# %% [markdown]
+# ## When the map changes
+#
+# A refresh takes in what changed, here a door that somebody shuts.
+
+# %%
+map.image[100:, 80:83] = 0
+planner.refresh(x=80, y=100, width=3, height=60)
+print(planner.plan(start, goal))
+assert planner.plan(start, goal).outcome == korrin.PlanOutcome.NoPath
