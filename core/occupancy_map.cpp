@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "core/grid_frame.hpp"
+#include "core/huge_pages.hpp"
 #include "core/image_ptr.hpp"
 #include "core/lanes.hpp"
 
@@ -23,6 +24,7 @@ void fill(IplImage& image, float value) {
 
 ImagePtr makeUnknownLayer(const OccupancyMapParams& params) {
   ImagePtr layer = makeImage(cvSize(params.width, params.height), IPL_DEPTH_32F, 1);
+  wishForHugePages(layer->imageData, layer->imageData + layer->imageSize);
   fill(*layer, kUnknown);
   return layer;
 }

@@ -6,6 +6,7 @@
 
 #include "core/norm.hpp"
 #include "src/cell_state.hpp"
+#include "src/node_room.hpp"
 
 namespace Brin {
 
@@ -23,6 +24,7 @@ PathSearch::PathSearch(OccMapPathFinder& finder)
       parent_(-1),
       width_(finder.coarseMap.image->width),
       height_(finder.coarseMap.image->height),
+      cells_(static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_)),
       endX_(finder.end.x),
       endY_(finder.end.y),
       nearEnough_(finder.neighborhoodType == OccMapPathFinder::Double ? 1 : 0),
@@ -39,6 +41,7 @@ bool PathSearch::run() {
     const std::int32_t index = open_.takeFirst();
     const Node& current = nodes_[static_cast<std::size_t>(index)];
     parent_ = static_cast<std::int32_t>(closedNodes_.size());
+    if (closedNodes_.size() == closedNodes_.capacity()) makeNodeRoom(closedNodes_, cells_);
     closedNodes_.push_back(current);
     found = isGoal(current);
     if (found) {
@@ -130,6 +133,7 @@ inline void PathSearch::offer(std::int32_t x, std::int32_t y, std::ptrdiff_t cel
     const auto index = static_cast<std::int32_t>(nodes_.size());
     const float h = distanceToEnd(x, y);
     const float f = gWeight_ * g + hWeight_ * h;
+    if (nodes_.size() == nodes_.capacity()) makeNodeRoom(nodes_, cells_);
     // In place: a copy would be read back in other pieces than it was written in, which stalls.
     Node& node = nodes_.emplace_back();
     node.x = x;

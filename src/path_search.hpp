@@ -7,6 +7,7 @@
 //   - the open list: OpenList keeps its order without scanning it;
 //   - neighbours to which the way at hand is no news: NeighborSurvey passes over them. The lowest
 //     costs that it compares with are kept in the array that holds the states afterwards;
+//   - memory that is new: makeNodeRoom;
 //   - waiting. Which node is next is nearly always known before the open list has taken in what the
 //     last one brought; so its neighbours are surveyed first, and need not wait for the list.
 //
@@ -66,6 +67,7 @@ class PathSearch {
   std::int32_t parent_;  // the place in `closedNodes_` of the node being expanded
   std::int32_t width_;
   std::int32_t height_;
+  std::size_t cells_;
   std::int32_t endX_;
   std::int32_t endY_;
   std::int32_t nearEnough_;  // to the end, in steps along the axes

@@ -11,6 +11,7 @@
 #include <memory>
 #include <new>
 
+#include "core/huge_pages.hpp"
 #include "korrin/occmap_path_finder.hpp"
 
 namespace Brin {
@@ -25,7 +26,6 @@ using ZeroedArray = std::unique_ptr<Number[], OccMapPathFinder::FreeMemory>;
 template <typename Number>
 ZeroedArray<Number> makeZeroedArray(std::int64_t count) {
   constexpr std::size_t kLeastMapped = std::size_t{1} << 18;
-  constexpr std::size_t kHugePage = std::size_t{1} << 21;
   if (count > std::numeric_limits<std::int32_t>::max()) throw std::bad_alloc();
   // Never 0 bytes, for which null would be a success.
   const auto entries = static_cast<std::size_t>(std::max<std::int64_t>(count, 1));
@@ -38,9 +38,8 @@ ZeroedArray<Number> makeZeroedArray(std::int64_t count) {
       isMapped ? mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)
                : std::calloc(entries, sizeof(Number));
   if (memory == nullptr || memory == MAP_FAILED) throw std::bad_alloc();
-  // Fewer page faults, and fewer addresses to look up: a search goes to and fro between rows that
-  // lie on pages of their own. The last one is rounded up, or it would be made of small ones. A
-  // wish only, and for no more than speed.
+  // A search goes to and fro between rows that lie on pages of their own. The last one is rounded
+  // up, or it would be made of small ones.
   if (bytes >= kHugePage) madvise(memory, bytes, MADV_HUGEPAGE);
   return {static_cast<Number*>(memory), OccMapPathFinder::FreeMemory{isMapped ? bytes : 0}};
 }
