@@ -4,7 +4,9 @@
 #include <opencv2/core/core_c.h>
 
 #include <atomic>
+#include <cstdint>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -130,6 +132,63 @@ TEST_F(Threads, LoseNoRecordWhileTheSinkIsSwapped) {
   });
   EXPECT_EQ(heardByOne + heardByTheOther, told);
   EXPECT_EQ(garbled, 0);
+}
+
+// All that a finder shows of a search but its arrays.
+void addSearch(Words& words, const Brin::OccMapPathFinder& finder) {
+  words.add(finder.getNumIterations());
+  words.add(finder.openList);
+  for (const auto* nodes : {&finder.nodes, &finder.closedNodes}) {
+    for (const Brin::OccMapPathFinder::Node& node : *nodes) {
+      for (const std::int32_t number : {node.x, node.y, node.parent}) words.add(number);
+      for (const float number : {node.theta, node.f, node.g, node.h}) words.add(number);
+    }
+  }
+}
+
+// Finders made beforehand search at the same time, one to a thread, on one map: in all
+// neighbourhoods, with coarse maps, and for goals that are blocked or out of reach.
+TEST_F(Threads, SearchWithFindersMadeBeforehand) {
+  using Brin::OccMapPathFinder;
+  const World world = makeWorld(80, 60, 181);
+  std::vector<std::unique_ptr<OccMapPathFinder>> finders;
+  for (int i = 0; i <= kThreads; ++i) {
+    finders.push_back(std::make_unique<OccMapPathFinder>(&world.map, 0.0f));
+  }
+  OccMapPathFinder::setHWeight(0.4f);
+  // Returns how many paths it has found.
+  const auto ask = [&](OccMapPathFinder& finder, Words& words) {
+    int found = 0;
+    std::vector<Brin::Pose2D> path;
+    finder.setObstacleThreshold(0.45f);
+    finder.setAngleCostFactor(0.1f);
+    for (const int factor : {1, 2, 1}) {
+      finder.setCoarseFactor(factor);
+      for (const auto type :
+           {OccMapPathFinder::Simple, OccMapPathFinder::Double, OccMapPathFinder::Triple}) {
+        finder.setNeighborhoodType(type);
+        for (const Brin::Pose2D& goal : world.poses) {
+          finder.computePath(world.poses.front(), goal, path);
+          words.add(path);
+          addSearch(words, finder);
+          found += path.empty() ? 0 : 1;
+        }
+      }
+    }
+    return found;
+  };
+  Words expected;
+  const int found = ask(*finders.back(), expected);
+  const int asked = 9 * static_cast<int>(world.poses.size());
+  EXPECT_GT(found, asked / 4);
+  EXPECT_LT(found, asked * 3 / 4);
+  std::atomic<int> agreeing{0};
+  onThreads([&](int thread) {
+    Words words;
+    ask(*finders[static_cast<std::size_t>(thread)], words);
+    if (words.all() == expected.all()) ++agreeing;
+  });
+  EXPECT_EQ(agreeing, kThreads);
 }
 
 // What the whole process shares, and why finders belong to one thread: the weight and the three

@@ -10,8 +10,10 @@
 // THE WEIGHT IS SHARED BY THE WHOLE PROCESS. Node::hWeight is one number for all finders, and
 // every construction of a finder, anywhere, sets it back to 0.5. Set it with setHWeight after the
 // last finder is made, or before each search. The three neighbour tables are shared too and
-// rewritten by every construction. So: make and use finders from one thread, or serialise them;
-// nothing here takes a lock.
+// rewritten by every construction. Nothing here takes a lock. So: make the finders and set the
+// weight first. From then on, as long as nobody makes a finder, sets the weight or fills the
+// tables, any number of threads may search at the same time, each with a finder of its own, also on
+// one map that nobody writes to. All else is for one thread, or one lock.
 //
 // How a plan comes about
 //
@@ -54,7 +56,9 @@
 // `openList`, and the two arrays by cell. They stay until the next accepted request.
 //
 // A search takes time in proportion to the nodes that it makes, times what filing one costs; at
-// most each free cell is expanded once.
+// most each free cell is expanded once. The sequences keep their room for later searches: 65,536
+// nodes, or one for each cell once a search has made more than that. Room takes addresses; memory
+// is taken where nodes have been.
 #pragma once
 
 #include <cstddef>
