@@ -8,6 +8,7 @@ replaced.
 import json
 import platform
 import re
+import statistics
 import subprocess
 import sys
 
@@ -35,8 +36,19 @@ def medians(path):
 
 
 def milliseconds(entry):
+    """Of a query; of one that is made of many ways, of the median way."""
+    if by_way(entry, "ms"):
+        return statistics.median(by_way(entry, "ms"))
     assert entry["time_unit"] == "us"
     return entry["cpu_time"] / 1000.0
+
+
+def ratio(ours, theirs):
+    """How many times as long the peer took: for many ways, on the median one of them."""
+    ways = list(zip(by_way(ours, "ms"), by_way(theirs, "ms")))
+    if ways:
+        return statistics.median(t / o for o, t in ways)
+    return milliseconds(theirs) / milliseconds(ours)
 
 
 def figure(value):
@@ -59,9 +71,29 @@ def agreement(query, ours, theirs):
     if query == "score_first":
         return "as for score"
     if query.startswith("plan"):
-        return (f"path of {ours['length_m']:.2f} m, {ours['path_poses']:.0f} poses / "
-                f"{theirs['length_m']:.2f} m, {theirs['path_poses']:.0f} poses")
+        return planned(ours, theirs)
     return "; ".join(simplified(entry) for entry in (ours, theirs))
+
+
+def by_way(entry, counter):
+    """The counter of every way of a planner's query; empty for other queries."""
+    values = []
+    while f"{counter}_{len(values)}" in entry:
+        values.append(entry[f"{counter}_{len(values)}"])
+    return values
+
+
+def planned(ours, theirs):
+    our_lengths, their_lengths = by_way(ours, "length"), by_way(theirs, "length")
+    longer = round(sum(their_lengths) / sum(our_lengths) - 1, 3) + 0.0  # never -0.0 %
+    ways = len(our_lengths)
+    if ways == 1:
+        return f"{our_lengths[0]:.2f} m / {their_lengths[0]:.2f} m, {longer:+.1%}"
+    wins = sum(t > o for o, t in zip(by_way(ours, "ms"), by_way(theirs, "ms")))
+    most = max(t / o for o, t in zip(our_lengths, their_lengths)) - 1
+    return (f"{statistics.median(our_lengths):.2f} m / {statistics.median(their_lengths):.2f} m "
+            f"(median); the peer's {ways} ways together {longer:+.1%}, the worst {most:+.0%}; "
+            f"korrin faster on {wins} of {ways}")
 
 
 def simplified(entry):
@@ -85,9 +117,8 @@ def tables(queries):
              "|---|---|---:|---:|---|---:|"]
     answers = ["| query | floor | the answers, korrin's / the peer's |", "|---|---|---|"]
     for query, floor, name, ours, theirs in pairs(queries):
-        ratio = milliseconds(theirs) / milliseconds(ours)
         times.append(f"| `{query}` | {floor} | {figure(milliseconds(ours))} "
-                     f"| {figure(milliseconds(theirs))} | {name} | {figure(ratio)} |")
+                     f"| {figure(milliseconds(theirs))} | {name} | {figure(ratio(ours, theirs))} |")
         answers.append(f"| `{query}` | {floor} | {agreement(query, ours, theirs)} |")
     return "\n".join(times) + "\n\n" + "\n".join(answers)
 
