@@ -21,7 +21,7 @@ std::size_t nextRoom(std::size_t room, std::size_t cells) {
 }
 
 // But not for the first 4 megabytes: what a huge page takes too much should be little of the whole.
-void wishForHugePages(const std::vector<Node>& nodes) {
+void useHugePagesFurtherOn(const std::vector<Node>& nodes) {
   constexpr std::size_t kOnSmallPages = 2 * kHugePage / sizeof(Node);
   if (nodes.capacity() <= kOnSmallPages) return;
   wishForHugePages(nodes.data() + kOnSmallPages, nodes.data() + nodes.capacity());
@@ -36,7 +36,7 @@ void makeNodeRoom(std::vector<Node>& nodes, std::size_t cells) {
   } catch (const std::bad_alloc&) {
     nodes.reserve(twice);
   }
-  wishForHugePages(nodes);
+  useHugePagesFurtherOn(nodes);
 }
 
 }  // namespace Brin

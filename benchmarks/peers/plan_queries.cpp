@@ -1,7 +1,7 @@
 // plan: 40 ways between places anywhere on the floor, by a planner that has planned before.
 // plan_first: the same ways, each the first request of its planner.
 // plan_short: the first 20 steps of these ways.
-// plan_across: one way, from one end of the floor to the other; plan_back: the same, back.
+// plan_across: one way, from one end of the floor to the other.
 #include <mrpt/nav/planners/PlannerSimple2D.h>
 
 #include <cstddef>
@@ -115,8 +115,6 @@ std::vector<Way> firstSteps(const Floor& floor) {
 
 std::vector<Way> wayAcross(const Floor& floor) { return {{floor.from, floor.to}}; }
 
-std::vector<Way> wayBack(const Floor& floor) { return {{floor.to, floor.from}}; }
-
 double processorMilliseconds() {
   std::timespec now{};
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
@@ -168,7 +166,6 @@ void registerPlanQueries() {
   registerPlans("plan_first", waysAnywhere, Planners::OneEach);
   registerPlans("plan_short", firstSteps, Planners::OneForAll);
   registerPlans("plan_across", wayAcross, Planners::OneForAll);
-  registerPlans("plan_back", wayBack, Planners::OneForAll);
 }
 
 }  // namespace korrin_peers

@@ -12,7 +12,7 @@ namespace korrin_peers {
 
 void registerScanQueries();      // simulate_scan, update_map
 void registerScoreQueries();     // score, score_first
-void registerPlanQueries();      // plan, plan_first, plan_short, plan_across, plan_back
+void registerPlanQueries();      // plan, plan_first, plan_short, plan_across
 void registerSimplifyQueries();  // reduce_path, simplify_path
 
 // Registers `run(state, floor)` on every floor.

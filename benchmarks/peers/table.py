@@ -43,12 +43,15 @@ def milliseconds(entry):
     return entry["cpu_time"] / 1000.0
 
 
+def ratios(ours, theirs):
+    """How many times as long the peer took on each way of a planner's query."""
+    return [t / o for o, t in zip(by_way(ours, "ms"), by_way(theirs, "ms"))]
+
+
 def ratio(ours, theirs):
-    """How many times as long the peer took: for many ways, on the median one of them."""
-    ways = list(zip(by_way(ours, "ms"), by_way(theirs, "ms")))
-    if ways:
-        return statistics.median(t / o for o, t in ways)
-    return milliseconds(theirs) / milliseconds(ours)
+    """For many ways, the median of theirs."""
+    ways = ratios(ours, theirs)
+    return statistics.median(ways) if ways else milliseconds(theirs) / milliseconds(ours)
 
 
 def figure(value):
@@ -89,11 +92,13 @@ def planned(ours, theirs):
     ways = len(our_lengths)
     if ways == 1:
         return f"{our_lengths[0]:.2f} m / {their_lengths[0]:.2f} m, {longer:+.1%}"
-    wins = sum(t > o for o, t in zip(by_way(ours, "ms"), by_way(theirs, "ms")))
+    times = ratios(ours, theirs)
+    wins = sum(value > 1 for value in times)
     most = max(t / o for o, t in zip(our_lengths, their_lengths)) - 1
     return (f"{statistics.median(our_lengths):.2f} m / {statistics.median(their_lengths):.2f} m "
             f"(median); the peer's {ways} ways together {longer:+.1%}, the worst {most:+.0%}; "
-            f"korrin faster on {wins} of {ways}")
+            f"korrin faster on {wins} of {ways}, "
+            f"peer / korrin from {figure(min(times))} to {figure(max(times))}")
 
 
 def simplified(entry):
