@@ -11,8 +11,8 @@ import re
 import sys
 import urllib.parse
 
-
 LOADED_BY_STYLE = re.compile(r"(?:@import\s+|url\(|importScripts\()[\"']?((?:https?:)?//[^\"')]+)")
+OF_STYLE = re.compile(r"url\([\"']?([^\"')]+)[\"']?\)")
 
 
 class Page(html.parser.HTMLParser):
@@ -50,6 +50,16 @@ def broken(site, pages):
                 yield path.relative_to(site), reference
 
 
+def missing_of_styles(site):
+    """(sheet, reference) of every file that a sheet of styles names and the site does not have."""
+    for path in site.rglob("*.css"):
+        for reference in OF_STYLE.findall(path.read_text(encoding="utf-8")):
+            file = urllib.parse.urlsplit(reference).path
+            if not reference.startswith(("data:", "#")) and (
+                    file.startswith("/") or not (path.parent / file).is_file()):
+                yield path.relative_to(site), reference
+
+
 def from_elsewhere(site, pages):
     """(page, reference) of everything that opening a page would load from another place."""
     for path, page in pages.items():
@@ -64,6 +74,7 @@ def from_elsewhere(site, pages):
 def main(site):
     pages = {path.resolve(): Page(path) for path in site.rglob("*.html")}
     faults = [f"{page}: {reference} leads nowhere" for page, reference in broken(site, pages)]
+    faults += [f"{sheet}: {reference} is no file" for sheet, reference in missing_of_styles(site)]
     faults += [f"{page}: {reference} would be loaded from elsewhere"
                for page, reference in from_elsewhere(site, pages)]
     found = (site / "searchindex.js").read_text(encoding="utf-8")

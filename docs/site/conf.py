@@ -25,6 +25,7 @@ extensions = [
     "tabs",
     "names",
     "python_names",
+    "theme",
 ]
 # Neither of both languages is the one that is meant where none is named.
 primary_domain = None
@@ -56,7 +57,31 @@ html_theme_options = {
         "color-brand-content": "#9a4d00",
         "color-admonition-background": "#faf6f1",
     },
+    # The theme of Debian 12 has these for those alone who choose dark by hand; here they hold for
+    # readers whose system is dark, too.
     "dark_css_variables": {
+        "color-problematic": "#ee5151",
+        "color-foreground-primary": "#ffffffcc",
+        "color-foreground-secondary": "#9ca0a5",
+        "color-foreground-muted": "#81868d",
+        "color-foreground-border": "#666666",
+        "color-background-primary": "#131416",
+        "color-background-secondary": "#1a1c1e",
+        "color-background-hover": "#1e2124ff",
+        "color-background-hover--transparent": "#1e212400",
+        "color-background-border": "#303335",
+        "color-background-item": "#444",
+        "color-announcement-background": "#000000dd",
+        "color-announcement-text": "#eeebee",
+        "color-highlighted-background": "#083563",
+        "color-guilabel-background": "#08356380",
+        "color-guilabel-border": "#13395f80",
+        "color-api-keyword": "var(--color-foreground-secondary)",
+        "color-highlight-on-target": "#333300",
+        "color-admonition-background": "#18181a",
+        "color-card-border": "var(--color-background-secondary)",
+        "color-card-background": "#18181a",
+        "color-card-marginals-background": "var(--color-background-hover)",
         "color-brand-primary": "#f0a35e",
         "color-brand-content": "#f0a35e",
     },

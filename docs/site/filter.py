@@ -15,7 +15,7 @@ COMMENT = re.compile(r"(\s*)// ?(.*)")
 BEHIND = re.compile(r"(\s*[^\s/}#].*[;,{\w])\s+// (.*)")
 LIST_ITEM = re.compile(r"\s*(-|\d+\.) ")
 # Lines of a chunk of declarations that open none, or none that wants words of its own.
-NO_DECLARATION = re.compile(r"\s*(}|#|~)|.*= delete;")
+NO_DECLARATION = re.compile(r"\s*(}|#|(virtual )?~)|.*= delete;")
 TYPE = re.compile(r"\s*(struct|class|enum)\b")
 END_OF_SECTION = re.compile(r"(private:|struct|class|}  // namespace|};)")
 

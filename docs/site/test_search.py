@@ -133,12 +133,22 @@ def results(driver, site, words):
     return [link.removeprefix(prefix).split(".html")[0] for link in driver.execute_script(LINKS)]
 
 
+def faults_of_first_page(driver):
+    """What the browser complains of, and whether light and dark can be chosen."""
+    faults = [entry["message"] for entry in driver.get_log("browser") if entry["level"] == "SEVERE"]
+    toggles = driver.find_elements(By.CSS_SELECTOR, ".theme-toggle")
+    if not any(toggle.is_displayed() for toggle in toggles):
+        faults.append("the first page has nothing to choose light or dark with")
+    return faults
+
+
 def main(site):
     faults = []
     with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as profile:
         driver = browser(profile)
         try:
             driver.get((site / "index.html").as_uri())
+            faults += faults_of_first_page(driver)
             for words, wanted in ANSWERS.items():
                 found = results(driver, site, words)[:FIRST]
                 if not set(wanted) & set(found):
