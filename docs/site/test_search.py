@@ -146,6 +146,7 @@ def main(site):
     faults = []
     with tempfile.TemporaryDirectory(ignore_cleanup_errors=True) as profile:
         driver = browser(profile)
+        driver.implicitly_wait(30)  # on a busy machine a page may still be on its way
         try:
             driver.get((site / "index.html").as_uri())
             faults += faults_of_first_page(driver)

@@ -6,6 +6,7 @@ import pathlib
 import re
 
 IMPORT = re.compile(r'^import .* from "\./gumshoe-patched\.js";\n', re.MULTILINE)
+AS_MODULE = re.compile(r'<script type="module"(?= src="[^"]*/furo\.js)')
 SERVED = re.compile(r"@import url\((/javascript/[^)]+)\);")
 
 
@@ -18,6 +19,9 @@ def make_whole(app, exception):
     if IMPORT.search(text):
         imported = script.with_name("gumshoe-patched.js").read_text(encoding="utf-8")
         script.write_text(imported + IMPORT.sub("", text), encoding="utf-8")
+        for page in pathlib.Path(app.outdir).rglob("*.html"):
+            text = page.read_text(encoding="utf-8")
+            page.write_text(AS_MODULE.sub("<script defer", text), encoding="utf-8")
     for sheet in (static / "styles").glob("*.css"):
         sheet.write_text(SERVED.sub(with_file, sheet.read_text(encoding="utf-8")), encoding="utf-8")
 
