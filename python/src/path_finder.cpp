@@ -1,13 +1,8 @@
-#include <functional>
 #include <memory>
-#include <string>
-#include <utility>
+#include <vector>
 
-#include "korrin/occmap_path_finder.hpp"
-#include "python/src/arrays.hpp"
 #include "python/src/bindings.hpp"
-#include "python/src/log.hpp"
-#include "python/src/values.hpp"
+#include "python/src/finder.hpp"
 
 namespace korrin_python {
 namespace {
@@ -62,116 +57,6 @@ or by keyword; N x 3: column, row, heading. The start keeps its heading, all oth
 [[1.0, 1.0, 0.0], [2.0, 1.0, 0.0], [3.0, 1.0, 0.0]]
 )";
 
-// A finder, the map that it plans on, and the size of its arrays.
-class Finder {
- public:
-  Finder(std::shared_ptr<OccupancyMap> map, float value) : map_(std::move(map)) {
-    unlockedAlone([&] { finder_ = std::make_unique<OccMapPathFinder>(map_.get(), value); });
-  }
-
-  // A finder made of its pickle. Unlike a new one it leaves the weight of all finders alone.
-  static std::unique_ptr<Finder> remade(std::shared_ptr<OccupancyMap> map, float value,
-                                        const std::function<void(OccMapPathFinder&)>& set) {
-    std::unique_ptr<Finder> made(new Finder(std::move(map)));
-    unlockedAlone([&] {
-      const float weight = Node::hWeight;
-      made->finder_ = std::make_unique<OccMapPathFinder>(made->map_.get(), value);
-      OccMapPathFinder::setHWeight(weight);
-      set(*made->finder_);
-    });
-    return made;
-  }
-
-  std::shared_ptr<OccupancyMap> map() const { return map_; }
-
-  void setMap(std::shared_ptr<OccupancyMap> map) {
-    // Swapped while no request runs; the old map goes when the lock is left.
-    unlockedAlone([&] {
-      map_.swap(map);
-      finder_->setOccMap(map_.get());
-    });
-  }
-
-  // Reads or sets a field while no request runs.
-  template <typename Value>
-  Value get(Value OccMapPathFinder::*field) const {
-    Value value{};
-    unlockedAlone([&] { value = finder_.get()->*field; });
-    return value;
-  }
-  template <typename Value>
-  void set(Value OccMapPathFinder::*field, const Value& value) {
-    unlockedAlone([&] { finder_.get()->*field = value; });
-  }
-
-  // Does `work` with the finder while no other request runs.
-  template <typename Work>
-  void with(const Work& work) {
-    unlockedAlone([&] { work(*finder_); });
-  }
-
-  // The same for work that may search, and so replace the arrays. They are put away meanwhile: if
-  // there are others afterwards, a request was accepted and they are of the coarse map's size.
-  template <typename Work>
-  void search(const Work& work) {
-    unlockedAlone([&] {
-      auto states = std::move(finder_->cellStates);
-      auto restore = [&] {
-        if (!finder_->cellStates) finder_->cellStates = std::move(states);
-      };
-      try {
-        work(*finder_);
-      } catch (...) {
-        columns_ = rows_ = 0;
-        restore();
-        throw;
-      }
-      if (finder_->cellStates) {
-        columns_ = finder_->coarseMap.image->width;
-        rows_ = finder_->coarseMap.image->height;
-      }
-      restore();
-    });
-  }
-
-  // A copy of one of the arrays, rows x columns; None before the first accepted request.
-  py::object array(OccMapPathFinder::CellArray OccMapPathFinder::*field) {
-    std::vector<std::int32_t> cells;
-    py::ssize_t columns = 0;
-    py::ssize_t rows = 0;
-    with([&](OccMapPathFinder& finder) {
-      const std::int32_t* first = (finder.*field).get();
-      columns = columns_;
-      rows = rows_;
-      if (first != nullptr) cells.assign(first, first + columns * rows);
-    });
-    if (cells.empty()) return py::none();
-    return takeOver(std::move(cells)).reshape({rows, columns});
-  }
-
-  // One entry of an array; IndexError off the map of the last accepted request.
-  std::int32_t entry(const Pose2Di& cell, OccMapPathFinder::CellArray OccMapPathFinder::*field) {
-    std::int32_t value = 0;
-    with([&](OccMapPathFinder& finder) {
-      if (cell.x < 0 || cell.y < 0 || cell.x >= columns_ || cell.y >= rows_) {
-        throw py::index_error("the cell is off the map of the last accepted request");
-      }
-      value =
-          (finder.*field)[static_cast<std::size_t>(cell.y) * static_cast<std::size_t>(columns_) +
-                          static_cast<std::size_t>(cell.x)];
-    });
-    return value;
-  }
-
- private:
-  explicit Finder(std::shared_ptr<OccupancyMap> map) : map_(std::move(map)) {}
-
-  std::shared_ptr<OccupancyMap> map_;
-  std::unique_ptr<OccMapPathFinder> finder_;
-  std::int32_t columns_ = 0;
-  std::int32_t rows_ = 0;
-};
-
 template <typename Place>
 std::vector<Place> computePath(Finder& self, const Place& start, const Place& end) {
   std::vector<Place> path;
@@ -188,15 +73,6 @@ float hWeight() {
 void setHWeight(float weight) {
   unlockedAlone([&] { OccMapPathFinder::setHWeight(weight); });
 }
-
-template <const std::vector<Pose2Di>& Table>
-std::vector<Pose2Di> neighborDeltas() {
-  std::vector<Pose2Di> deltas;
-  unlockedAlone([&] { deltas = Table; });
-  return deltas;
-}
-
-using FinderClass = py::class_<Finder>;
 
 template <typename Value>
 void field(FinderClass& type, const char* name, Value OccMapPathFinder::*member, const char* doc) {
@@ -381,172 +257,10 @@ void bindSettings(FinderClass& type) {
 )");
 }
 
-void bindSteps(FinderClass& type) {
-  using F = OccMapPathFinder;
-  type.def(
-          "x_do_compute_path",
-          [](Finder& self, const Pose2Di& start, const Pose2Di& end) {
-            std::vector<Pose2Di> path;
-            self.search([&](F& finder) { finder.xDoComputePath(start, end, path); });
-            return path;
-          },
-          py::arg("start_cell"), py::arg("end_cell"),
-          R"(Searches `coarse_map` as it is, between two of its cells.
-
->>> finder = korrin.OccMapPathFinder(None, 0)
->>> finder.coarse_map = korrin.OccupancyMap(3, 1, 1)
->>> len(finder.x_do_compute_path((0, 0, 0), (2, 0, 0)))
-3
-)")
-      .def(
-          "x_find_path",
-          [](Finder& self) {
-            bool found = false;
-            self.with([&](F& finder) { found = finder.xFindPath(); });
-            return found;
-          },
-          R"(Expands nodes until the goal is taken (True) or none is open (False).
-
->>> korrin.OccMapPathFinder(None, 0).x_find_path()
-False
-)")
-      .def(
-          "x_build_path",
-          [](Finder& self) {
-            std::vector<Pose2Di> path;
-            self.with([&](F& finder) { finder.xBuildPath(path); });
-            return path;
-          },
-          R"(The cells from the start to the node closed last, N x 3.
-
->>> korrin.OccMapPathFinder(None, 0).x_build_path().shape
-(0, 3)
-)")
-      .def(
-          "x_add_in_open_nodes",
-          [](Finder& self, const Node& node) {
-            self.with([&](F& finder) { finder.xAddInOpenNodes(node); });
-          },
-          py::arg("node"), R"(Stores a node and files it in the open list.
-
->>> finder = korrin.OccMapPathFinder(korrin.OccupancyMap(4, 4, 1), 0)
->>> path = finder.compute_path((0, 0, 0), (0, 0, 0))
->>> finder.x_add_in_open_nodes(finder.Node())
->>> finder.open_list.tolist()
-[1]
-)")
-      .def(
-          "x_cmp_pt",
-          [](Finder& self, const Pose2Di& a, const Pose2Di& b, bool near) {
-            bool same = false;
-            self.with([&](F& finder) { same = finder.xCmpPt(a, b, near); });
-            return same;
-          },
-          py::arg("a"), py::arg("b"), py::arg("near_is_enough"),
-          R"(Whether two cells are the same, or with `near_is_enough` and Double next to each other.
-
->>> korrin.OccMapPathFinder(None, 0).x_cmp_pt((1, 2, 0), (1, 2, 0), False)
-True
-)")
-      .def(
-          "x_get_cell_state",
-          [](Finder& self, const Pose2Di& cell) { return self.entry(cell, &F::cellStates); },
-          py::arg("cell"), R"(The cell's entry of cell_states; IndexError off the searched map.
-
->>> finder = korrin.OccMapPathFinder(korrin.OccupancyMap(4, 4, 1), 0)
->>> path = finder.compute_path((0, 0, 0), (3, 0, 0))
->>> finder.x_get_cell_state((3, 0, 0))
-2
-)")
-      .def(
-          "x_get_cell_node",
-          [](Finder& self, const Pose2Di& cell) { return self.entry(cell, &F::cellNodes); },
-          py::arg("cell"), R"(The cell's entry of cell_nodes; IndexError off the searched map.
-
->>> finder = korrin.OccMapPathFinder(korrin.OccupancyMap(4, 4, 1), 0)
->>> path = finder.compute_path((0, 0, 0), (3, 0, 0))
->>> int(finder.nodes[finder.x_get_cell_node((3, 0, 0))]["x"])
-3
-)")
-      .def(
-          "x_find_node",
-          [](Finder& self, const Pose2Di& cell) -> py::object {
-            std::vector<Node> found;
-            self.with([&](F& finder) {
-              if (const Node* node = finder.xFindNode(cell)) found.push_back(*node);
-            });
-            return found.empty() ? py::none() : py::cast(found.front());
-          },
-          py::arg("cell"), R"(A copy of the first open node at a cell, or None.
-
->>> finder = korrin.OccMapPathFinder(korrin.OccupancyMap(4, 4, 1), 0)
->>> path = finder.compute_path((0, 0, 0), (3, 0, 0))
->>> finder.x_find_node((2, 1, 0)).parent
-1
-)")
-      .def(
-          "x_distance",
-          [](Finder& self, int dx, int dy) {
-            float metres = 0.0f;
-            self.with([&](F& finder) { metres = finder.xDistance(dx, dy); });
-            return metres;
-          },
-          py::arg("dx"), py::arg("dy"), R"(The length of a cell offset on the coarse map, metres.
-
->>> korrin.OccMapPathFinder(None, 0).x_distance(3, 4)
-5.0
-)")
-      .def(
-          "x_compute_angle_cost",
-          [](Finder& self, float theta, const Pose2Di& delta) {
-            float cost = 0.0f;
-            self.with([&](F& finder) { cost = finder.xComputeAngleCost(theta, delta); });
-            return cost;
-          },
-          py::arg("theta"), py::arg("delta"),
-          R"(What turning from heading `theta` (radians) to the direction of a step costs.
-
->>> finder = korrin.OccMapPathFinder(None, 0)
->>> finder.set_angle_cost_factor(2)
->>> finder.x_compute_angle_cost(0.5, (1, 0, 0))
-1.0
-)");
-}
-
-void bindTables(py::module_& module) {
-  module.def(
-      "init_neighbor_deltas", [] { unlockedAlone(&Brin::initNeighborDeltas); },
-      R"(Fills the three neighbour tables, as every new finder does.
-
->>> korrin.init_neighbor_deltas()
-)");
-  module.def("k_simple_neighbor_deltas", &neighborDeltas<Brin::kSimpleNeighborDeltas>,
-             R"(The offsets of the 8 adjacent cells, N x 3; empty until there was a finder.
-
->>> korrin.init_neighbor_deltas()
->>> korrin.k_simple_neighbor_deltas()[0].tolist()
-[-1.0, -1.0, 0.0]
-)");
-  module.def("k_double_neighbor_deltas", &neighborDeltas<Brin::kDoubleNeighborDeltas>,
-             R"(The offsets of 12 cells 2 or the root of 5 away, likewise.
-
->>> korrin.init_neighbor_deltas()
->>> len(korrin.k_double_neighbor_deltas())
-12
-)");
-  module.def("k_triple_neighbor_deltas", &neighborDeltas<Brin::kTripleNeighborDeltas>,
-             R"(The offsets of 16 cells up to the root of 10 away, likewise.
-
->>> korrin.init_neighbor_deltas()
->>> len(korrin.k_triple_neighbor_deltas())
-16
-)");
-}
-
 }  // namespace
 
 void bindPathFinder(py::module_& module) {
-  bindTables(module);
+  bindNeighborTables(module);
   FinderClass type(module, "OccMapPathFinder", kFinderDoc);
   py::enum_<OccMapPathFinder::NeighborhoodType> steps(type, "NeighborhoodType",
                                                       R"(Which cells a step can reach.
@@ -572,7 +286,7 @@ Its name, such as "double", serves where a member is expected.
            kCellsDoc);
   bindFields(type);
   bindSettings(type);
-  bindSteps(type);
+  bindFinderSteps(type);
 }
 
 }  // namespace korrin_python
