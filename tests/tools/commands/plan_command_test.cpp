@@ -228,6 +228,15 @@ TEST_F(PlanCommand, UnknownCellsBlockUnlessTheyAreFree) {
             std::string::npos);
 }
 
+TEST_F(PlanCommand, AccuracyIsInMillimetres) {
+  writeMap(std::vector<std::string>(6, std::string(12, '.')));
+  const auto waypoints = [&](const std::string& accuracy) {
+    return planJson("10,20", "20,25", {"--accuracy", accuracy})["waypoints"].size();
+  };
+  EXPECT_GT(waypoints("300"), 2u);
+  EXPECT_EQ(waypoints("5000"), 2u);
+}
+
 TEST_F(PlanCommand, CoarseSearchesLargerCells) {
   writeMap(std::vector<std::string>(8, std::string(8, '.')));
   const json path = planJson("10,20", "16,26", {"--coarse", "2"})["path"];
