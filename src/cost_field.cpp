@@ -106,21 +106,22 @@ class CostField {
   void begin(Point2Di cell) {
     if (!isFree(cell)) return;
     const std::int32_t at = grid_.cellAt(cell.x, cell.y);
-    costs_[at] = 0.0f;
+    costs_.get()[at] = 0.0f;
     buckets_.add(0.0f, at);
   }
 
   // To the cells from which a step leads here. The steps of each table also lead back.
   void spread(const CostBuckets::Entry& entry) {
-    if (costs_[entry.cell] < entry.cost) return;
+    float* const known = costs_.get();
+    if (known[entry.cell] < entry.cost) return;
     const float step = grid_.costs()[entry.cell];
     for (std::size_t i = 0; i < kGroups; ++i) {
       const std::int32_t first = entry.cell + offsets_[i];
       const Floats costs = entry.cost + lengths_[i] * step;
-      for (unsigned lower = laneBits(costs < load<Floats>(costs_.get() + first)); lower != 0;
+      for (unsigned lower = laneBits(costs < load<Floats>(known + first)); lower != 0;
            lower &= lower - 1) {
         const int lane = __builtin_ctz(lower);
-        costs_[first + lane] = costs[lane];
+        known[first + lane] = costs[lane];
         buckets_.add(costs[lane], first + lane);
       }
     }

@@ -16,6 +16,7 @@
 #include <limits>
 
 #include "core/image_ptr.hpp"
+#include "core/lanes.hpp"
 #include "src/cell_area.hpp"
 #include "src/zeroed_array.hpp"
 
@@ -25,7 +26,8 @@ class CostGrid {
  public:
   static constexpr float kBlocked = std::numeric_limits<float>::infinity();
 
-  // A grid of blocked cells. More cells than an int counts are too many: std::bad_alloc.
+  // A grid whose cells are still to be filled. More cells than an int counts are too many:
+  // std::bad_alloc.
   CostGrid(std::int32_t width, std::int32_t height, std::int32_t reach)
       : width_(width),
         height_(height),
@@ -33,7 +35,12 @@ class CostGrid {
         stride_(std::int64_t{width} + reach),
         size_(sizeOf(stride_, height, reach)),
         costs_(makeZeroedArray<float>(size_)) {
-    std::fill_n(costs_.get(), size_, kBlocked);
+    // The border; the rest is to be filled.
+    std::fill_n(costs_.get(), cellAt(0, 0), kBlocked);
+    for (std::int32_t y = 0; y < height; ++y) {
+      std::fill_n(costs_.get() + cellAt(width, y), reach, kBlocked);
+    }
+    std::fill(costs_.get() + cellAt(0, height) - reach, costs_.get() + size_, kBlocked);
   }
 
   std::int32_t width() const { return width_; }
@@ -67,6 +74,11 @@ class CostGrid {
   }
 
  private:
+  template <typename T>
+  static T costOf(T p, float threshold) {
+    return choose(threshold > p, T{} + kBlocked, 1.0f + 2.0f * (1.0f - p));
+  }
+
   static std::int64_t sizeOf(std::int64_t stride, std::int64_t height, std::int64_t reach) {
     return stride * (height + 2 * reach) + 2 * reach + 4;
   }

@@ -46,16 +46,17 @@ class NearObstacles {
         reach_(reach),
         area_(area),
         looked_(area.grownBy(reach, map.width, map.height)),
-        bandRows_(std::max<std::int32_t>(64, 2 * reach)),
+        bandRows_(std::max<std::int32_t>(96, 2 * reach)),
         stride_(wholeGroups(looked_.width()) + 2 * pad()),
-        run_(static_cast<std::size_t>(looked_.width())),
+        run_(wholeGroups(looked_.width())),
+        lastDown_(run_.size()),
         band_(stride_ * static_cast<std::size_t>(std::min(bandRows_, area.height()))),
         nearBefore_(stride_ / kGroup + 1) {}
 
   // Into bands of how many rows the area is to be cut, at most.
   std::int32_t bandRows() const { return bandRows_; }
 
-  // Prepares the rows [top, bottom) of the area.
+  // Prepares the rows [top, bottom) of the area. Bands that follow each other save a little time.
   void toBand(std::int32_t top, std::int32_t bottom) {
     top_ = top;
     goDown(top, bottom);
@@ -109,31 +110,45 @@ class NearObstacles {
     return band_.data() + static_cast<std::size_t>(y - top_) * stride_;
   }
 
-  // One row on: how far the last obstacle of each column lies behind.
-  void step(std::int32_t y) {
+  // One row on: how far the last obstacle of each column lies behind. Whole groups, while there are
+  // columns; the last ones may hold anything.
+  void stepDown(std::int32_t y) {
     const float* const cells = imageRow<float>(map_, y) + looked_.left;
     Number* const run = run_.data();
-    const auto far = static_cast<Number>(reach_ + 1);
     const std::int32_t width = looked_.width();
     std::int32_t x = 0;
-    for (; x + 8 <= width; x += 8) stepGroups(cells + x, run + x, far);
+    for (; x + kGroup <= width; x += kGroup) {
+      store(run + x, nextRun(load<Group>(run + x), isFree(cells + x)));
+    }
     for (; x < width; ++x) {
+      const auto far = static_cast<Number>(reach_ + 1);
       const Number next = run[x] < far ? static_cast<Number>(run[x] + 1) : far;
       run[x] = cells[x] >= threshold_ ? next : Number{0};
     }
   }
 
-  void stepGroups(const float* cells, Number* run, Number far) const {
+  // The same upwards, in a row of the band: by what the way down left there, which is 0 in
+  // obstacles. Leaves there the lesser of both.
+  void stepUp(Number* row) {
+    Number* const run = run_.data();
+    for (std::size_t x = 0; x < run_.size(); x += kGroup) {
+      const auto down = load<Group>(row + x);
+      const Group up = nextRun(load<Group>(run + x), down > Number{0});
+      store(run + x, up);
+      store(row + x, least(down, up));
+    }
+  }
+
+  Group nextRun(Group run, Group isFree) const {
+    return least(run + Number{1}, allOf(static_cast<Number>(reach_ + 1))) & isFree;
+  }
+
+  Group isFree(const float* cells) const {
     const Ints first = load<Floats>(cells) >= threshold_;
-    const Ints second = load<Floats>(cells + 4) >= threshold_;
-    const auto next = [&](Number* at, Group isFree) {
-      store(at, least(load<Group>(at) + Number{1}, allOf(far)) & isFree);
-    };
     if constexpr (sizeof(Number) == 2) {
-      next(run, narrow(first, second));
+      return narrow(first, load<Floats>(cells + kLanes) >= threshold_);
     } else {
-      next(run, first);
-      next(run + 4, second);
+      return first;
     }
   }
 
@@ -151,32 +166,38 @@ class NearObstacles {
 #endif
   }
 
+  void beginRun() { std::fill(run_.begin(), run_.end(), static_cast<Number>(reach_ + 1)); }
+
   void goDown(std::int32_t top, std::int32_t bottom) {
-    std::fill(run_.begin(), run_.end(), static_cast<Number>(reach_ + 1));
-    for (std::int32_t y = std::max(0, top - reach_); y < bottom; ++y) {
-      step(y);
-      if (y >= top) std::copy(run_.begin(), run_.end(), rowOf(y) + pad());
+    if (top != nextDown_) {
+      beginRun();
+      nextDown_ = std::max(0, top - reach_);
+    } else {
+      run_.swap(lastDown_);  // on from the last band
     }
+    for (; nextDown_ < bottom; ++nextDown_) {
+      stepDown(nextDown_);
+      if (nextDown_ >= top) std::copy(run_.begin(), run_.end(), rowOf(nextDown_) + pad());
+    }
+    run_.swap(lastDown_);
   }
 
   void goUp(std::int32_t top, std::int32_t bottom) {
-    std::fill(run_.begin(), run_.end(), static_cast<Number>(reach_ + 1));
+    beginRun();
     const std::int64_t last = std::int64_t{bottom} - 1 + reach_;
     for (auto y = static_cast<std::int32_t>(std::min<std::int64_t>(last, map_.height - 1));
-         y >= top; --y) {
-      step(y);
-      if (y >= bottom) continue;
-      Number* const row = rowOf(y) + pad();
-      std::transform(run_.begin(), run_.end(), row, row,
-                     [](Number a, Number b) { return a < b ? a : b; });
+         y >= bottom; --y) {
+      stepDown(y);
     }
+    for (std::int32_t y = bottom - 1; y >= top; --y) stepUp(rowOf(y) + pad());
   }
 
   // Turns a row of the band from distances into squares, and counts where any is in reach. False
   // when none is.
   bool squareRow(Number* row) {
-    std::fill_n(row, pad(), kFar);
-    std::fill(row + pad() + looked_.width(), row + stride_, kFar);
+    // Beyond any distance, which comes out as kFar.
+    std::fill_n(row, pad(), static_cast<Number>(reach_ + 1));
+    std::fill(row + pad() + looked_.width(), row + stride_, static_cast<Number>(reach_ + 1));
     const Group limit = allOf(static_cast<Number>(reach_));
     std::int32_t count = 0;
     const std::size_t groups = stride_ / kGroup;
@@ -221,7 +242,9 @@ class NearObstacles {
   std::int32_t bandRows_;
   std::int32_t top_ = 0;  // of the band
   std::size_t stride_;
+  std::int32_t nextDown_ = -1;  // the row behind the last one of the last way down
   std::vector<Number> run_;
+  std::vector<Number> lastDown_;  // at its end
   std::vector<Number> band_;
   std::vector<std::int32_t>
       nearBefore_;  // groups of a row, before each one, with anything in reach

@@ -63,22 +63,25 @@ ObstacleGrowth::ObstacleGrowth(const PlannerSettings& settings, float resolution
   }
 }
 
-void ObstacleGrowth::grow(const IplImage& map, CellArea area, IplImage& fine) const {
+void ObstacleGrowth::grow(const IplImage& map, CellArea area, IplImage& fine,
+                          const RowDone& done) const {
   if (area.isEmpty()) return;
   if (reach_ == 0) {
     for (std::int32_t y = area.top; y < area.bottom; ++y) {
       passRow(imageRow<float>(map, y) + area.left, imageRow<float>(fine, y) + area.left,
               area.width());
+      done(y);
     }
   } else if (reach_ <= NearObstacles<std::int16_t>::kMostReach) {
-    growWith<std::int16_t>(map, area, fine);
+    growWith<std::int16_t>(map, area, fine, done);
   } else {
-    growWith<std::int32_t>(map, area, fine);
+    growWith<std::int32_t>(map, area, fine, done);
   }
 }
 
 template <typename Number>
-void ObstacleGrowth::growWith(const IplImage& map, CellArea area, IplImage& fine) const {
+void ObstacleGrowth::growWith(const IplImage& map, CellArea area, IplImage& fine,
+                              const RowDone& done) const {
   using Near = NearObstacles<Number>;
   Near near(map, threshold_, reach_, area);
   std::vector<Number> squares(static_cast<std::size_t>(area.width()) + Near::kGroup);
@@ -93,6 +96,7 @@ void ObstacleGrowth::growWith(const IplImage& map, CellArea area, IplImage& fine
       } else {
         passRow(cells, out, area.width());
       }
+      done(y);
     }
   }
 }
@@ -108,7 +112,11 @@ void ObstacleGrowth::growRow(const float* cells, const Number* squares, float* o
   std::int32_t x = 0;
   for (; x + kLanes <= count; x += kLanes) {
     const Number* const s = squares + x;
-    const Floats limit{limitOf(s[0]), limitOf(s[1]), limitOf(s[2]), limitOf(s[3])};
+    Floats limit = Floats{} + 1.0f;
+    // Neighbours are mostly near alike, and most are far from all.
+    if (std::min(std::min(s[0], s[1]), std::min(s[2], s[3])) < last) {
+      limit = Floats{limitOf(s[0]), limitOf(s[1]), limitOf(s[2]), limitOf(s[3])};
+    }
     store(out + x, rules(load<Floats>(cells + x), limit));
   }
   const CellRules<float> rule{threshold_, unknownIsFree_};

@@ -9,6 +9,7 @@
 #include <opencv2/core/types_c.h>
 
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "korrin/path_planner.hpp"
@@ -31,12 +32,14 @@ class ObstacleGrowth {
   std::int32_t reach() const { return reach_; }
 
   // Works out the cells of `area` in `fine`, an image of the same size as `map`; both hold floats.
-  // When memory runs out, nothing has been written.
-  void grow(const IplImage& map, CellArea area, IplImage& fine) const;
+  // Calls done(y) after each row, while it is at hand. When memory runs out, nothing has been
+  // written.
+  using RowDone = std::function<void(std::int32_t y)>;
+  void grow(const IplImage& map, CellArea area, IplImage& fine, const RowDone& done) const;
 
  private:
   template <typename Number>
-  void growWith(const IplImage& map, CellArea area, IplImage& fine) const;
+  void growWith(const IplImage& map, CellArea area, IplImage& fine, const RowDone& done) const;
   template <typename Number>
   void growRow(const float* cells, const Number* squares, float* out, std::int32_t count) const;
   void passRow(const float* cells, float* out, std::int32_t count) const;

@@ -1,180 +1,254 @@
 #include "src/plan_search.hpp"
 
-#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
 
 #include "core/norm.hpp"
 
 namespace Brin {
+namespace {
 
-PlanSearchBase::PlanSearchBase(const PlanRequest& request, const CostGrid& grid, PlanRoom& room)
-    : request_(request), grid_(grid), room_(room) {}
+constexpr std::int32_t kMarkOfFree = 0x7f800000;  // the bits of infinity
+constexpr std::int32_t kClosedMark = 0x7fffffff;
 
-// As OccMapPathFinder::xDistance computes it; in float where that gives the same bits, as
-// PathSearch::distanceToEnd says.
-inline float PlanSearchBase::distanceToGoal(std::int32_t x, std::int32_t y) const {
-  const auto dx = static_cast<float>(request_.goal.x - x);
-  const auto dy = static_cast<float>(request_.goal.y - y);
-  const float square = dx * dx + dy * dy;
-  if (square < 1 << 24) return std::sqrt(square) * request_.resolution;
-  return normOf(request_.goal.x - x, request_.goal.y - y) * request_.resolution;
+// How high the mark is of a cell that a way of that cost leads to.
+std::int32_t markOf(float g) {
+  std::int32_t bits;
+  std::memcpy(&bits, &g, sizeof bits);
+  return kMarkOfFree - bits;
 }
 
+// As OccMapPathFinder::xComputeAngleCost computes it.
+float turnCost(const PlanRequest& request, std::int32_t dx, std::int32_t dy) {
+  const auto direction =
+      static_cast<float>(std::atan2(static_cast<double>(dy), static_cast<double>(dx)));
+  return std::fabs(canonicalAngle(request.start.theta - direction)) * request.angleCostFactor;
+}
+
+}  // namespace
+
 std::vector<Point2Di> PlanSearchBase::path() const {
+  const PlanNode* const nodes = room_.nodes.data();
   std::size_t count = 0;
-  for (std::int32_t i = found_; i >= 0; i = room_.nodes[i].parent) ++count;
+  for (std::int32_t i = found_; i >= 0; i = nodes[i].parent) ++count;
   std::vector<Point2Di> cells(count);
-  for (std::int32_t i = found_; i >= 0; i = room_.nodes[i].parent) {
-    cells[--count] = {room_.nodes[i].x, room_.nodes[i].y};
+  for (std::int32_t i = found_; i >= 0; i = nodes[i].parent) {
+    cells[--count] = {nodes[i].x, nodes[i].y};
   }
   return cells;
 }
 
+// The steps, as lanes of groups that are looked at at once.
 template <typename Table>
-PlanSearch<Table>::PlanSearch(const PlanRequest& request, const CostGrid& grid, PlanRoom& room)
-    : PlanSearchBase(request, grid, room),
-      gWeight_(1.0f - request.weight),
-      hWeight_(request.weight) {
-  for (std::size_t i = 0; i < kGroups; ++i) {
-    const StepGroup& group = Table::kGroups[i];
-    groupOffsets_[i] = grid.offsetOf(group.first.dx, group.first.dy);
-    lengths_[i] = Floats{} + std::numeric_limits<float>::infinity();
-    for (int lane = 0; lane < kLanes; ++lane) {
-      if ((group.columns >> lane & 1) == 0) continue;
-      const std::int32_t dx = group.first.dx + lane;
-      const std::int32_t dy = group.first.dy;
-      const auto direction =
-          static_cast<float>(std::atan2(static_cast<double>(dy), static_cast<double>(dx)));
-      const float turn = std::fabs(canonicalAngle(request.start.theta - direction));
-      lengths_[i][lane] = normOf(dx, dy) * request.resolution;
-      steps_[i * kLanes + static_cast<std::size_t>(lane)] = {dx, dy, grid.offsetOf(dx, dy),
-                                                             turn * request.angleCostFactor};
+struct PlanSearch<Table>::Lanes {
+  struct Step {
+    std::int32_t dx;
+    std::int32_t dy;
+    std::int32_t offset;  // from cell to cell
+    float turnCost;       // when it is the first one
+  };
+
+  Lanes(const PlanRequest& request, const CostGrid& grid) {
+    for (std::size_t i = 0; i < kGroups; ++i) {
+      const StepGroup& group = Table::kGroups[i];
+      offsets[i] = grid.offsetOf(group.first.dx, group.first.dy);
+      lengths[i] = Floats{} + std::numeric_limits<float>::infinity();
+      for (int lane = 0; lane < kLanes; ++lane) {
+        if ((group.columns >> lane & 1) == 0) continue;
+        const std::int32_t dx = group.first.dx + lane;
+        const std::int32_t dy = group.first.dy;
+        lengths[i][lane] = normOf(dx, dy) * request.resolution;
+        steps[i * kLanes + static_cast<std::size_t>(lane)] = {dx, dy, grid.offsetOf(dx, dy),
+                                                              turnCost(request, dx, dy)};
+      }
     }
   }
+
+  std::array<std::int32_t, kGroups> offsets;
+  std::array<Floats, kGroups> lengths;  // metres; infinity where there is no step
+  std::array<Step, kLaneCount> steps;
+};
+
+// What a search looks at, as values of its own: members would be read anew after each cell that is
+// written.
+template <typename Table>
+struct PlanSearch<Table>::Field {
+  Field(const PlanRequest& request, const CostGrid& grid, PlanRoom& room)
+      : lanes(request, grid),
+        stepCosts(grid.costs()),
+        marks(room.marks.get()),
+        cellNodes(room.cellNodes.get()),
+        row(grid.offsetOf(0, 1)),
+        goalX(request.goal.x),
+        goalY(request.goal.y),
+        resolution(request.resolution),
+        gWeight(1.0f - request.weight),
+        hWeight(request.weight) {}
+
+  bool isGoal(std::int32_t x, std::int32_t y) const {
+    constexpr std::int32_t kNearEnough = Table::kReach == 2 ? 1 : 0;
+    const std::int32_t dx = std::abs(x - goalX);
+    return dx <= kNearEnough && dx + std::abs(y - goalY) <= kNearEnough;
+  }
+
+  // As OccMapPathFinder::xDistance computes it; in float where that gives the same bits, as
+  // PathSearch::distanceToEnd says.
+  float distanceToGoal(std::int32_t x, std::int32_t y) const {
+    const auto dx = static_cast<float>(goalX - x);
+    const auto dy = static_cast<float>(goalY - y);
+    const float square = dx * dx + dy * dy;
+    if (square < 1 << 24) return std::sqrt(square) * resolution;
+    return normOf(goalX - x, goalY - y) * resolution;
+  }
+
+  // The rows above and below will be there when the cell's turn comes. An address outside does no
+  // harm: it is asked for, not read.
+  [[gnu::always_inline]] void prefetchAround(std::ptrdiff_t cell) const {
+    __builtin_prefetch(stepCosts + cell - row);
+    __builtin_prefetch(stepCosts + cell + row);
+    __builtin_prefetch(marks + cell - row);
+    __builtin_prefetch(marks + cell + row);
+  }
+
+  Lanes lanes;
+  const float* stepCosts;
+  std::int32_t* marks;
+  std::int32_t* cellNodes;
+  std::ptrdiff_t row;
+  std::int32_t goalX;
+  std::int32_t goalY;
+  float resolution;
+  float gWeight;
+  float hWeight;
+};
+
+// Which steps from a node are news.
+template <typename Table>
+struct PlanSearch<Table>::Survey {
+  // Field by field: a node that was just written that way is not there yet to be read as a whole.
+  [[gnu::always_inline]] void look(std::int32_t index, const PlanNode& node, const Field& field) {
+    of = index;
+    x = node.x;
+    y = node.y;
+    cell = node.cell;
+    const float nodeG = node.g;
+    news = 0;
+    for (std::size_t i = 0; i < kGroups; ++i) {
+      const std::ptrdiff_t at = std::ptrdiff_t{cell} + field.lanes.offsets[i];
+      const Floats g = nodeG + field.lanes.lengths[i] * load<Floats>(field.stepCosts + at);
+      const Ints mark = all(kMarkOfFree) - reinterpret_cast<Ints>(g);
+      store(costs + i * kLanes, g);
+      news |= std::uint64_t{laneBits(mark > load<Ints>(field.marks + at))} << (i * kLanes);
+    }
+  }
+
+  // To the first expansion.
+  void addTurns(const Lanes& lanes) {
+    for (std::size_t lane = 0; lane < kLaneCount; ++lane) {
+      if ((news >> lane & 1) != 0) costs[lane] += lanes.steps[lane].turnCost;
+    }
+  }
+
+  std::int32_t of = -1;  // the node's index
+  std::int32_t x = 0;
+  std::int32_t y = 0;
+  std::int32_t cell = 0;
+  std::uint64_t news = 0;  // a bit for each lane
+  float costs[kLaneCount];
+};
+
+// What the open list has not taken in yet.
+template <typename Table>
+struct PlanSearch<Table>::Changes {
+  struct Change {
+    std::int32_t node;  // its index; ~index when it is in the list already
+    float f;
+  };
+
+  // Takes the steps that are news. Returns how many nodes there are then.
+  [[gnu::always_inline]] std::int32_t expand(const Survey& survey, const Field& field,
+                                             PlanNode* nodes, std::int32_t size) {
+    field.marks[survey.cell] = kClosedMark;
+    for (std::uint64_t news = survey.news; news != 0; news &= news - 1) {
+      const auto lane = static_cast<std::size_t>(__builtin_ctzll(news));
+      const typename Lanes::Step& step = field.lanes.steps[lane];
+      const float g = survey.costs[lane];
+      const std::int32_t x = survey.x + step.dx;
+      const std::int32_t y = survey.y + step.dy;
+      const std::ptrdiff_t cell = std::ptrdiff_t{survey.cell} + step.offset;
+      // Nobody could foresee which of the two it is, so both go the same way: a node that is there
+      // gets what it has, but for cost and parent.
+      const std::int32_t known = field.marks[cell] == 0 ? 0 : -1;
+      const std::int32_t index = size + (known & (field.cellNodes[cell] - size));
+      size += 1 + known;
+      PlanNode& node = nodes[index];
+      node.cell = static_cast<std::int32_t>(cell);
+      node.parent = survey.of;
+      node.x = x;
+      node.y = y;
+      node.g = g;
+      field.cellNodes[cell] = index;
+      field.marks[cell] = markOf(g);
+      field.prefetchAround(cell);
+      *end++ = {index ^ known, field.gWeight * g + field.hWeight * field.distanceToGoal(x, y)};
+    }
+    return size;
+  }
+
+  // A node that becomes cheaper keeps its place in the open list on purpose.
+  [[gnu::always_inline]] void apply(OpenList& open) const {
+    for (const Change* change = changes; change != end; ++change) {
+      if (change->node >= 0) {
+        open.file(change->node, change->f);
+      } else {
+        open.change(~change->node, change->f);
+      }
+    }
+  }
+
+  Change changes[kLaneCount];
+  Change* end = changes;
+};
+
+template <typename Table>
+void PlanSearch<Table>::begin() {
+  const Pose2Di& start = request_.start;
+  room_.nodes.makeRoom(1);
+  room_.nodes.resize(1);
+  room_.nodes.data()[0] = {grid_.cellAt(start.x, start.y), -1, start.x, start.y, 0.0f};
+  room_.open.file(0, 0.0f);
 }
 
 template <typename Table>
 bool PlanSearch<Table>::run() {
-  changesEnd_ = changes_.data();
+  begin();
+  const Field field(request_, grid_, room_);
   PlanNodes& nodes = room_.nodes;
   OpenList& open = room_.open;
-  const Pose2Di& start = request_.start;
-  PlanNode& first = nodes.add();
-  first = {grid_.cellAt(start.x, start.y), start.x, start.y, -1, 0.0f, 0.0f};
-  open.file(0, 0.0f);
+  Survey survey;
   while (!open.empty()) {
-    const std::int32_t index = open.takeFirst();
+    nodes.makeRoom(kLaneCount);
+    PlanNode* const node = nodes.data();
+    const std::int32_t taken = open.takeFirst();
     ++iterations_;
-    PlanNode& node = nodes[index];
-    if (isGoal(node)) {
-      found_ = index;
-      cost_ = node.g;
-      return true;
+    if (survey.of != taken) survey.look(taken, node[taken], field);
+    // From here on by what was surveyed, which need not wait for the open list.
+    if (field.isGoal(survey.x, survey.y)) {
+      found_ = survey.of;
+      break;
     }
-    expand(index, node);
-    lookAtNext();
-    applyChanges();
+    if (iterations_ == 1) survey.addTurns(field.lanes);
+    Changes changes;
+    nodes.resize(changes.expand(survey, field, node, nodes.size()));
+    // A guess at what is next, surveyed while nothing waits for the open list: what that takes in
+    // now may yet come before it.
+    if (!open.empty()) survey.look(open.first(), node[open.first()], field);
+    changes.apply(open);
   }
-  return false;
-}
-
-template <typename Table>
-inline bool PlanSearch<Table>::isGoal(const PlanNode& node) const {
-  constexpr std::int32_t kNearEnough = Table::kReach == 2 ? 1 : 0;
-  const std::int32_t dx = std::abs(node.x - request_.goal.x);
-  return dx <= kNearEnough && dx + std::abs(node.y - request_.goal.y) <= kNearEnough;
-}
-
-template <typename Table>
-inline void PlanSearch<Table>::look(const PlanNode& node) {
-  const float* const costs = grid_.costs() + node.cell;
-  const std::int32_t* const marks = room_.marks.get() + node.cell;
-  const float nodeG = node.g;
-  std::uint64_t news = 0;
-  for (std::size_t i = 0; i < kGroups; ++i) {
-    const std::int32_t offset = groupOffsets_[i];
-    const Floats g = nodeG + lengths_[i] * load<Floats>(costs + offset);
-    const Ints marksOfG = all(kMarkOfFree) - reinterpret_cast<Ints>(g);
-    store(costs_.data() + i * kLanes, g);
-    news |= std::uint64_t{laneBits(marksOfG > load<Ints>(marks + offset))} << (i * kLanes);
-  }
-  news_ = news;
-}
-
-template <typename Table>
-inline void PlanSearch<Table>::expand(std::int32_t index, PlanNode& node) {
-  if (lookedAt_ != index) look(node);
-  parent_ = index;
-  if (iterations_ == 1) addTurns();
-  const std::int32_t x = node.x;
-  const std::int32_t y = node.y;
-  const std::int32_t cell = node.cell;
-  room_.marks[cell] = kClosedMark;
-  for (std::uint64_t news = news_; news != 0; news &= news - 1) {
-    const auto lane = static_cast<std::size_t>(__builtin_ctzll(news));
-    const Step& step = steps_[lane];
-    offer(x + step.dx, y + step.dy, cell + step.offset, costs_[lane]);
-  }
-}
-
-// To the first expansion.
-template <typename Table>
-void PlanSearch<Table>::addTurns() {
-  for (std::size_t lane = 0; lane < kLaneCount; ++lane) {
-    if ((news_ >> lane & 1) != 0) costs_[lane] += steps_[lane].turnCost;
-  }
-}
-
-// A guess: what the open list takes in now may yet come before it.
-template <typename Table>
-inline void PlanSearch<Table>::lookAtNext() {
-  lookedAt_ = -1;
-  if (room_.open.empty()) return;
-  lookedAt_ = room_.open.first();
-  look(room_.nodes[lookedAt_]);
-}
-
-template <typename Table>
-inline void PlanSearch<Table>::applyChanges() {
-  const Change* const end = changesEnd_;
-  changesEnd_ = changes_.data();
-  for (const Change* change = changes_.data(); change != end; ++change) {
-    if (change->isNew) {
-      room_.open.file(change->index, change->f);
-    } else {
-      room_.open.change(change->index, change->f);
-    }
-  }
-}
-
-// A way of cost `g`, lower than any before, to a cell that is not closed.
-template <typename Table>
-inline void PlanSearch<Table>::offer(std::int32_t x, std::int32_t y, std::int32_t cell, float g) {
-  std::int32_t& mark = room_.marks[cell];
-  if (mark == 0) {
-    const std::int32_t index = room_.nodes.size();
-    PlanNode& node = room_.nodes.add();
-    const float h = distanceToGoal(x, y);
-    const float f = gWeight_ * g + hWeight_ * h;
-    node.cell = cell;
-    node.x = x;
-    node.y = y;
-    node.parent = parent_;
-    node.g = g;
-    node.h = h;
-    room_.cellNodes[cell] = index;
-    *changesEnd_++ = {index, f, true};
-  } else {
-    const std::int32_t index = room_.cellNodes[cell];
-    PlanNode& node = room_.nodes[index];
-    node.parent = parent_;
-    node.g = g;
-    // A node that becomes cheaper keeps its place in the open list on purpose.
-    *changesEnd_++ = {index, gWeight_ * g + hWeight_ * node.h, false};
-  }
-  mark = markOf(g);
+  return found_ >= 0;
 }
 
 template class PlanSearch<Steps<OccMapPathFinder::Simple>>;

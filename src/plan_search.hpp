@@ -16,10 +16,12 @@
 // Costs must be finite and not negative: cells of at most 1 in metres that make sense.
 #pragma once
 
-#include <array>
+#include <sys/mman.h>
+
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <limits>
+#include <new>
 #include <vector>
 
 #include "core/lanes.hpp"
@@ -33,38 +35,58 @@ namespace Brin {
 
 // A cell as a search knows it.
 struct alignas(32) PlanNode {
-  std::int32_t cell;  // of the grid
+  std::int32_t cell;    // of the grid
+  std::int32_t parent;  // the node it was reached from; -1: the start
   std::int32_t x;
   std::int32_t y;
-  std::int32_t parent;  // the node it was reached from; -1: the start
-  float g;              // cost from the start
-  float h;              // distance to the goal
+  float g;  // cost from the start
 };
 
-// Nodes one after the other, in blocks, so that they stay where they are while more are made.
+// Nodes one after the other.
 class PlanNodes {
  public:
+  PlanNodes() = default;
+  ~PlanNodes() {
+    if (room_ > 0) munmap(nodes_, bytesOf(room_));
+  }
+  PlanNodes(const PlanNodes&) = delete;
+  PlanNodes& operator=(const PlanNodes&) = delete;
+
   std::int32_t size() const { return size_; }
-  PlanNode& operator[](std::int32_t i) {
-    const auto at = static_cast<std::uint32_t>(i);
-    return blocks_[at >> kShift][at & (kBlock - 1)];
+  void resize(std::int32_t size) { size_ = size; }
+  // Good until the next call of makeRoom.
+  PlanNode* data() const { return nodes_; }
+
+  // For `more` nodes behind those that there are.
+  void makeRoom(std::int32_t more) {
+    if (room_ - size_ < more) grow();
   }
-  PlanNode& add() {
-    if (size_ == room_) addBlock();
-    return (*this)[size_++];
-  }
-  void clear() { size_ = 0; }
 
  private:
-  static constexpr unsigned kShift = 17;
-  static constexpr std::uint32_t kBlock = 1u << kShift;
-
-  void addBlock() {
-    blocks_.push_back(makeZeroedArray<PlanNode>(kBlock));
-    room_ += static_cast<std::int32_t>(kBlock);
+  static std::size_t bytesOf(std::int64_t count) {
+    return static_cast<std::size_t>(count) * sizeof(PlanNode);
   }
 
-  std::vector<ZeroedArray<PlanNode>> blocks_;
+  // Pages are moved, not copied. Huge ones make fewer page faults.
+  void grow() {
+    constexpr std::int64_t kFirst = 1 << 13;
+    constexpr std::size_t kHugePage = std::size_t{1} << 21;
+    const std::int64_t next = room_ == 0 ? kFirst : 4 * std::int64_t{room_};
+    const std::size_t bytes = bytesOf(next);
+    if (next > std::numeric_limits<std::int32_t>::max() ||
+        static_cast<std::int64_t>(bytes / sizeof(PlanNode)) != next) {
+      throw std::bad_alloc();
+    }
+    void* const pages = room_ == 0 ? mmap(nullptr, bytes, PROT_READ | PROT_WRITE,
+                                          MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)
+                                   : mremap(nodes_, bytesOf(room_), bytes, MREMAP_MAYMOVE);
+    if (pages == MAP_FAILED) throw std::bad_alloc();
+    if (bytes >= kHugePage) madvise(pages, bytes, MADV_HUGEPAGE);
+    nodes_ = static_cast<PlanNode*>(pages);
+    room_ = static_cast<std::int32_t>(next);
+  }
+
+  PlanNode* nodes_ = nullptr;
   std::int32_t size_ = 0;
   std::int32_t room_ = 0;
 };
@@ -77,8 +99,9 @@ class PlanRoom {
         cellNodes(makeZeroedArray<std::int32_t>(grid.size())) {}
 
   void reset() {
-    for (std::int32_t i = 0; i < nodes.size(); ++i) marks[nodes[i].cell] = 0;
-    nodes.clear();
+    const PlanNode* const all = nodes.data();
+    for (std::int32_t i = 0; i < nodes.size(); ++i) marks.get()[all[i].cell] = 0;
+    nodes.resize(0);
     open.clear();
   }
 
@@ -97,34 +120,24 @@ struct PlanRequest {
   float resolution;
 };
 
+// What a search found.
 class PlanSearchBase {
  public:
   std::int32_t iterations() const { return iterations_; }
 
   // After a search that found the goal: its cost, and the cells from the start to it.
-  float cost() const { return cost_; }
+  float cost() const { return room_.nodes.data()[found_].g; }
   std::vector<Point2Di> path() const;
 
  protected:
-  PlanSearchBase(const PlanRequest& request, const CostGrid& grid, PlanRoom& room);
-
-  // How high the mark is of a cell that a way of that cost leads to.
-  static std::int32_t markOf(float g) {
-    std::int32_t bits;
-    std::memcpy(&bits, &g, sizeof bits);
-    return kMarkOfFree - bits;
-  }
-  float distanceToGoal(std::int32_t x, std::int32_t y) const;
-
-  static constexpr std::int32_t kMarkOfFree = 0x7f800000;  // the bits of infinity
-  static constexpr std::int32_t kClosedMark = 0x7fffffff;
+  PlanSearchBase(const PlanRequest& request, const CostGrid& grid, PlanRoom& room)
+      : request_(request), grid_(grid), room_(room) {}
 
   const PlanRequest& request_;
   const CostGrid& grid_;
   PlanRoom& room_;
   std::int32_t iterations_ = 0;
   std::int32_t found_ = -1;  // the node
-  float cost_ = 0.0f;
 };
 
 // With the steps of one neighbourhood.
@@ -132,7 +145,8 @@ template <typename Table>
 class PlanSearch : public PlanSearchBase {
  public:
   // The start and the goal are free. Borrows all three.
-  PlanSearch(const PlanRequest& request, const CostGrid& grid, PlanRoom& room);
+  PlanSearch(const PlanRequest& request, const CostGrid& grid, PlanRoom& room)
+      : PlanSearchBase(request, grid, room) {}
 
   // Until the goal is taken (true) or no node is open (false).
   bool run();
@@ -141,39 +155,12 @@ class PlanSearch : public PlanSearchBase {
   static constexpr std::size_t kGroups = Table::kGroups.size();
   static constexpr std::size_t kLaneCount = kGroups * kLanes;
 
-  struct Step {
-    std::int32_t dx;
-    std::int32_t dy;
-    std::int32_t offset;  // from cell to cell
-    float turnCost;       // when it is the first one
-  };
+  struct Lanes;
+  struct Survey;
+  struct Changes;
+  struct Field;
 
-  // What the open list has not taken in yet.
-  struct Change {
-    std::int32_t index;
-    float f;
-    bool isNew;
-  };
-
-  bool isGoal(const PlanNode& node) const;
-  void look(const PlanNode& node);
-  void expand(std::int32_t index, PlanNode& node);
-  void addTurns();
-  void lookAtNext();
-  void applyChanges();
-  void offer(std::int32_t x, std::int32_t y, std::int32_t cell, float g);
-
-  std::array<std::int32_t, kGroups> groupOffsets_;
-  std::array<Floats, kGroups> lengths_;  // metres; infinity where there is no step
-  std::array<Step, kLaneCount> steps_;   // by lane
-  std::array<float, kLaneCount> costs_;  // of the node that was looked at
-  std::uint64_t news_ = 0;               // a bit for each lane
-  std::int32_t lookedAt_ = -1;           // that node
-  std::int32_t parent_ = -1;             // the node being expanded
-  std::array<Change, kLaneCount> changes_;
-  Change* changesEnd_ = nullptr;
-  float gWeight_;
-  float hWeight_;
+  void begin();
 };
 
 // Searches with the steps of `type`; calls use(search, found).

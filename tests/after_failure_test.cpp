@@ -19,6 +19,7 @@
 #include "support/bits.hpp"
 #include "support/failing_memory.hpp"
 #include "support/path_searches.hpp"
+#include "support/plans.hpp"
 #include "support/quiet.hpp"
 #include "support/random_inputs.hpp"
 
@@ -415,6 +416,99 @@ TEST(AfterFailure, slotsHoldWhatTheyHeld) {
                                                 });
     EXPECT_GT(refused, 0);
   }
+}
+
+struct Planned {
+  OccupancyMap map;
+  Brin::PathPlanner planner;
+
+  Planned(const OccupancyMap& map_, const Brin::PlannerSettings& settings)
+      : map(map_), planner(map, settings) {}
+
+  Brin::Plan plan() const { return planner.plan(Pose2Di(1, 1, 0.0f), Pose2Di(12, 9, 0.0f)); }
+};
+
+Brin::PlannerSettings planned(int factor) {
+  Brin::PlannerSettings settings;
+  settings.robotRadius = 0.06f;
+  settings.fadeDistance = 0.2f;
+  settings.coarseFactor = factor;
+  return settings;
+}
+
+std::unique_ptr<Planned> preparePlanned(int factor) {
+  OccupancyMap map = freeMap(40, 30);
+  for (int y = 0; y < 20; ++y) map.setCell(15, y, 0.0f);
+  return std::make_unique<Planned>(map, planned(factor));
+}
+
+TEST(AfterFailure, aPlannerPlansAsBefore) {
+  const Quiet quiet;
+  for (const int factor : {1, 2}) {
+    const auto prepare = [&] { return preparePlanned(factor); };
+    const Brin::Plan expected = prepare()->plan();
+    ASSERT_EQ(expected.outcome, Brin::PlanOutcome::Found);
+    const auto check = [&](Planned& p) { EXPECT_TRUE(samePlan(p.plan(), expected)); };
+    EXPECT_GT(afterEachFailure<Planned>(
+                  prepare, [](Planned& p) { p.plan(); }, check),
+              5);
+    EXPECT_GT(afterEachFailure<Planned>(
+                  prepare,
+                  [](Planned& p) {
+                    p.planner.planToNearest(Pose2Di(1, 1, 0.0f), {{12, 9, 0.0f}, {3, 3, 0.0f}});
+                  },
+                  check),
+              5);
+    EXPECT_GT(afterEachFailure<Planned>(
+                  prepare, [](Planned& p) { p.planner.costField(Pose2Di(1, 1, 0.0f)); }, check),
+              2);
+  }
+}
+
+TEST(AfterFailure, aPlannerThatCouldNotBeRefreshedIsAsBefore) {
+  const Quiet quiet;
+  for (const int factor : {1, 2}) {
+    const auto prepare = [&] { return preparePlanned(factor); };
+    const std::unique_ptr<Planned> fresh = prepare();
+    const Brin::Plan expected = fresh->plan();
+    const std::function<void(Planned&)> calls[] = {
+        [](Planned& p) {  // all blocked
+          p.map.reset(0.0f);
+          p.planner.refresh();
+        },
+        [](Planned& p) {
+          for (int y = 0; y < 30; ++y) p.map.setCell(8, y, 0.0f);
+          p.planner.refresh(8, 0, 1, 30);
+        },
+        [](Planned& p) {
+          const_cast<OccupancyMap&>(p.map).params.resolution = 0.03f;
+          p.planner.refresh();
+        }};
+    for (const auto& call : calls) {
+      const int refused = afterEachFailure<Planned>(prepare, call, [&](Planned& p) {
+        EXPECT_TRUE(sameMap(p.planner.grownMap(), fresh->planner.grownMap()));
+        EXPECT_TRUE(sameMap(p.planner.fineMap(), fresh->planner.fineMap()));
+        EXPECT_TRUE(samePlan(p.plan(), expected));
+      });
+      EXPECT_GT(refused, 2);
+    }
+  }
+}
+
+TEST(AfterFailure, aPlannerThatCouldNotBeMadeLeavesNothingBehind) {
+  const Quiet quiet;
+  const OccupancyMap map = freeMap(40, 30);
+  const std::int64_t before = blocksInUse;
+  int refused = 0;
+  for (int nth = 1; nth < kTooMany; ++nth) {
+    const FailingMemory memory(nth, FailingMemory::Once);
+    const bool failed = isRefused([&] { const Brin::PathPlanner planner(map, planned(2)); });
+    if (!FailingMemory::hasFailed()) break;
+    refused += failed ? 1 : 0;
+  }
+  EXPECT_GT(refused, 5);
+  EXPECT_TRUE(sameMap(map, freeMap(40, 30)));
+  EXPECT_EQ(blocksInUse, before);
 }
 
 }  // namespace

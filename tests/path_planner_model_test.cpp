@@ -118,4 +118,76 @@ TEST(PathPlannerLaw, answersAreThoseOfTheModelNowAndAfterEveryRefresh) {
   for (const int reason : counts.reasons) EXPECT_GT(reason, 100);
 }
 
+// Taller than what is worked out at once, with obstacles far apart.
+TEST(PathPlannerLaw, tallMapsAreGrownAsTheModelGrowsThem) {
+  RandomInputs random(142);
+  int near = 0;
+  for (int i = 0; i < 60 && !HasFatalFailure(); ++i) {
+    OccupancyMap map(random.between(1, 20), random.between(90, 400), 1.0f, false);
+    map.reset(1.0f);
+    for (int k = random.between(0, 5); k > 0; --k) {
+      map.setCell(random.between(0, 19), random.between(0, 399), 0.0f);
+    }
+    PlannerSettings settings;
+    settings.robotRadius = random.pick<float>({0.0f, 2.0f, 30.0f, 99.5f});
+    settings.fadeDistance = random.pick<float>({0.5f, 10.0f, 90.0f, 200.0f});
+    PathPlanner planner(map, settings);
+    ASSERT_TRUE(sameMap(planner.fineMap(), PathPlannerModel(map, settings).fineMap()));
+    near += planner.fineMap().getCell(0, 90) < 1.0f ? 1 : 0;
+    const int y = random.between(0, map.params.height - 1);
+    map.setCell(0, y, 0.0f);
+    planner.refresh(0, y, 1, 1);
+    ASSERT_TRUE(sameMap(planner.fineMap(), PathPlannerModel(map, settings).fineMap()));
+  }
+  EXPECT_GT(near, 10);
+}
+
+// Beyond this many cells a distance's square is not a float in each case.
+TEST(PathPlannerLaw, farGoalsAreSearchedForAsTheModelDoes) {
+  const korrin_test::Quiet quiet;
+  RandomInputs random(143);
+  for (const int width : {4200, 9000}) {
+    OccupancyMap map(width, 3, 0.05f, false);
+    for (int y = 0; y < 3; ++y) {
+      for (int x = 0; x < width; ++x) {
+        map.setCell(x, y, y != 1 && random.chance(0.1) ? 0.0f : random.between(0.61f, 1.0f));
+      }
+    }
+    const PathPlanner planner(map);
+    PathPlannerModel model(map, planner.settings());
+    const Pose2Di from(1, 1, 0.0f), to(width - 2, 1, 0.0f);
+    const Plan plan = planner.plan(from, to);
+    EXPECT_EQ(plan.outcome, PlanOutcome::Found);
+    EXPECT_TRUE(samePlan(plan, model.plan(from, to)));
+  }
+}
+
+// Shrinks to the smallest map and request that disagree.
+RC_GTEST_PROP(PathPlannerLaw, smallestPlans, ()) {
+  const korrin_test::Quiet quiet;
+  const int width = *rc::gen::inRange(1, 9);
+  const int height = *rc::gen::inRange(1, 9);
+  OccupancyMap map(width, height, 1.0f, false);
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      map.setCell(x, y, *rc::gen::element(1.0f, 1.0f, 1.0f, 0.7f, 0.5f, 0.0f));
+    }
+  }
+  PlannerSettings settings;
+  settings.robotRadius = *rc::gen::element(0.0f, 1.0f, 1.2f);
+  settings.fadeDistance = *rc::gen::element(0.0f, 2.0f);
+  settings.weight = *rc::gen::element(0.5f, 0.0f, 1.0f);
+  settings.neighborhood =
+      *rc::gen::element(Brin::OccMapPathFinder::Simple, Brin::OccMapPathFinder::Double,
+                        Brin::OccMapPathFinder::Triple);
+  settings.coarseFactor = *rc::gen::element(1, 1, 2);
+  const PathPlanner planner(map, settings);
+  PathPlannerModel model(map, settings);
+  const auto column = rc::gen::inRange(-1, width + 1);
+  const auto row = rc::gen::inRange(-1, height + 1);
+  const Pose2Di from(*column, *row, 0.0f), to(*column, *row, 0.0f);
+  RC_ASSERT(samePlan(planner.plan(from, to), model.plan(from, to)));
+  RC_ASSERT(holds(*planner.costField(to).image, model.costField(to)));
+}
+
 }  // namespace

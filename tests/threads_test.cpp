@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <shared_mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -94,6 +95,109 @@ TEST_F(Threads, MayReadOneObject) {
   EXPECT_EQ(agreeing, kThreads);
   cvReleaseImage(&reference.distanceMap);
   cvReleaseImage(&reference.laserImage);
+}
+
+// A map that takes long enough to plan on for threads to meet.
+Brin::OccupancyMap mazeMap() {
+  Brin::OccupancyMap map(90, 70, 0.1f, false);
+  map.reset(0.9f);
+  for (int x = 8; x < 80; x += 8) {
+    for (int y = 0; y < 70; ++y) {
+      if ((x / 8 % 2 == 0) == (y < 60) && (y < 60 || y >= 10)) map.setCell(x, y, 0.0f);
+    }
+  }
+  return map;
+}
+
+Brin::PlannerSettings robot() {
+  Brin::PlannerSettings settings;
+  settings.robotRadius = 0.15f;
+  settings.fadeDistance = 0.3f;
+  return settings;
+}
+
+void addPlans(const Brin::PathPlanner& planner, Words& words) {
+  for (int i = 0; i < 6; ++i) {
+    const Brin::Pose2D from(0.3f, 0.8f * static_cast<float>(i), 0.0f);
+    const Brin::Pose2D to(8.5f, 6.0f - 0.8f * static_cast<float>(i), 0.0f);
+    const Brin::Plan plan = planner.plan(from, to);
+    words.add(static_cast<std::int32_t>(plan.outcome));
+    words.add(plan.path);
+    words.add(plan.waypoints);
+    words.add(plan.iterations);
+    words.add(plan.cost);
+    words.add(planner.planToNearest(from, {to, {4.4f, 3.0f, 0.0f}, {-1.0f, 0.0f, 0.0f}}).goal);
+  }
+  words.add(*planner.costField(Brin::Pose2D(4.4f, 3.0f, 0.0f)).image);
+}
+
+// Eight plan on one planner, while another makes finders, whose constructor rewrites what finders
+// share, and sets the weight: none of it is the planner's.
+TEST_F(Threads, PlanOnOnePlannerWhileAnotherMakesFindersAndSetsWeights) {
+  const Brin::OccupancyMap map = mazeMap();
+  const Brin::PathPlanner planner(map, robot());
+  Words expected;
+  addPlans(planner, expected);
+  std::atomic<bool> isOver{false};
+  std::atomic<int> made{0};
+  std::thread other([&] {
+    while (!isOver) {
+      const Brin::OccMapPathFinder finder(&map, 0.0f);
+      Brin::OccMapPathFinder::setHWeight(0.25f * static_cast<float>(made % 5));
+      ++made;
+      std::this_thread::yield();
+    }
+  });
+  std::atomic<int> agreeing{0};
+  onThreads([&](int) {
+    for (int i = 0; i < 2; ++i) {
+      Words words;
+      addPlans(planner, words);
+      if (words.all() == expected.all()) ++agreeing;
+    }
+  });
+  isOver = true;
+  other.join();
+  EXPECT_EQ(agreeing, 2 * kThreads);
+  EXPECT_GT(made, 2);
+  Brin::OccMapPathFinder::setHWeight(0.5f);
+}
+
+// Eight on one planner, which now and then one of them refreshes, alone: every plan is that on the
+// map before the change or that after it.
+TEST_F(Threads, PlanOnOnePlannerBetweenRefreshesBehindALock) {
+  Brin::OccupancyMap map = mazeMap();
+  Brin::PathPlanner planner(map, robot());
+  const auto plan = [&] {
+    return planner.plan(Brin::Pose2D(0.3f, 0.3f, 0.0f), Brin::Pose2D(8.5f, 6.0f, 0.0f));
+  };
+  const auto change = [&](float value) {
+    for (int y = 20; y < 40; ++y) map.setCell(16, y, value);
+    planner.refresh(16, 20, 1, 20);
+  };
+  const float closed = plan().cost;
+  change(0.9f);
+  const float open = plan().cost;
+  ASSERT_NE(open, closed);
+  std::shared_mutex refreshing;
+  bool isOpen = true;
+  std::atomic<int> agreeing{0};
+  std::atomic<int> whenOpen{0};
+  constexpr int kPlans = 20;
+  onThreads([&](int thread) {
+    for (int i = 0; i < kPlans; ++i) {
+      if (thread == 0 && i % 2 == 0) {
+        const std::unique_lock<std::shared_mutex> alone(refreshing);
+        isOpen = !isOpen;
+        change(isOpen ? 0.9f : 0.0f);
+      }
+      const std::shared_lock<std::shared_mutex> together(refreshing);
+      if (plan().cost == (isOpen ? open : closed)) ++agreeing;
+      if (isOpen) ++whenOpen;
+    }
+  });
+  EXPECT_EQ(agreeing, kThreads * kPlans);
+  EXPECT_GT(whenOpen, 0);
 }
 
 std::atomic<int> heardByOne{0};

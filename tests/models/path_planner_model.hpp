@@ -255,6 +255,7 @@ class PathPlannerModel {
       for (int x = 0; x < width(); ++x) {
         const std::int64_t dx = std::int64_t{x} - cell.x;
         const std::int64_t dy = std::int64_t{y} - cell.y;
+        if (std::abs(dx) > 256 || std::abs(dy) > 256) continue;
         if (!isFree(x, y) || dx * dx + dy * dy >= nearest) continue;
         nearest = dx * dx + dy * dy;
         end.hasNearestFree = true;
