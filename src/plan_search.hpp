@@ -24,6 +24,7 @@
 #include <new>
 #include <vector>
 
+#include "core/huge_pages.hpp"
 #include "core/lanes.hpp"
 #include "korrin/core/geometry.hpp"
 #include "src/cost_grid.hpp"
@@ -70,7 +71,6 @@ class PlanNodes {
   // Pages are moved, not copied. Huge ones make fewer page faults.
   void grow() {
     constexpr std::int64_t kFirst = 1 << 13;
-    constexpr std::size_t kHugePage = std::size_t{1} << 21;
     const std::int64_t next = room_ == 0 ? kFirst : 4 * std::int64_t{room_};
     const std::size_t bytes = bytesOf(next);
     if (next > std::numeric_limits<std::int32_t>::max() ||

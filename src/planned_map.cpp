@@ -1,11 +1,10 @@
 #include "src/planned_map.hpp"
 
-#include <sys/mman.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
+#include "core/huge_pages.hpp"
 #include "core/image_ptr.hpp"
 #include "src/coarser_map.hpp"
 #include "src/step_table.hpp"
@@ -13,21 +12,12 @@
 namespace Brin {
 namespace {
 
-// Fewer page faults. A wish only, and for no more than speed.
-void useHugePages(void* memory, std::size_t bytes) {
-  constexpr std::uintptr_t kHugePage = std::uintptr_t{1} << 21;
-  const auto begin = reinterpret_cast<std::uintptr_t>(memory);
-  const std::uintptr_t first = (begin + kHugePage - 1) / kHugePage * kHugePage;
-  const std::uintptr_t end = (begin + bytes) / kHugePage * kHugePage;
-  if (first < end) madvise(reinterpret_cast<void*>(first), end - first, MADV_HUGEPAGE);
-}
-
 // A map of that geometry whose cells are undefined.
 OccupancyMap mapFor(const OccupancyMapParams& params) {
   OccupancyMap map(0, 0, params.resolution, false);
   fitImage(&map.image, cvSize(params.width, params.height), IPL_DEPTH_32F, 1, "PathPlanner");
   map.params = params;
-  useHugePages(map.image->imageData, static_cast<std::size_t>(map.image->imageSize));
+  wishForHugePages(map.image->imageData, map.image->imageData + map.image->imageSize);
   return map;
 }
 
