@@ -13,6 +13,7 @@ import time
 
 from selenium import webdriver
 from selenium.webdriver.chrome.service import Service
+from selenium.webdriver.common import utils
 from selenium.webdriver.common.by import By
 
 # What is typed, and the pages of which one must be among the first five.
@@ -97,12 +98,23 @@ FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-
          "--disable-dev-shm-usage", "--window-size=1280,900"]
 
 
+class LocalService(Service):
+    """The browser's driver, found without a table of hosts, which a bare system does not have."""
+
+    @property
+    def service_url(self):
+        return f"http://127.0.0.1:{self.port}"
+
+    def is_connectable(self):
+        return utils.is_connectable(self.port, "127.0.0.1")
+
+
 def browser(profile):
     options = webdriver.ChromeOptions()
     for flag in [*FLAGS, f"--user-data-dir={profile}"]:
         options.add_argument(flag)
     options.binary_location = shutil.which("chromium")
-    return webdriver.Chrome(service=Service(shutil.which("chromedriver")), options=options)
+    return webdriver.Chrome(service=LocalService(shutil.which("chromedriver")), options=options)
 
 
 # Whether the page at hand is the one of the results for what was typed, and is complete.
