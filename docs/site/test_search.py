@@ -95,7 +95,7 @@ ANSWERS = {
 FIRST = 5
 FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
          "--disable-background-networking", "--disable-component-update", "--disable-sync",
-         "--disable-dev-shm-usage", "--window-size=1280,900"]
+         "--disable-dev-shm-usage", "--remote-debugging-pipe", "--window-size=1280,900"]
 
 
 class LocalService(Service):
