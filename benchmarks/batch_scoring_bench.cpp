@@ -5,14 +5,14 @@
 
 #include "korrin/batch_scoring.hpp"
 #include "models/batch_scoring_model.hpp"
-#include "pose_search.hpp"
+#include "scoring_input.hpp"
 
 namespace {
 
-using korrin_bench::PoseSearch;
+using korrin_bench::ScoringInput;
 
-const PoseSearch& search() {
-  static const PoseSearch instance;
+const ScoringInput& search() {
+  static const ScoringInput instance;
   return instance;
 }
 
@@ -30,12 +30,12 @@ std::vector<Brin::Pose2D> headingsFirst() {
 
 template <typename Items>
 void library(benchmark::State& state, const Items& items, const std::vector<Brin::Pose2D>& poses) {
-  const PoseSearch& s = search();
+  const ScoringInput& s = search();
   std::vector<float> scores;
   std::vector<int> counts;
   for (auto _ : state) {
     Brin::scanScores(s.reference.distanceMap, items, poses, s.reference.resolution,
-                     PoseSearch::kMaxDist, scores, &counts, 1);
+                     ScoringInput::kMaxDist, scores, &counts, 1);
     benchmark::DoNotOptimize(scores.data());
   }
   state.SetItemsProcessed(state.iterations() *
@@ -44,12 +44,12 @@ void library(benchmark::State& state, const Items& items, const std::vector<Brin
 
 template <typename Items>
 void model(benchmark::State& state, const Items& items) {
-  const PoseSearch& s = search();
+  const ScoringInput& s = search();
   std::vector<float> scores;
   std::vector<int> counts;
   for (auto _ : state) {
     korrin_model::scanScores(s.reference.distanceMap, items, s.poses, s.reference.resolution,
-                             PoseSearch::kMaxDist, scores, counts, 1);
+                             ScoringInput::kMaxDist, scores, counts, 1);
     benchmark::DoNotOptimize(scores.data());
   }
   state.SetItemsProcessed(state.iterations() *

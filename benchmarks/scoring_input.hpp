@@ -9,7 +9,7 @@
 
 namespace korrin_bench {
 
-struct PoseSearch {
+struct ScoringInput {
   static constexpr float kMaxDist = 0.5f;
 
   Brin::ScanDistMap reference;
@@ -18,7 +18,7 @@ struct PoseSearch {
   std::vector<Brin::Point2D> pixels;  // the points in pixels of the map
   std::vector<Brin::Pose2D> poses;
 
-  PoseSearch() {
+  ScoringInput() {
     const auto world = korrin_test::LaserWorld::twoRooms();
     const Brin::Pose2D there(1.5f, 2.2f, 0.2f);
     reference.build(world.scan({1.2f, 2.3f, 0.1f}, 1080, 30.0f), {0.0f, 0.0f, 0.1f}, 0.05f);
@@ -38,9 +38,9 @@ struct PoseSearch {
       }
     }
   }
-  PoseSearch(const PoseSearch&) = delete;
-  PoseSearch& operator=(const PoseSearch&) = delete;
-  ~PoseSearch() {
+  ScoringInput(const ScoringInput&) = delete;
+  ScoringInput& operator=(const ScoringInput&) = delete;
+  ~ScoringInput() {
     cvReleaseImage(&reference.distanceMap);
     cvReleaseImage(&reference.laserImage);
   }
