@@ -20,6 +20,7 @@ void bindMapProcessing(pybind11::module_& module);
 void bindMapQueries(pybind11::module_& module);
 void bindScanHoles(pybind11::module_& module);
 void bindScanMatching(pybind11::module_& module);
+void bindPoseSearch(pybind11::module_& module);
 void bindFiles(pybind11::module_& module);
 
 }  // namespace korrin_python

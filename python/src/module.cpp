@@ -39,6 +39,7 @@ PYBIND11_MODULE(_korrin, module) {
   korrin_python::bindMapQueries(module);
   korrin_python::bindScanHoles(module);
   korrin_python::bindScanMatching(module);
+  korrin_python::bindPoseSearch(module);
   korrin_python::bindFiles(module);
   korrin_python::explainCalls(module);
 }

@@ -10,6 +10,7 @@
 #include "korrin/batch_scoring.hpp"
 #include "python/src/arrays.hpp"
 #include "python/src/bindings.hpp"
+#include "python/src/dist_map.hpp"
 #include "python/src/log.hpp"
 #include "python/src/values.hpp"
 
@@ -21,59 +22,6 @@ using Brin::Pose2D;
 using Brin::Scan;
 using Brin::ScanDistMap;
 using Points = std::vector<Point2D>;
-using ScoreAndCount = std::pair<float, int>;
-
-// The images of one build. Scores under way and arrays keep them while another build makes others.
-struct Built {
-  ScanDistMap map;
-
-  Built() = default;
-  ~Built() {
-    cvReleaseImage(&map.laserImage);
-    cvReleaseImage(&map.distanceMap);
-  }
-  Built(const Built&) = delete;
-  Built& operator=(const Built&) = delete;
-};
-
-struct DistMap {
-  float resolution = 0.0f;
-  std::int32_t step = 1;
-  std::shared_ptr<const Built> built = std::make_shared<Built>();
-
-  void build(const Scan& scan, const Pose2D& pose, float metres) {
-    auto fresh = std::make_shared<Built>();
-    unlocked([&] { fresh->map.build(scan, pose, metres); });
-    resolution = metres;
-    built = std::move(fresh);
-  }
-
-  // The score and the count that `method` gives.
-  template <typename Readings>
-  ScoreAndCount score(float (ScanDistMap::*method)(const Readings&, const Pose2D&, float, int*)
-                          const,
-                      const Readings& readings, const Pose2D& pose, float maxDist) const {
-    const std::shared_ptr<const Built> held = built;
-    ScanDistMap map = held->map;
-    map.resolution = resolution;
-    map.step = step;
-    if (map.distanceMap == nullptr) throw py::value_error("build the distance map first");
-    float value = 0.0f;
-    int count = 0;
-    unlocked([&] { value = (map.*method)(readings, pose, maxDist, &count); });
-    return {value, count};
-  }
-
-  py::object view(IplImage* ScanDistMap::*image) const {
-    const IplImage* held = built->map.*image;
-    if (held == nullptr) return py::none();
-    using Owner = std::shared_ptr<const Built>;
-    const py::capsule owner(new Owner(built),
-                            [](void* memory) { delete static_cast<Owner*>(memory); });
-    return viewOf(*held, owner);
-  }
-};
-
 void distMapActsAsValue(py::class_<DistMap>& type) {
   const auto make = [](float resolution, std::int32_t step, const Pixels& distances,
                        const Pixels& picture) {

@@ -33,6 +33,8 @@ def test_images_travel_as_buffers():
         (some_dist_map(), 2),
         (some_scan(), 1),
         (korrin.PreparedMap(some_map(second=True), 0.4), 2),
+        (korrin.PoseSearch(some_map(), 0.4, 1), 1),
+        (korrin.PoseSearch(some_dist_map(), 1), 1),
     ]:
         buffers = []
         data = pickle.dumps(value, protocol=5, buffer_callback=buffers.append)

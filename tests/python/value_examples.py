@@ -121,6 +121,14 @@ EXAMPLES = {
     "Point2Di": [korrin.Point2Di(2**31 - 1, -(2**31) + 1)],
     "Pose2D": [korrin.Pose2D(1.1, -2, 0.5), korrin.Pose2D(NAN, -0.0, INF)],
     "Pose2Di": [korrin.Pose2Di(-3, 2**31 - 1, 0.1), korrin.Pose2Di(1, 2, NAN)],
+    "PoseGrid": [
+        korrin.PoseGrid((1, -2, NAN), reach_x=3, reach_y=INF, turn=0.1, step=0.25, turn_step=0.2),
+        korrin.PoseGrid(),
+    ],
+    "PoseSearch": [
+        korrin.PoseSearch(some_map(second=True), 0.45, 0.5),
+        korrin.PoseSearch(some_dist_map(), 0.5),
+    ],
     "PreparedMap": [korrin.PreparedMap(some_map(second=True), 0.45)],
     "RangeReading": [with_values(korrin.RangeReading(NAN, 0.1), weight=2, mark=3, status=1)],
     "SafePathSimplifier": [
@@ -141,6 +149,7 @@ EXAMPLES = {
             **dict(begin_point=(1, 2), end_point=(3, NAN), approach_point=(5, 6)),
         )
     ],
+    "ScoredPose": [korrin.ScoredPose((1, 2, NAN), 0.75)],
     "ScanModel": [with_values(korrin.ScanModel(181, 10, 3), reserved=2**32 - 1, range_sigma=NAN)],
 }
 CASES = [

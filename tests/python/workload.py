@@ -412,6 +412,31 @@ def score_batches(world, words):
             words.ints(len(counts), *counts)
 
 
+def add_found(found, words):
+    words.ints(len(found))
+    for each in found:
+        words.floats([*each.pose, each.score])
+
+
+def search_poses(world, words):
+    reference = korrin.ScanDistMap()
+    reference.build(world.scan, (0, 0, 0), 0.05)
+    on_scan = korrin.PoseSearch(reference, 0.5)
+    on_map = korrin.PoseSearch(world.map, 0.45, 0.5)
+    on_turned_map = korrin.PoseSearch(world.turned, 0.45, 0.5)
+    for i in range(3):
+        grid = korrin.PoseGrid()
+        grid.centre = world.poses[i]
+        grid.reach_x = 2
+        grid.step = world.map.params.resolution
+        grid.turn = grid.turn_step = 0.25
+        add_found(on_map.best(world.points, grid, 3, 0.5), words)
+        add_found(on_turned_map.best(world.points, grid, 2, 1, 4), words)
+        grid.step = 0.05 if i == 1 else 0.07
+        add_found(on_scan.best(world.points, grid, count=2, apart=0.25), words)
+        words.floats([on_scan.score(world.points, grid.centre)])
+
+
 def draw_pictures(world, words):
     words.image(world.map.to_char_ipl_image())
     words.image(korrin.draw_laser(world.scan, world.poses[0], None, 0.1))
@@ -444,5 +469,6 @@ FAMILIES = {
     "places of scan holes": place_holes,
     "scores": score,
     "scores by the batch": score_batches,
+    "search for poses": search_poses,
     "pictures": draw_pictures,
 }

@@ -515,6 +515,34 @@ void scoreBatches(const World& world, Words& words) {
   }
 }
 
+void addFound(const std::vector<Brin::ScoredPose>& found, Words& words) {
+  words.add(static_cast<std::int32_t>(found.size()));
+  for (const Brin::ScoredPose& each : found) {
+    words.add(each.pose);
+    words.add(each.score);
+  }
+}
+
+void searchPoses(const World& world, Words& words) {
+  Reference reference;
+  reference.build(world.scan, {0.0f, 0.0f, 0.0f}, 0.05f);
+  const Brin::PoseSearch onScan(reference, 0.5f);
+  const Brin::PoseSearch onMap(world.map, 0.45f, 0.5f);
+  const Brin::PoseSearch onTurnedMap(world.turned, 0.45f, 0.5f);
+  for (std::size_t i = 0; i < 3; ++i) {
+    Brin::PoseGrid grid;
+    grid.centre = world.poses[i];
+    grid.reachX = 2.0f;
+    grid.step = world.map.params.resolution;
+    grid.turn = grid.turnStep = 0.25f;
+    addFound(onMap.best(world.points, grid, 3, 0.5f), words);
+    addFound(onTurnedMap.best(world.points, grid, 2, 1.0f, 4.0f), words);
+    grid.step = i == 1 ? 0.05f : 0.07f;
+    addFound(onScan.best(world.points, grid, 2, 0.25f), words);
+    words.add(onScan.score(world.points, grid.centre));
+  }
+}
+
 void drawPictures(const World& world, Words& words) {
   ImageSlot bytes;
   world.map.toCharIplImage(&bytes.image);
@@ -555,6 +583,7 @@ const std::vector<Family>& families() {
       {"places of scan holes", kBorrowed, true, placeHoles},
       {"scores", kOwn, true, score},
       {"scores by the batch", kOwn, true, scoreBatches},
+      {"search for poses", kOwn, true, searchPoses},
       {"pictures", kOwn, true, drawPictures},
   };
   return kFamilies;
