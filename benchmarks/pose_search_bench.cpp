@@ -1,10 +1,10 @@
-// Searches for the pose of a scan, beside scoring every pose in batches. Items are poses of the grid,
-// whether they are looked at or not, so the ratio of items per second is how much sooner the answer
-// is there.
+// Searches for the pose of a scan, beside scoring every pose in batches. Items are poses of the
+// grid, whether they are looked at or not, so the ratio of items per second is how much sooner the
+// answer is there.
 //
-// Where a scan was taken on a whole floor: 181 beams, all headings in degrees, 0.05 m. Trying all of
-// these takes minutes, so every twelfth heading is tried. Where it was taken near another scan, in
-// windows of a few hundred poses to some ten thousand. And what preparing costs.
+// Where a scan was taken on a whole floor: 181 beams, all headings in degrees, 0.05 m. Trying all
+// of these takes minutes, so every twelfth heading is tried. Where it was taken near another scan,
+// in windows of a few hundred poses to some ten thousand. And what preparing costs.
 #include <benchmark/benchmark.h>
 #include <opencv2/core/core_c.h>
 
@@ -99,8 +99,8 @@ Brin::ImagePtr distancesOf(const OccupancyMap& map) {
   const Brin::ImagePtr picture = Brin::makeImage(cvSize(2 * half, 2 * half), IPL_DEPTH_8U, 1);
   for (int row = 0; row < 2 * half; ++row) {
     for (int col = 0; col < 2 * half; ++col) {
-      const bool isHit = map.isInside(col - half, row - half) &&
-                         map.getCell(col - half, row - half) < kThreshold;
+      const bool isHit =
+          map.isInside(col - half, row - half) && map.getCell(col - half, row - half) < kThreshold;
       picture->imageData[row * picture->widthStep + col] = isHit ? '\0' : '\xff';
     }
   }
@@ -140,7 +140,8 @@ void tryAll(benchmark::State& state, Floor floor, int stride) {
       poses += static_cast<std::int64_t>(tried.size());
     }
   }
-  const float found = PoseSearch(places->map, kThreshold, kMaxDist).best(places->scans[0], grid)[0].score;
+  const float found =
+      PoseSearch(places->map, kThreshold, kMaxDist).best(places->scans[0], grid)[0].score;
   if (found < best || (stride == 1 && found != best)) std::abort();
   state.SetItemsProcessed(poses);
 }

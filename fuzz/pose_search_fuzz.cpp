@@ -39,7 +39,8 @@ struct Request {
     grid.centre.x += in.ordinaryFloat() * resolution;
     grid.reachX = in.rarely(16) ? in.anyFloat() : static_cast<float>(in.between(0, 60)) * grid.step;
     grid.reachY = in.rarely(16) ? in.anyFloat() : static_cast<float>(in.between(0, 12)) * grid.step;
-    grid.turn = in.rarely(16) ? in.anyFloat() : static_cast<float>(in.between(0, 2)) * grid.turnStep;
+    grid.turn =
+        in.rarely(16) ? in.anyFloat() : static_cast<float>(in.between(0, 2)) * grid.turnStep;
     points.resize(static_cast<std::size_t>(in.between(0, 40)));
     for (Brin::Point2D& p : points) {
       p = {in.someFloat() * resolution, in.someFloat() * resolution};
@@ -54,8 +55,7 @@ struct Request {
 template <typename Where>
 bool compare(const Brin::PoseSearch& search, const Request& r, const Where& model) {
   if (r.grid.poses() > kMostPoses) return false;
-  const std::vector<ScoredPose> found =
-      search.best(r.points, r.grid, r.count, r.apart, r.turned);
+  const std::vector<ScoredPose> found = search.best(r.points, r.grid, r.count, r.apart, r.turned);
   const bool isRefused =
       r.grid.poses() == 0 || r.count < 1 || !(r.apart >= 0.0f) || !(r.turned >= 0.0f);
   kRefused.count(isRefused);

@@ -186,6 +186,31 @@ TEST(RecordsPerFailure, ofScoring) {
   expectRecords(good);
 }
 
+TEST(RecordsPerFailure, ofSearchesForPoses) {
+  const Brin::ImagePtr map = korrin_test::uniformFloatImage(5, 5, 0.0f);
+  Brin::ScanDistMap reference;
+  reference.distanceMap = map.get();
+  reference.resolution = 1.0f;
+  const std::vector<Point2D> points = {{0.0f, 0.0f}};
+  const Brin::PoseSearch search(reference, 1.0f);
+  reference.step = 0;
+  const Brin::PoseSearch unvisited(reference, 1.0f);
+  Brin::PoseGrid none;
+  none.step = 0.0f;
+  const char* file = "src/pose_search";
+  expectRecords({
+      {"no grid", file, {kWarning}, [&] { search.best(points, none); }},
+      {"no grid and no count", file, {kWarning}, [&] { search.best(points, none, 0, -1.0f); }},
+      {"no count", file, {kWarning}, [&] { search.best(points, {}, 0); }},
+      {"no distance", file, {kWarning}, [&] { search.best(points, {}, 1, -1.0f, -1.0f); }},
+      {"no stride", file, {kWarning}, [&] { unvisited.best(points, none, 0); }},
+      {"no stride for a score", file, {kWarning}, [&] { unvisited.score(points, {}); }},
+      {"no points", file, {}, [&] { search.best({}, {}); }},
+      {"found", file, {}, [&] { search.best(points, {}, 3); }},
+      {"scored", file, {}, [&] { search.score(points, {}); }},
+  });
+}
+
 TEST(RecordsPerFailure, ofTheRest) {
   const OccupancyMap map = drawMap({"....", ".##.", "...."});
   const OccupancyMap blocked = drawMap({"##", "##"});

@@ -1,5 +1,5 @@
-// The module's ScanDistMap: a reference scan's distance map whose images outlive the next build while
-// somebody looks at them.
+// The module's ScanDistMap: a reference scan's distance map whose images outlive the next build
+// while somebody looks at them.
 #pragma once
 
 #include <opencv2/core/core_c.h>
@@ -44,8 +44,8 @@ struct DistMap {
 
   // The score and the count that `method` gives.
   template <typename Readings>
-  ScoreAndCount score(float (Brin::ScanDistMap::*method)(const Readings&, const Brin::Pose2D&, float,
-                                                         int*) const,
+  ScoreAndCount score(float (Brin::ScanDistMap::*method)(const Readings&, const Brin::Pose2D&,
+                                                         float, int*) const,
                       const Readings& readings, const Brin::Pose2D& pose, float maxDist) const {
     const std::shared_ptr<const Built> held = built;
     const Brin::ScanDistMap map = current();
@@ -72,7 +72,7 @@ struct DistMap {
     if (held == nullptr) return pybind11::none();
     using Owner = std::shared_ptr<const Built>;
     const pybind11::capsule owner(new Owner(built),
-                            [](void* memory) { delete static_cast<Owner*>(memory); });
+                                  [](void* memory) { delete static_cast<Owner*>(memory); });
     return viewOf(*held, owner);
   }
 };

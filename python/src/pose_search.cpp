@@ -26,8 +26,8 @@ using Brin::PoseSearch;
 using Brin::ScanDistMap;
 using Brin::ScoredPose;
 
-// A search with what it was made of, to be made again from a pickle: a map of its own, or the images
-// of a reference as they were.
+// A search with what it was made of, to be made again from a pickle: a map of its own, or the
+// images of a reference as they were.
 class Search {
  public:
   Search(std::shared_ptr<OccupancyMap> own, float threshold, float maxDist)
@@ -157,13 +157,16 @@ void bindScoredPose(py::module_& module) {
 >>> search.best([(1, 0)], korrin.PoseGrid(turn=0, reach_x=0, reach_y=0))
 [ScoredPose(pose=Pose2D(x=0, y=0, theta=0), score=0)]
 )");
-  type.def(py::init([](const Pose2D& pose, float score) { return ScoredPose{pose, score}; }),
+  type.def(py::init([](const Pose2D& pose, float score) {
+             return ScoredPose{pose, score};
+           }),
            py::arg("pose") = Pose2D(), py::arg("score") = 0.0f);
   actsAsRecord(type, ScoredPose(), Field{"pose", &ScoredPose::pose, "Where"},
                Field{"score", &ScoredPose::score, "1 is a perfect fit"});
 }
 
-constexpr const char* kSearchDoc = R"(Where was a scan taken? The best pose on a map, or on a reference scan.
+constexpr const char* kSearchDoc =
+    R"(Where was a scan taken? The best pose on a map, or on a reference scan.
 
 Of a grid of poses it finds the one that scan_score scores highest, to the last bit, without scoring
 them all. On a map, cells below `threshold` are hits and poses are in the world; on a ScanDistMap they
