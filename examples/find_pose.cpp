@@ -1,5 +1,5 @@
-// Finds where a scan was taken, anywhere on a map and with any heading, and whether it might as well
-// have been taken somewhere else.
+// Finds where a scan was taken, anywhere on a map and with any heading, and whether it might as
+// well have been taken somewhere else.
 #include <iostream>
 #include <korrin/korrin.hpp>
 

@@ -1,10 +1,14 @@
 #include "src/score_pyramid.hpp"
 
+#ifdef __SSE2__
+#include <immintrin.h>
+#endif
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
 
-#include "core/lanes.hpp"
+#include "src/processor.hpp"
 
 namespace Brin {
 namespace {
@@ -172,21 +176,103 @@ std::int64_t ScorePyramid::boundOver(int level, const TurnedPoints& points, cons
   if (tables_.empty()) return 0;
   const WindowMaxima& table =
       tables_[std::min(static_cast<std::size_t>(level), tables_.size() - 1)];
+  auto left = static_cast<std::int64_t>(points.count) * ScoreLevels::kHighest;
   std::int64_t bound = 0;
-  for (std::size_t i = 0; i < points.count; ++i) {
-    if (i % kChunk == 0) {
-      const std::int64_t most =
-          bound + static_cast<std::int64_t>(points.count - i) * ScoreLevels::kHighest;
-      if (most < needed) return most;
-    }
-    const Span cols =
-        spanOf(offsetOf(points.x[i], box.lowX, inv), offsetOf(points.x[i], box.highX, inv), left_);
-    const Span rows =
-        spanOf(offsetOf(points.y[i], box.lowY, inv), offsetOf(points.y[i], box.highY, inv), top_);
-    bound += levelOver(table, cols, rows);
+  for (std::size_t begin = 0; begin < points.count; begin += kChunk) {
+    if (bound + left < needed) return bound + left;
+    const std::size_t count = std::min(kChunk, points.count - begin);
+    bound += levelsOver(table, {points.x + begin, points.y + begin, count}, box, inv);
+    left -= static_cast<std::int64_t>(count) * ScoreLevels::kHighest;
   }
   return bound;
 }
+
+std::int32_t ScorePyramid::levelsOver(const WindowMaxima& table, const TurnedPoints& points,
+                                      const PlaceBox& box, float inv) const {
+#ifdef __SSE2__
+  if (hasAvx2() && table.canBeGathered()) return levelsOverAvx2(table, points, box, inv);
+#endif
+  std::int32_t levels = 0;
+  for (std::size_t i = 0; i < points.count; ++i) levels += levelOver(table, points, i, box, inv);
+  return levels;
+}
+
+std::int32_t ScorePyramid::levelOver(const WindowMaxima& table, const TurnedPoints& points,
+                                     std::size_t i, const PlaceBox& box, float inv) const {
+  const Span cols =
+      spanOf(offsetOf(points.x[i], box.lowX, inv), offsetOf(points.x[i], box.highX, inv), left_);
+  const Span rows =
+      spanOf(offsetOf(points.y[i], box.lowY, inv), offsetOf(points.y[i], box.highY, inv), top_);
+  return levelOver(table, cols, rows);
+}
+
+#ifdef __SSE2__
+
+namespace {
+
+// Eight indices as indexOf gives them: what is not a number becomes the first or the last one.
+__attribute__((target("avx2"))) inline __m256i indicesOf(__m256 turned, float place, float inv,
+                                                         bool isLow, std::int32_t begin) {
+  const __m256 far = _mm256_set1_ps(kFar);
+  const __m256 minusFar = _mm256_set1_ps(-kFar);
+  const __m256 moved = _mm256_add_ps(turned, _mm256_set1_ps(place));
+  const __m256 offset =
+      _mm256_add_ps(_mm256_mul_ps(moved, _mm256_set1_ps(inv)), _mm256_set1_ps(0.5f));
+  // The second operand comes back where one is not a number.
+  const __m256 limited = isLow ? _mm256_min_ps(_mm256_max_ps(offset, minusFar), far)
+                               : _mm256_max_ps(_mm256_min_ps(offset, far), minusFar);
+  const __m256i isNegative =
+      _mm256_castps_si256(_mm256_cmp_ps(limited, _mm256_setzero_ps(), _CMP_LT_OQ));
+  return _mm256_sub_epi32(_mm256_add_epi32(_mm256_cvttps_epi32(limited), isNegative),
+                          _mm256_set1_epi32(begin));
+}
+
+// Where spans begin, no earlier than a window's side before the picture, and whether a window that
+// begins there holds all that they have of the picture.
+struct EightStarts {
+  __m256i at;
+  __m256i areCovering;
+};
+
+__attribute__((target("avx2"))) inline EightStarts startsOf(__m256i first, __m256i last,
+                                                            std::int32_t side, std::int32_t size) {
+  const __m256i at = _mm256_max_epi32(first, _mm256_set1_epi32(-side));
+  const __m256i end = _mm256_min_epi32(last, _mm256_set1_epi32(size - 1));
+  return {at, _mm256_cmpgt_epi32(_mm256_set1_epi32(side), _mm256_sub_epi32(end, at))};
+}
+
+}  // namespace
+
+__attribute__((target("avx2"))) std::int32_t ScorePyramid::levelsOverAvx2(
+    const WindowMaxima& table, const TurnedPoints& points, const PlaceBox& box, float inv) const {
+  constexpr std::size_t kEight = 8;
+  std::int32_t wide = 0;
+  __m256i sums = _mm256_setzero_si256();
+  std::size_t i = 0;
+  for (; i + kEight <= points.count; i += kEight) {
+    const __m256 x = _mm256_loadu_ps(points.x + i);
+    const __m256 y = _mm256_loadu_ps(points.y + i);
+    const EightStarts cols =
+        startsOf(indicesOf(x, box.lowX, inv, true, left_),
+                 indicesOf(x, box.highX, inv, false, left_), table.side(), width_);
+    const EightStarts rows =
+        startsOf(indicesOf(y, box.lowY, inv, true, top_), indicesOf(y, box.highY, inv, false, top_),
+                 table.side(), height_);
+    const __m256i areCovering = _mm256_and_si256(cols.areCovering, rows.areCovering);
+    sums = _mm256_add_epi32(sums, table.eightAt(rows.at, cols.at, areCovering));
+    int others = _mm256_movemask_ps(_mm256_castsi256_ps(areCovering)) ^ 0xff;
+    for (; others != 0; others &= others - 1) {
+      const int lane = __builtin_ctz(static_cast<unsigned>(others));
+      wide += levelOver(table, points, i + static_cast<std::size_t>(lane), box, inv);
+    }
+  }
+  for (; i < points.count; ++i) wide += levelOver(table, points, i, box, inv);
+  alignas(32) std::int32_t all[kEight];
+  _mm256_store_si256(reinterpret_cast<__m256i*>(all), sums);
+  return wide + ((all[0] + all[1]) + (all[2] + all[3])) + ((all[4] + all[5]) + (all[6] + all[7]));
+}
+
+#endif
 
 ScorePyramid::Span ScorePyramid::spanOf(float low, float high, std::int32_t begin) {
   return {indexOf(low, -kFar) - begin, indexOf(high, kFar) - begin};

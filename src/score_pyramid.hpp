@@ -126,6 +126,12 @@ class ScorePyramid {
   };
 
   static Span spanOf(float low, float high, std::int32_t begin);
+  std::int32_t levelsOver(const WindowMaxima& table, const TurnedPoints& points,
+                          const PlaceBox& box, float inv) const;
+  std::int32_t levelsOverAvx2(const WindowMaxima& table, const TurnedPoints& points,
+                              const PlaceBox& box, float inv) const;
+  std::int32_t levelOver(const WindowMaxima& table, const TurnedPoints& points, std::size_t i,
+                         const PlaceBox& box, float inv) const;
   std::int32_t levelOver(const WindowMaxima& table, Span cols, Span rows) const;
   std::int32_t levelOverWide(const WindowMaxima& table, Span cols, Span rows) const;
 

@@ -10,10 +10,15 @@
 // 4 x 4 windows are four loads.
 #pragma once
 
+#ifdef __SSE2__
+#include <immintrin.h>
+#endif
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <vector>
 
 #include "core/lanes.hpp"
@@ -49,6 +54,37 @@ class WindowMaxima {
            static_cast<std::uint32_t>(row + border()) <
                static_cast<std::uint32_t>(height_ + border());
   }
+
+#ifdef __SSE2__
+  bool canBeGathered() const {
+    return bytes_.size() <= static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max());
+  }
+
+  // Eight times at(), 0 where `areWanted` is; for processors with AVX2, if it can be gathered.
+  // Rows and columns from one side before the picture on, up to 2^30.
+  __attribute__((target("avx2"))) __m256i eightAt(__m256i row, __m256i col,
+                                                  __m256i areWanted) const {
+    const __m256i x = _mm256_add_epi32(col, _mm256_set1_epi32(border()));
+    const __m256i y = _mm256_add_epi32(row, _mm256_set1_epi32(border()));
+    const __m256i isBeyond =
+        _mm256_or_si256(_mm256_cmpgt_epi32(col, _mm256_set1_epi32(width_ - 1)),
+                        _mm256_cmpgt_epi32(row, _mm256_set1_epi32(height_ - 1)));
+    const __m256i areHere = _mm256_andnot_si256(isBeyond, areWanted);
+    const __m256i rest = _mm256_set1_epi32((1 << level_) - 1);
+    const __m128i level = _mm_cvtsi32_si128(level_);
+    const __m256i plane = _mm256_add_epi32(_mm256_sll_epi32(_mm256_and_si256(y, rest), level),
+                                           _mm256_and_si256(x, rest));
+    const __m256i inPlane = _mm256_add_epi32(
+        _mm256_mullo_epi32(_mm256_srl_epi32(y, level), _mm256_set1_epi32(columns_)),
+        _mm256_srl_epi32(x, level));
+    const __m256i at = _mm256_add_epi32(
+        _mm256_mullo_epi32(plane, _mm256_set1_epi32(static_cast<std::int32_t>(planeSize()))),
+        inPlane);
+    const __m256i four = _mm256_mask_i32gather_epi32(
+        _mm256_setzero_si256(), reinterpret_cast<const int*>(bytes_.data()), at, areHere, 1);
+    return _mm256_and_si256(four, _mm256_set1_epi32(0xff));
+  }
+#endif
 
   // The maxima of these 4 x 4 windows, row by row. Must be in reach.
   SixteenBytes sixteenAt(std::int32_t row, std::int32_t col) const {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "src/processor.hpp"
 #include "support/random_inputs.hpp"
 
 namespace {
@@ -84,6 +85,49 @@ TEST(WindowMaxima, areThoseOfEveryWindow) {
     }
   }
 }
+
+#ifdef __SSE2__
+
+// Eight at a time, from one side before the picture on.
+__attribute__((target("avx2"))) void expectEight(const WindowMaxima& maxima, const int* rows,
+                                                 const int* cols, const int* wanted) {
+  alignas(32) int found[8];
+  _mm256_store_si256(reinterpret_cast<__m256i*>(found),
+                     maxima.eightAt(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(rows)),
+                                    _mm256_loadu_si256(reinterpret_cast<const __m256i*>(cols)),
+                                    _mm256_loadu_si256(reinterpret_cast<const __m256i*>(wanted))));
+  for (int i = 0; i < 8; ++i) {
+    ASSERT_EQ(found[i], wanted[i] != 0 ? maxima.at(rows[i], cols[i]) : 0)
+        << rows[i] << " " << cols[i];
+  }
+}
+
+TEST(WindowMaxima, areTheSameEightAtATime) {
+  if (!Brin::hasAvx2()) GTEST_SKIP() << "no AVX2";
+  RandomInputs random(6);
+  for (int n = 0; n < 40; ++n) {
+    const Picture picture = somePicture(random);
+    WindowMaxima maxima = maximaOf(picture);
+    for (int level = 0; level <= 6; ++level) {
+      ASSERT_TRUE(maxima.canBeGathered());
+      for (int trial = 0; trial < 60; ++trial) {
+        int rows[8], cols[8], wanted[8];
+        for (int i = 0; i < 8; ++i) {
+          rows[i] =
+              random.chance(0.05) ? 1 << 30 : random.between(-maxima.side(), picture.height + 2);
+          cols[i] =
+              random.chance(0.05) ? 1 << 30 : random.between(-maxima.side(), picture.width + 2);
+          wanted[i] = random.chance(0.8) ? -1 : 0;
+        }
+        expectEight(maxima, rows, cols, wanted);
+        if (HasFatalFailure()) return;
+      }
+      maxima = maxima.doubled();
+    }
+  }
+}
+
+#endif
 
 TEST(WindowMaxima, areNothingFarAway) {
   const WindowMaxima maxima(3, 3);

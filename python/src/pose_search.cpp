@@ -109,12 +109,19 @@ void bindGrid(py::module_& module) {
            py::arg("centre") = Pose2D(), py::arg("reach_x") = blank.reachX,
            py::arg("reach_y") = blank.reachY, py::arg("turn") = blank.turn,
            py::arg("step") = blank.step, py::arg("turn_step") = blank.turnStep)
-      .def_static("around", &PoseGrid::around, py::arg("map"), py::arg("step"),
-                  py::arg("turn_step"), R"(The grid over a whole map and all headings.
+      .def_static(
+          "around",
+          [](const OccupancyMap& map, float step, float turnStep) {
+            return PoseGrid::around(map, step, turnStep);
+          },
+          py::arg("map"), py::arg("step"), py::arg("turn_step"),
+          R"(The grid over a whole map, or its params, and all headings.
 
 >>> korrin.PoseGrid.around(korrin.OccupancyMap(10, 10, 1), 0.5, 0.1).poses()
 33327
 )")
+      .def_static("around", &PoseGrid::around, py::arg("map"), py::arg("step"),
+                  py::arg("turn_step"))
       .def("shifts_x", &PoseGrid::shiftsX, R"(How many steps there are to either side along x.
 
 >>> korrin.PoseGrid(reach_x=0.32, step=0.1).shifts_x()

@@ -126,6 +126,8 @@ MAKERS = {
         draw.choice(SMALL_INTS), draw.choice(FLOATS), draw.choice(FLOATS)
     ),
     "PlannerSettings": lambda draw: made(draw, korrin.PlannerSettings),
+    "PoseGrid": lambda draw: made(draw, korrin.PoseGrid),
+    "ScanDistMap": lambda draw: made(draw, korrin.ScanDistMap),
     "PathCostStats": lambda draw: korrin.PathCostStats(),
     "FreeCellCondition": condition,
     "GrayCellCondition": condition,

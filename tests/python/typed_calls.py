@@ -65,3 +65,10 @@ same: bool = back == twin and pose != korrin.Pose2D()
 hole = korrin.ScanHole()
 hole.begin_point = (1, 2)
 distance: float = hole.begin_point.x
+
+# Searches for poses.
+grid = korrin.PoseGrid((1, 2, 0), reach_x=0.5, reach_y=0.5, turn=0.2, step=0.25, turn_step=0.1)
+search = korrin.PoseSearch(map, 0.45, max_dist=0.5)
+answers = search.best([(1, 0), (0, 1)], grid, count=2, apart=0.5)
+best_score: float = answers[0].score
+everywhere = korrin.PoseGrid.around(map.params, 0.25, turn_step=0.5)
