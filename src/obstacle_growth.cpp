@@ -19,6 +19,7 @@ constexpr float kMostUnknown = 0.6f;
 // What a cell may have at a distance, all in cells.
 float limitAt(float distance, float radius, float fade, float threshold) {
   if (distance < radius) return kTooNear;
+  if (!(fade > 0.0f)) return 1.0f;  // -0 as well
   const float share = (distance - radius) / fade;
   return share < 1.0f ? threshold + (1.0f - threshold) * share : 1.0f;
 }

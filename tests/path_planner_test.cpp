@@ -89,6 +89,10 @@ TEST(PathPlanner, fadingMakesCellsDearerAndBlocksNone) {
   EXPECT_EQ(cells[5], 1.0f);
 }
 
+TEST(PathPlanner, aFadingOfNothingBelowZeroIsNone) {
+  EXPECT_EQ(grownRow("#....", withRadius(1.5f, -0.0f)), grownRow("#....", withRadius(1.5f)));
+}
+
 TEST(PathPlanner, distancesAreEuclideanBetweenCellCentres) {
   const OccupancyMap map = drawMap({"#.....", "......", "......", "......", "......", "......"});
   const PathPlanner five(map, withRadius(5.0f));

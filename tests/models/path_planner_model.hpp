@@ -166,6 +166,7 @@ class PathPlannerModel {
     const float fade = settings_.fadeDistance * perMetre;
     const auto distance = static_cast<float>(std::sqrt(static_cast<double>(square)));
     if (distance < radius) return -1.0f;
+    if (fade == 0.0f) return 1.0f;
     const float share = (distance - radius) / fade;
     if (!(share < 1.0f)) return 1.0f;
     return settings_.obstacleThreshold + (1.0f - settings_.obstacleThreshold) * share;
