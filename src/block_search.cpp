@@ -40,7 +40,7 @@ BlockSearch::BlockSearch(const SearchTables& tables, const std::vector<Point2D>&
       grid_(grid),
       separation_(separation),
       size_{sizeAlong(grid.shiftsX()), sizeAlong(grid.shiftsY()), sizeAlong(grid.turns())},
-      steps_(grid, tables.frame, tables.inv) {
+      steps_(grid, tables.frame, tables.inv, tables.pyramid.area()) {
   chooseBounds();
   chooseLevels();
   chooseHeadings();
@@ -55,7 +55,7 @@ void BlockSearch::chooseBounds() {
                       !std::isfinite(grid_.centre.y);
   // Matches make the score worse, where distances are negative and the cut-off, too.
   const bool isReversed = std::signbit(tables_.cutOff);
-  isBlind_ = isFlat || isReversed || tables_.inv == 0.0f;
+  isBlind_ = isFlat || isReversed;
   float sum = 0.0f;
   for (std::size_t i = 0; i < points_.size(); ++i) sum += most;
   highest_ = isFlat || isReversed ? 0.0f : scoreOfSum(sum);
@@ -348,8 +348,7 @@ bool BlockSearch::isWhollyTaken(const Cell& first, std::int32_t level) const {
     const Pose2D p = poseOf(answer);
     const Point2D farthest(std::max(std::fabs(low.x - p.x), std::fabs(high.x - p.x)),
                            std::max(std::fabs(low.y - p.y), std::fabs(high.y - p.y)));
-    return std::isfinite(farthest.x) && std::isfinite(farthest.y) &&
-           computeNorm(farthest) < separation_.metres &&
+    return computeNorm(farthest) < separation_.metres &&
            !(std::fabs(canonicalAngle(low.theta - p.theta)) >= separation_.radians);
   });
 }

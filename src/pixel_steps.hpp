@@ -1,7 +1,7 @@
 // Grids whose step is a power of two times a pixel: where a point falls as seen from one pose tells
 // where it falls from all others, but for what rounding does.
 //
-//   const PixelSteps steps(grid, frame, inv);
+//   const PixelSteps steps(grid, frame, inv, picture);
 //   if (steps.areWhole()) ... steps.add(x, y, points) ...
 //
 // Let v be the offset of a point in pixels, a half added, as scanScore computes it for the i-th
@@ -28,25 +28,27 @@ namespace Brin {
 
 class PixelSteps {
  public:
-  PixelSteps(const PoseGrid& grid, const PictureFrame& frame, float inv)
+  PixelSteps(const PoseGrid& grid, const PictureFrame& frame, float inv, const IndexArea& picture)
       : inv_(inv), pixels_(static_cast<double>(grid.step) * static_cast<double>(inv)) {
     shift_ =
         pixels_ > 0.75 && pixels_ < 128.0 ? static_cast<int>(std::lround(std::log2(pixels_))) : 0;
     const Pose2D& origin = frame.origin();
     x_ = axisOf(grid.centre.x, origin.x, grid.shiftsX(), grid.step);
     y_ = axisOf(grid.centre.y, origin.y, grid.shiftsY(), grid.step);
+    x_.setPicture(picture.left, picture.width, shift_);
+    y_.setPicture(picture.top, picture.height, shift_);
     areWhole_ = inv > 1e-6f && inv < 1e6f && !frame.isTurned() && isWhole(x_) && isWhole(y_);
   }
 
   bool areWhole() const { return areWhole_; }
   int shift() const { return shift_; }
 
-  // Appends where a turned point falls as seen from the grid's first pose, unless it is off any
+  // Appends where a turned point falls as seen from the grid's first pose, unless it is off the
   // picture from all poses; false if rounding leaves it open by more than a pixel.
   bool add(float x, float y, std::vector<PixelPoint>& points) const {
     const Span cols = spanOf(x_, static_cast<double>(x));
     const Span rows = spanOf(y_, static_cast<double>(y));
-    if (isFar(cols) || isFar(rows)) return true;
+    if (x_.isOff(cols) || y_.isOff(rows)) return true;
     if (cols.last - cols.first > 1.0 || rows.last - rows.first > 1.0) return false;
     points.push_back({static_cast<std::int32_t>(cols.first), static_cast<std::int32_t>(rows.first),
                       static_cast<std::int32_t>(cols.last - cols.first),
@@ -55,15 +57,23 @@ class PixelSteps {
   }
 
  private:
+  struct Span {  // of indices
+    double first;
+    double last;
+  };
   struct Axis {
     double first;  // place of the first pose in the picture, metres
     double size;   // A above
     double poses;
-    double drift;  // pixels, over the whole grid
-  };
-  struct Span {  // of indices
-    double first;
-    double last;
+    double drift;         // pixels, over the whole grid
+    double lowest = 0.0;  // indices from the first pose that are on the picture from some pose
+    double highest = 0.0;
+
+    void setPicture(std::int32_t begin, std::int32_t count, int shift) {
+      lowest = begin - std::ldexp(poses - 1.0, shift);
+      highest = static_cast<double>(begin) + count - 1.0;
+    }
+    bool isOff(const Span& span) const { return span.last < lowest || span.first > highest; }
   };
 
   Axis axisOf(float centre, float origin, std::int32_t shifts, float step) const {
@@ -78,21 +88,20 @@ class PixelSteps {
   // Whether it is worth it, and nothing here gets too large.
   bool isWhole(const Axis& axis) const {
     return axis.poses < 1 << 24 && axis.poses * pixels_ < 1 << 27 && std::fabs(axis.drift) < 0.25 &&
-           axis.size < 1e9;
+           errorOf(axis, 0.0) < 0.25;
   }
 
   Span spanOf(const Axis& axis, double point) const {
     const double inv = static_cast<double>(inv_);
-    const double error = std::ldexp(4.0 * (axis.size + std::fabs(point)) * inv + 1.0, -23);
+    const double error = errorOf(axis, point);
     const double offset = (axis.first + point) * inv + 0.5;
     return {std::floor(offset + std::min(axis.drift, 0.0) - error),
             std::floor(offset + std::max(axis.drift, 0.0) + error)};
   }
 
-  // Pictures end before 2^27 pixels from their centre, and whole grids span no more.
-  static bool isFar(const Span& span) {
-    constexpr double kFar = 1 << 28;
-    return span.last < -kFar || span.first > kFar;
+  double errorOf(const Axis& axis, double point) const {
+    const double inv = static_cast<double>(inv_);
+    return std::ldexp(4.0 * (axis.size + std::fabs(point)) * inv + 1.0, -23);
   }
 
   float inv_;

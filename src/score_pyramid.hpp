@@ -89,6 +89,14 @@ struct SixteenBlocks {
   std::int32_t row;
 };
 
+// The indices of the columns and rows that something is added in.
+struct IndexArea {
+  std::int32_t left;
+  std::int32_t top;
+  std::int32_t width;
+  std::int32_t height;
+};
+
 class ScorePyramid {
  public:
   static constexpr int kTop = 6;  // the table of the widest windows, if the picture is as wide
@@ -99,6 +107,7 @@ class ScorePyramid {
   // The most that a pixel adds; 0 where nothing does, and then there are no tables.
   float most() const { return most_; }
   const ScoreLevels& levels() const { return levels_; }
+  IndexArea area() const { return {left_, top_, width_, height_}; }
   int tables() const { return static_cast<int>(tables_.size()); }
 
   // The sum that scanScore makes at a heading and a place in the picture, the points in their
