@@ -1,5 +1,5 @@
-// Where a point falls from the first pose of a grid tells its pixel from every other pose: the index
-// that scanScore's own operations give there.
+// Where a point falls from the first pose of a grid tells its pixel from every other pose: the
+// index that scanScore's own operations give there.
 #include "src/pixel_steps.hpp"
 
 #include <gtest/gtest.h>
@@ -69,9 +69,8 @@ float coordinateAtBorder(RandomInputs& random, const Setting& s) {
   const auto isPast = [&](float x) { return (x + s.placeOf(i, 0).x) * s.inv + 0.5f >= border; };
   const float low = near - 1.0f;
   const float high = near + 1.0f;
-  const float x = korrin_test::hasBorder(low, high, isPast)
-                      ? korrin_test::firstPast(low, high, isPast)
-                      : near;
+  const float x =
+      korrin_test::hasBorder(low, high, isPast) ? korrin_test::firstPast(low, high, isPast) : near;
   return korrin_test::besideBorder(random, x);
 }
 
@@ -85,7 +84,8 @@ TEST(PixelSteps, tellThePixelFromEveryPose) {
     const PixelSteps steps(s.grid, s.frame, s.inv, kLarge);
     if (!steps.areWhole()) continue;
     ++whole;
-    const float x = random.chance(0.8) ? coordinateAtBorder(random, s) : random.between(-9.0f, 9.0f);
+    const float x =
+        random.chance(0.8) ? coordinateAtBorder(random, s) : random.between(-9.0f, 9.0f);
     const float y = random.between(-9.0f, 9.0f);
     std::vector<PixelPoint> points;
     ASSERT_TRUE(steps.add(x, y, points)) << n;
