@@ -85,10 +85,11 @@ class PixelSteps {
     return {place - reach, size, poses, (poses - 1.0) * (pixels_ - std::ldexp(1.0, shift_))};
   }
 
-  // Whether it is worth it, and nothing here gets too large.
+  // Whether it is worth it. Nothing gets too large then: so small an error means that the
+  // grid reaches less than 2^19 pixels each way, and so small a drift that no step is much less
+  // than one.
   bool isWhole(const Axis& axis) const {
-    return axis.poses < 1 << 24 && axis.poses * pixels_ < 1 << 27 && std::fabs(axis.drift) < 0.25 &&
-           errorOf(axis, 0.0) < 0.25;
+    return std::fabs(axis.drift) < 0.25 && errorOf(axis, 0.0) < 0.25;
   }
 
   Span spanOf(const Axis& axis, double point) const {

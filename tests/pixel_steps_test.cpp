@@ -125,6 +125,37 @@ TEST(PixelSteps, areWholeWhereTheyArePowersOfTwo) {
   EXPECT_FALSE(areWhole(0.05f));
 }
 
+// Their places in pixels would not fit where they are kept.
+TEST(PixelSteps, areNotWholeOnGridsThatReachTooFar) {
+  Setting s;
+  s.grid.step = 1.0f;
+  const auto areWhole = [&](float reachX, float reachY, float inv) {
+    s.grid.reachX = reachX;
+    s.grid.reachY = reachY;
+    return PixelSteps(s.grid, s.frame, inv, kLarge).areWhole();
+  };
+  EXPECT_TRUE(areWhole(500000.0f, 500000.0f, 1.0f));
+  EXPECT_FALSE(areWhole(530000.0f, 0.0f, 1.0f));
+  EXPECT_FALSE(areWhole(0.0f, 530000.0f, 1.0f));
+  EXPECT_FALSE(areWhole(1e9f, 0.0f, 1.0f));
+  EXPECT_TRUE(areWhole(8000.0f, 0.0f, 64.0f));
+  EXPECT_FALSE(areWhole(8400.0f, 0.0f, 64.0f));
+}
+
+// Pictures are that wide only where maps are.
+TEST(PixelSteps, tellWhichPointsAreOpenByMoreThanAPixel) {
+  Setting s;
+  s.grid.step = 1.0f;
+  const PixelSteps steps(s.grid, s.frame, 1.0f, {-16777216, -16777216, 33554432, 33554432});
+  ASSERT_TRUE(steps.areWhole());
+  std::vector<PixelPoint> points;
+  EXPECT_FALSE(steps.add(2097152.0f, 0.0f, points));
+  EXPECT_FALSE(steps.add(0.0f, -2097152.0f, points));
+  EXPECT_TRUE(points.empty());
+  EXPECT_TRUE(steps.add(500000.0f, -500000.0f, points));
+  EXPECT_EQ(points.size(), 1u);
+}
+
 // Points that no pose of the grid sees on the picture are left out, wild ones first of all.
 TEST(PixelSteps, leaveOutWhatIsOffThePicture) {
   Setting s;

@@ -350,6 +350,20 @@ TEST(PoseSearch, findsARobotOnAWholeMap) {
 }
 
 // Far more poses than anybody could count: those off the map cost next to nothing.
+// So far away rounding leaves a point's pixels open: it may be anywhere.
+TEST(PoseSearch, findsThePoseByPointsTwoMillionCellsAway) {
+  constexpr int kHit = 2097147;
+  OccupancyMap map = freeMap(kHit + 5, 2, 1.0f);
+  map.setCell(kHit, 1, 0.0f);
+  const PoseSearch search(map, 0.5f, 1.0f);
+  const PoseGrid grid = gridOf({}, 20.0f, 1.0f);
+  const auto column = static_cast<float>(kHit);
+  const auto found = search.best({{column - 3.0f, -1.0f}, {column - 3.0f, 60.0f}}, grid);
+  ASSERT_EQ(found.size(), 1u);
+  EXPECT_TRUE(sameBits(found[0].pose, {3.0f, 2.0f, 0.0f}));
+  EXPECT_EQ(found[0].score, 0.5f);
+}
+
 TEST(PoseSearch, endsSoonOnAHugeGrid) {
   const ThreeHits three;
   const PoseSearch search(three.map, 0.5f, 2.0f);
