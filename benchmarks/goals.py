@@ -8,6 +8,8 @@ A row of goals.json:
     goal          "at least 4" (other / ours) or "at most 1.3" (ours / other)
     per           optional: the counter to compare instead of the time of one run; where one
                   name serves two benchmarks of unlike amounts of work, the time for one unit
+    pair          instead of `other`, where `ours` takes both sides in turn: its counters of the
+                  library's and the other's milliseconds, and the one that is held to the goal
 
 All figures are medians over the repetitions of one process.
 """
@@ -73,13 +75,20 @@ def figure(record, counter):
     return record[counter] if counter else nanoseconds(record)
 
 
+def benchmarks_of(row):
+    return row["ours"], row.get("other", row["ours"])
+
+
 def measure(row, medians):
     """(ratio, whether the goal is met), or None when a benchmark did not run."""
-    if row["ours"] not in medians or row["other"] not in medians:
+    if not all(name in medians for name in benchmarks_of(row)):
         return None
+    sense, goal = re.fullmatch(r"(at least|at most) ([\d.]+)", row["goal"]).groups()
+    if "pair" in row:
+        ratio = medians[row["ours"]][row["pair"][2]]
+        return ratio, ratio >= float(goal) if sense == "at least" else ratio <= float(goal)
     ours = figure(medians[row["ours"]], row.get("per"))
     other = figure(medians[row["other"]], row.get("per"))
-    sense, goal = re.fullmatch(r"(at least|at most) ([\d.]+)", row["goal"]).groups()
     if sense == "at least":
         return other / ours, other / ours >= float(goal)
     return ours / other, ours / other <= float(goal)
@@ -92,6 +101,17 @@ def readable_time(time):
     return f"{time / 1e9:.3g} s"
 
 
+def both_figures(row, medians):
+    """The library's figure and the other's, as the table shows them."""
+    if "pair" in row:
+        return [readable_time(1e6 * medians[row["ours"]][counter]) for counter in row["pair"][:2]]
+    values = [figure(medians[name], row.get("per")) for name in benchmarks_of(row)]
+    if not row.get("per"):
+        return [readable_time(value) for value in values]
+    unit = row["per"].replace("_", " ")
+    return [f"{value:.3g} {unit}" for value in values]
+
+
 def table(rows, medians):
     lines = ["| work | input | library | compared with | goal | measured | met |",
              "|---|---|---|---|---|---|---|"]
@@ -99,10 +119,7 @@ def table(rows, medians):
         result = measure(row, medians)
         cells = [row["work"], row["input"], "-", "-", row["goal"], "not run", "-"]
         if result is not None:
-            unit = "" if not row.get("per") else " " + row["per"].replace("_", " ")
-            for place, name in ((2, row["ours"]), (3, row["other"])):
-                value = figure(medians[name], row.get("per"))
-                cells[place] = f"{value:.3g}{unit}" if unit else readable_time(value)
+            cells[2:4] = both_figures(row, medians)
             cells[5] = f"{result[0]:.2f}"
             cells[6] = "yes" if result[1] else "**no**"
         cells[3] += " (" + row.get("against", "literal model") + ")"
@@ -131,7 +148,7 @@ def main():
     rows = chosen_rows(arguments.only)
     if not rows:
         sys.exit("no row of benchmarks/goals.json matches")
-    names = {row[key] for row in rows for key in ("ours", "other")}
+    names = {name for row in rows for name in benchmarks_of(row)}
     if arguments.write:
         names |= growth_plot.names()
     medians, refused, context = run(arguments.program, names, arguments.repetitions, arguments.min_time)

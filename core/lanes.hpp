@@ -40,6 +40,16 @@ inline Ints all(std::int32_t value) { return Ints{value, value, value, value}; }
 inline float choose(bool first, float a, float b) { return first ? a : b; }
 inline Floats choose(Ints first, Floats a, Floats b) { return first ? a : b; }
 
+// `a` where it is below `b`, and `b` otherwise.
+inline float lesser(float a, float b) { return a < b ? a : b; }
+inline Floats lesser(Floats a, Floats b) {
+#ifdef __SSE__
+  return _mm_min_ps(a, b);
+#else
+  return choose(a < b, a, b);
+#endif
+}
+
 // `value` limited to [low, high]; not-a-number stays what it is.
 inline float limit(float value, float low, float high) {
   const float notBelow = low > value ? low : value;

@@ -58,6 +58,8 @@ class CostGrid {
   std::int32_t cellAt(std::int32_t x, std::int32_t y) const {
     return static_cast<std::int32_t>((std::int64_t{y} + reach_) * stride_ + x + reach_);
   }
+  // The column of a cell in row `y`.
+  std::int32_t columnOf(std::int32_t cell, std::int32_t y) const { return cell - cellAt(0, y); }
   std::int32_t offsetOf(std::int32_t dx, std::int32_t dy) const {
     return static_cast<std::int32_t>(dy * stride_ + dx);
   }
@@ -68,8 +70,11 @@ class CostGrid {
     for (std::int32_t y = area.top; y < area.bottom; ++y) {
       const float* const row = imageRow<float>(image, y) + area.left;
       float* const costs = costs_.get() + cellAt(area.left, y);
-      std::transform(row, row + area.width(), costs,
-                     [=](float p) { return threshold > p ? kBlocked : 1.0f + 2.0f * (1.0f - p); });
+      std::int32_t x = 0;
+      for (; x + kLanes <= area.width(); x += kLanes) {
+        store(costs + x, costOf(load<Floats>(row + x), threshold));
+      }
+      for (; x < area.width(); ++x) costs[x] = costOf(row[x], threshold);
     }
   }
 

@@ -32,6 +32,8 @@ namespace Brin {
 template <typename Number>
 class NearObstacles {
  public:
+  typedef Number Group __attribute__((vector_size(16)));
+
   // How far can be looked, in cells: the sum of the square of one more than that and of kFar must
   // be a Number.
   static constexpr std::int32_t kMostReach = sizeof(Number) == 2 ? 126 : 30000;
@@ -78,9 +80,12 @@ class NearObstacles {
 
   static constexpr std::int32_t kGroup = 16 / sizeof(Number);
 
- private:
-  typedef Number Group __attribute__((vector_size(16)));
+  // Whether any of kGroup numbers is below another.
+  static bool isAnyBelow(const Number* numbers, Number other) {
+    return anyOf(load<Group>(numbers) < allOf(other));
+  }
 
+ private:
   static Group allOf(Number value) { return Group{} + value; }
   static Group least(Group a, Group b) {
 #ifdef __SSE2__
@@ -222,16 +227,20 @@ class NearObstacles {
     return nearBefore_[std::min(last + 1, nearBefore_.size() - 1)] > nearBefore_[first];
   }
 
+  // Two columns on each side at a time; the last ones may lie just beyond the reach.
   Group leastAround(const Number* at) const {
-    auto least_ = load<Group>(at);
+    auto nearest = load<Group>(at);
     std::int32_t square = 1;
-    for (std::int32_t dx = 1; dx <= reach_; ++dx) {
-      const Group limit = allOf(static_cast<Number>(square));
-      if (!anyOf(least_ > limit)) break;
-      least_ = least(least_, least(load<Group>(at - dx), load<Group>(at + dx)) + limit);
-      square += 2 * dx + 1;
+    for (std::int32_t dx = 1; dx <= reach_; dx += 2) {
+      const Group first = allOf(static_cast<Number>(square));
+      if (!anyOf(nearest > first)) break;
+      const Group second = first + static_cast<Number>(2 * dx + 1);
+      const Group atFirst = least(load<Group>(at - dx), load<Group>(at + dx)) + first;
+      const Group atSecond = least(load<Group>(at - dx - 1), load<Group>(at + dx + 1)) + second;
+      nearest = least(nearest, least(atFirst, atSecond));
+      square += 4 * dx + 4;
     }
-    return least_;
+    return nearest;
   }
 
   const IplImage& map_;

@@ -33,15 +33,21 @@ std::int32_t reachOf(float radius, float fade) {
   return static_cast<std::int32_t>(cells);
 }
 
-// Both lanes and single floats.
-template <typename T>
+bool isAll(bool mask) { return mask; }
+bool isAll(Ints mask) { return !anyLane(~mask); }
+
+// For lanes and for single floats.
 struct CellRules {
   float threshold;
   bool unknownIsFree;
 
+  template <typename T>
   T operator()(T cell, T limit) const {
-    const T capped = choose(limit < cell, limit, cell);
+    const T capped = lesser(limit, cell);
+    // Neighbours are mostly alike: neither obstacles nor unknown, or all unknown.
+    if (isAll((cell > kMostUnknown) & (cell >= threshold))) return capped;
     const auto isUnknown = (cell >= kLeastUnknown) & (cell <= kMostUnknown) & (capped >= threshold);
+    if (isAll(isUnknown)) return unknownIsFree ? capped : T{} + kUnknownCell;
     const T free = unknownIsFree ? capped : choose(isUnknown, T{} + kUnknownCell, capped);
     const T obstacle = choose(cell > 0.0f, cell, T{});
     const T known = choose(cell < threshold, obstacle, free);
@@ -105,34 +111,36 @@ void ObstacleGrowth::growWith(const IplImage& map, CellArea area, IplImage& fine
 template <typename Number>
 void ObstacleGrowth::growRow(const float* cells, const Number* squares, float* out,
                              std::int32_t count) const {
+  using Near = NearObstacles<Number>;
   const auto last = static_cast<std::int32_t>(limits_.size()) - 1;
   const auto limitOf = [&](Number square) {
     return limits_[static_cast<std::size_t>(std::min<std::int32_t>(square, last))];
   };
-  const CellRules<Floats> rules{threshold_, unknownIsFree_};
+  const CellRules rules{threshold_, unknownIsFree_};
   std::int32_t x = 0;
-  for (; x + kLanes <= count; x += kLanes) {
-    const Number* const s = squares + x;
-    Floats limit = Floats{} + 1.0f;
-    // Neighbours are mostly near alike, and most are far from all.
-    if (std::min(std::min(s[0], s[1]), std::min(s[2], s[3])) < last) {
-      limit = Floats{limitOf(s[0]), limitOf(s[1]), limitOf(s[2]), limitOf(s[3])};
+  for (; x + Near::kGroup <= count; x += Near::kGroup) {
+    // Neighbours are mostly alike, and most are far from all.
+    if (!Near::isAnyBelow(squares + x, static_cast<Number>(last))) {
+      passRow(cells + x, out + x, Near::kGroup);
+      continue;
     }
-    store(out + x, rules(load<Floats>(cells + x), limit));
+    for (std::int32_t i = x; i < x + Near::kGroup; i += kLanes) {
+      const Number* const s = squares + i;
+      const Floats limit{limitOf(s[0]), limitOf(s[1]), limitOf(s[2]), limitOf(s[3])};
+      store(out + i, rules(load<Floats>(cells + i), limit));
+    }
   }
-  const CellRules<float> rule{threshold_, unknownIsFree_};
-  for (; x < count; ++x) out[x] = rule(cells[x], limitOf(squares[x]));
+  for (; x < count; ++x) out[x] = rules(cells[x], limitOf(squares[x]));
 }
 
 // Where no obstacle is in reach.
 void ObstacleGrowth::passRow(const float* cells, float* out, std::int32_t count) const {
-  const CellRules<Floats> rules{threshold_, unknownIsFree_};
+  const CellRules rules{threshold_, unknownIsFree_};
   std::int32_t x = 0;
   for (; x + kLanes <= count; x += kLanes) {
     store(out + x, rules(load<Floats>(cells + x), Floats{} + 1.0f));
   }
-  const CellRules<float> rule{threshold_, unknownIsFree_};
-  for (; x < count; ++x) out[x] = rule(cells[x], 1.0f);
+  for (; x < count; ++x) out[x] = rules(cells[x], 1.0f);
 }
 
 }  // namespace Brin

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <numeric>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -81,13 +80,19 @@ float lengthOf(const std::vector<Point2Di>& cells, float resolution) {
   return static_cast<float>(length);
 }
 
-}  // namespace
-
 // An end of a request, by its cell.
 struct PlanEnd {
   Pose2Di cell;
   bool isNumber;  // the pose was, and the heading is
 };
+
+// For cells of a map.
+double cellsBetween(const PlanEnd& a, const PlanEnd& b) {
+  return std::hypot(static_cast<double>(a.cell.x) - b.cell.x,
+                    static_cast<double>(a.cell.y) - b.cell.y);
+}
+
+}  // namespace
 
 class PlannerState {
  public:
@@ -148,6 +153,8 @@ class PlannerState {
            !(grid.costs()[grid.cellAt(end.cell.x, end.cell.y)] < CostGrid::kBlocked);
   }
 
+  std::vector<std::size_t> freeGoals(const PlanEnd& start, const std::vector<PlanEnd>& goals) const;
+  bool isClearlyDearer(const PlanEnd& start, const PlanEnd& goal, float cost) const;
   BlockedEnd tell(const PlanEnd& end) const;
   void search(const Pose2Di& start, const Pose2Di& goal, Plan& plan) const;
   void fillIn(const PlanSearchBase& search, float heading, Plan& plan) const;
@@ -215,21 +222,43 @@ Plan PlannerState::planToNearest(const PlanEnd& start, const std::vector<PlanEnd
     best.blocked = tell(start);
     return best;
   }
-  bool areAllBlocked = !goals.empty();
-  for (std::size_t i = 0; i < goals.size(); ++i) {
-    if (isBlocked(goals[i])) continue;
-    areAllBlocked = false;
+  const std::vector<std::size_t> inReach = freeGoals(start, goals);
+  for (const std::size_t i : inReach) {
+    if (best.outcome == PlanOutcome::Found && isClearlyDearer(start, goals[i], best.cost)) break;
     Plan next = plan(start, goals[i]);
     if (next.outcome != PlanOutcome::Found) continue;
-    if (best.outcome == PlanOutcome::Found && !(next.cost < best.cost)) continue;
-    best = std::move(next);
-    best.goal = static_cast<std::int32_t>(i);
+    next.goal = static_cast<std::int32_t>(i);
+    const bool isBetter = best.outcome != PlanOutcome::Found || next.cost < best.cost ||
+                          (next.cost == best.cost && next.goal < best.goal);
+    if (isBetter) best = std::move(next);
   }
-  if (areAllBlocked) {
+  if (inReach.empty() && !goals.empty()) {
     best.outcome = PlanOutcome::GoalBlocked;
     best.blocked = tell(goals.front());
   }
   return best;
+}
+
+// The places of those that are free, by their distance from the start.
+std::vector<std::size_t> PlannerState::freeGoals(const PlanEnd& start,
+                                                 const std::vector<PlanEnd>& goals) const {
+  std::vector<std::size_t> places;
+  for (std::size_t i = 0; i < goals.size(); ++i) {
+    if (!isBlocked(goals[i])) places.push_back(i);
+  }
+  std::sort(places.begin(), places.end(), [&](std::size_t a, std::size_t b) {
+    return cellsBetween(start, goals[a]) < cellsBetween(start, goals[b]);
+  });
+  return places;
+}
+
+// No cell costs less than its length, and no path is shorter than a straight line; but in the
+// neighbourhood Double one may end beside its goal. Costs are sums of floats: those of up to
+// a million steps are less than a tenth off, and with more nothing is said.
+bool PlannerState::isClearlyDearer(const PlanEnd& start, const PlanEnd& goal, float cost) const {
+  const double cells = cellsBetween(start, goal);
+  const double resolution = planned_.searched().params.resolution;
+  return cells < 1e6 && 0.9 * (cells - 1.0) * resolution > static_cast<double>(cost);
 }
 
 PathPlanner::PathPlanner(const OccupancyMap& map, const PlannerSettings& settings)

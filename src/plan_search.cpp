@@ -36,7 +36,7 @@ std::vector<Point2Di> PlanSearchBase::path() const {
   for (std::int32_t i = found_; i >= 0; i = nodes[i].parent) ++count;
   std::vector<Point2Di> cells(count);
   for (std::int32_t i = found_; i >= 0; i = nodes[i].parent) {
-    cells[--count] = {nodes[i].x, nodes[i].y};
+    cells[--count] = {grid_.columnOf(nodes[i].cell, nodes[i].y), nodes[i].y};
   }
   return cells;
 }
@@ -80,8 +80,8 @@ struct PlanSearch<Table>::Field {
       : lanes(request, grid),
         stepCosts(grid.costs()),
         marks(room.marks.get()),
-        cellNodes(room.cellNodes.get()),
         row(grid.offsetOf(0, 1)),
+        firstCell(grid.cellAt(0, 0)),
         goalX(request.goal.x),
         goalY(request.goal.y),
         resolution(request.resolution),
@@ -100,7 +100,8 @@ struct PlanSearch<Table>::Field {
     const auto dx = static_cast<float>(goalX - x);
     const auto dy = static_cast<float>(goalY - y);
     const float square = dx * dx + dy * dy;
-    if (square < 1 << 24) return std::sqrt(square) * resolution;
+    // As lanes, whose root is one instruction: that of a float looks at its sign as well.
+    if (square < 1 << 24) return squareRoot(Floats{square})[0] * resolution;
     return normOf(goalX - x, goalY - y) * resolution;
   }
 
@@ -115,9 +116,9 @@ struct PlanSearch<Table>::Field {
 
   Lanes lanes;
   const float* stepCosts;
-  std::int32_t* marks;
-  std::int32_t* cellNodes;
+  PlanMark* marks;
   std::ptrdiff_t row;
+  std::int32_t firstCell;
   std::int32_t goalX;
   std::int32_t goalY;
   float resolution;
@@ -128,20 +129,30 @@ struct PlanSearch<Table>::Field {
 // Which steps from a node are news.
 template <typename Table>
 struct PlanSearch<Table>::Survey {
+  // The bits of four groups are told at once.
+  static constexpr std::size_t kWholeBits = (kGroups + 3) / 4 * 4;
+
   // Field by field: a node that was just written that way is not there yet to be read as a whole.
   [[gnu::always_inline]] void look(std::int32_t index, const PlanNode& node, const Field& field) {
     of = index;
-    x = node.x;
     y = node.y;
     cell = node.cell;
+    x = cell - field.firstCell - y * static_cast<std::int32_t>(field.row);
     const float nodeG = node.g;
-    news = 0;
+    Ints isNews[kWholeBits] = {};
     for (std::size_t i = 0; i < kGroups; ++i) {
       const std::ptrdiff_t at = std::ptrdiff_t{cell} + field.lanes.offsets[i];
       const Floats g = nodeG + field.lanes.lengths[i] * load<Floats>(field.stepCosts + at);
-      const Ints mark = all(kMarkOfFree) - reinterpret_cast<Ints>(g);
+      const auto low = load<Ints>(field.marks + at);
+      const auto high = load<Ints>(field.marks + at + 2);
+      const Ints known = __builtin_shufflevector(low, high, 0, 2, 4, 6);
       store(costs + i * kLanes, g);
-      news |= std::uint64_t{laneBits(mark > load<Ints>(field.marks + at))} << (i * kLanes);
+      isNews[i] = all(kMarkOfFree) - reinterpret_cast<Ints>(g) > known;
+    }
+    news = 0;
+    for (std::size_t i = 0; i < kWholeBits; i += kLanes) {
+      news |= std::uint64_t{laneBits(isNews[i], isNews[i + 1], isNews[i + 2], isNews[i + 3])}
+              << (i * kLanes);
     }
   }
 
@@ -171,7 +182,7 @@ struct PlanSearch<Table>::Changes {
   // Takes the steps that are news. Returns how many nodes there are then.
   [[gnu::always_inline]] std::int32_t expand(const Survey& survey, const Field& field,
                                              PlanNode* nodes, std::int32_t size) {
-    field.marks[survey.cell] = kClosedMark;
+    field.marks[survey.cell].height = kClosedMark;
     for (std::uint64_t news = survey.news; news != 0; news &= news - 1) {
       const auto lane = static_cast<std::size_t>(__builtin_ctzll(news));
       const typename Lanes::Step& step = field.lanes.steps[lane];
@@ -181,17 +192,12 @@ struct PlanSearch<Table>::Changes {
       const std::ptrdiff_t cell = std::ptrdiff_t{survey.cell} + step.offset;
       // Nobody could foresee which of the two it is, so both go the same way: a node that is there
       // gets what it has, but for cost and parent.
-      const std::int32_t known = field.marks[cell] == 0 ? 0 : -1;
-      const std::int32_t index = size + (known & (field.cellNodes[cell] - size));
+      PlanMark& mark = field.marks[cell];
+      const std::int32_t known = mark.height == 0 ? 0 : -1;
+      const std::int32_t index = size + (known & (mark.node - size));
       size += 1 + known;
-      PlanNode& node = nodes[index];
-      node.cell = static_cast<std::int32_t>(cell);
-      node.parent = survey.of;
-      node.x = x;
-      node.y = y;
-      node.g = g;
-      field.cellNodes[cell] = index;
-      field.marks[cell] = markOf(g);
+      nodes[index] = {static_cast<std::int32_t>(cell), survey.of, y, g};
+      mark = {markOf(g), index};
       field.prefetchAround(cell);
       *end++ = {index ^ known, field.gWeight * g + field.hWeight * field.distanceToGoal(x, y)};
     }
@@ -218,12 +224,13 @@ void PlanSearch<Table>::begin() {
   const Pose2Di& start = request_.start;
   room_.nodes.makeRoom(1);
   room_.nodes.resize(1);
-  room_.nodes.data()[0] = {grid_.cellAt(start.x, start.y), -1, start.x, start.y, 0.0f};
+  room_.nodes.data()[0] = {grid_.cellAt(start.x, start.y), -1, start.y, 0.0f};
   room_.open.file(0, 0.0f);
 }
 
 template <typename Table>
 bool PlanSearch<Table>::run() {
+  static_assert(kLaneCount <= PlanRoom::kMostSteps, "an expansion makes fewer nodes");
   begin();
   const Field field(request_, grid_, room_);
   PlanNodes& nodes = room_.nodes;

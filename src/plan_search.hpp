@@ -18,6 +18,7 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -35,18 +36,24 @@
 namespace Brin {
 
 // A cell as a search knows it.
-struct alignas(32) PlanNode {
+struct alignas(16) PlanNode {
   std::int32_t cell;    // of the grid
   std::int32_t parent;  // the node it was reached from; -1: the start
-  std::int32_t x;
-  std::int32_t y;
-  float g;  // cost from the start
+  std::int32_t y;       // its row; which column it is follows
+  float g;              // cost from the start
+};
+
+// What is known of a cell of the grid, side by side, since both are looked at in turn.
+struct PlanMark {
+  std::int32_t height;  // how high its mark is
+  std::int32_t node;    // where that is not 0
 };
 
 // Nodes one after the other.
 class PlanNodes {
  public:
-  PlanNodes() = default;
+  // For searches that make so many nodes at most.
+  explicit PlanNodes(std::int64_t most) : most_(most) {}
   ~PlanNodes() {
     if (room_ > 0) munmap(nodes_, bytesOf(room_));
   }
@@ -68,10 +75,11 @@ class PlanNodes {
     return static_cast<std::size_t>(count) * sizeof(PlanNode);
   }
 
-  // Pages are moved, not copied. Huge ones make fewer page faults.
+  // Pages are moved, not copied. The first one is a huge one already, unless that is too much: a
+  // search would come to hundreds of small ones.
   void grow() {
-    constexpr std::int64_t kFirst = 1 << 13;
-    const std::int64_t next = room_ == 0 ? kFirst : 4 * std::int64_t{room_};
+    constexpr std::int64_t kFirst = kHugePage / sizeof(PlanNode);
+    const std::int64_t next = room_ == 0 ? std::min(kFirst, most_) : 4 * std::int64_t{room_};
     const std::size_t bytes = bytesOf(next);
     if (next > std::numeric_limits<std::int32_t>::max() ||
         static_cast<std::int64_t>(bytes / sizeof(PlanNode)) != next) {
@@ -86,6 +94,7 @@ class PlanNodes {
     room_ = static_cast<std::int32_t>(next);
   }
 
+  std::int64_t most_;
   PlanNode* nodes_ = nullptr;
   std::int32_t size_ = 0;
   std::int32_t room_ = 0;
@@ -95,18 +104,19 @@ class PlanNodes {
 class PlanRoom {
  public:
   explicit PlanRoom(const CostGrid& grid)
-      : marks(makeZeroedArray<std::int32_t>(grid.size())),
-        cellNodes(makeZeroedArray<std::int32_t>(grid.size())) {}
+      : marks(makeZeroedArray<PlanMark>(grid.size())), nodes(grid.size() + kMostSteps) {}
 
   void reset() {
     const PlanNode* const all = nodes.data();
-    for (std::int32_t i = 0; i < nodes.size(); ++i) marks.get()[all[i].cell] = 0;
+    for (std::int32_t i = 0; i < nodes.size(); ++i) marks.get()[all[i].cell].height = 0;
     nodes.resize(0);
     open.clear();
   }
 
-  ZeroedArray<std::int32_t> marks;      // by cell of the grid
-  ZeroedArray<std::int32_t> cellNodes;  // by cell of the grid: its node, where the mark is not 0
+  // Room for one expansion is made whatever it brings.
+  static constexpr std::int64_t kMostSteps = 64;
+
+  ZeroedArray<PlanMark> marks;  // by cell of the grid
   PlanNodes nodes;
   OpenList open;
 };

@@ -385,6 +385,24 @@ TEST(PathPlanner, theCheapestOfSeveralGoalsIsPlannedTo) {
   EXPECT_TRUE(samePlan(planner.planToNearest(start, goals), expected));
 }
 
+TEST(PathPlanner, ofEquallyCheapGoalsTheFirstIsPlannedTo) {
+  const OccupancyMap map = drawMap({".....", ".....", "....."});
+  const PathPlanner planner(map);
+  const Pose2Di left(0, 1, 0.0f), right(4, 1, 0.0f);
+  EXPECT_EQ(planner.planToNearest(Pose2Di(2, 1, 0.0f), {right, left}).path.back().x, 4.0f);
+  EXPECT_EQ(planner.planToNearest(Pose2Di(2, 1, 0.0f), {left, right}).path.back().x, 0.0f);
+  EXPECT_EQ(planner.planToNearest(Pose2Di(2, 1, 0.0f), {left, right, left}).goal, 0);
+}
+
+// Seven cells through doubt cost as much as fourteen: a farther goal is cheaper.
+TEST(PathPlanner, theCheapestGoalNeedNotBeTheNearest) {
+  const OccupancyMap map = drawMap({"7777777............"});
+  const PathPlanner planner(map);
+  const Plan plan = planner.planToNearest(Pose2Di(7, 0, 0.0f), {{0, 0, 0.0f}, {16, 0, 0.0f}});
+  EXPECT_EQ(plan.goal, 1);
+  EXPECT_EQ(plan.cost, 9.0f);
+}
+
 TEST(PathPlanner, withoutAWayToAnyGoalTheOutcomeTellsWhatIsWrongWithAll) {
   const OccupancyMap map = drawMap({".#.", ".#.", ".#?"});
   const PathPlanner planner(map);

@@ -47,10 +47,11 @@
 // looks at the map. The planner is const to those who plan: const functions may run on any number
 // of threads, and a refresh may not run beside them.
 //
-// Memory: 8 bytes a cell, and 4 bytes a cell more where the searched map is another than fineMap(),
-// 12 at most; and a border as wide as one step. Searches share no memory: each of those that run at
-// the same time needs, as long as the planner lives, 8 bytes for each cell on the pages that it
-// comes to and 40 for each cell that it comes to. Preparing takes 1 to 3 ns a cell for usual radii.
+// Memory: 8 bytes a cell, and 12 where the searched map is another than fineMap(), besides a border
+// as wide as one step. Searches share no memory. Each of those that run at the same time needs 8
+// bytes for each cell on the pages that it comes to (huge ones, where the system has them) and
+// about 30 for each cell that it comes to; the planner keeps them for later ones. Preparing takes 2
+// to 4 ns a cell for usual radii.
 #pragma once
 
 #include <cstdint>
