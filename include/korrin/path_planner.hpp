@@ -173,7 +173,9 @@ class KORRIN_EXPORT PathPlanner {
   // telling which; of equally cheap ones the first. Goals that are blocked or out of reach do not
   // matter unless all are: without a way to any the outcome is StartBlocked; or GoalBlocked, about
   // the first goal, when there are goals and all are blocked; or NoPath. `iterations` are those of
-  // the plan that is given, 0 without one. Takes the time of planning to each goal in turn.
+  // the plan that is given, 0 without one. Takes the time of planning to each goal in turn,
+  // but for those that are clearly farther away in a straight line than the cheapest one by its
+  // path.
   Plan planToNearest(const Pose2D& start, const std::vector<Pose2D>& goals) const;
   Plan planToNearest(const Pose2Di& start, const std::vector<Pose2Di>& goals) const;
 
