@@ -97,13 +97,14 @@ TEST_F(Threads, MayReadOneObject) {
   cvReleaseImage(&reference.laserImage);
 }
 
-// A map that takes long enough to plan on for threads to meet.
+// Walls with a gap at either end in turn: planning takes long enough for threads to meet.
 Brin::OccupancyMap mazeMap() {
   Brin::OccupancyMap map(90, 70, 0.1f, false);
   map.reset(0.9f);
   for (int x = 8; x < 80; x += 8) {
     for (int y = 0; y < 70; ++y) {
-      if ((x / 8 % 2 == 0) == (y < 60) && (y < 60 || y >= 10)) map.setCell(x, y, 0.0f);
+      const bool isWall = x / 8 % 2 == 0 ? y < 60 : y >= 10;
+      if (isWall) map.setCell(x, y, 0.0f);
     }
   }
   return map;

@@ -1,5 +1,6 @@
 #include "tools/commands/arguments.hpp"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
 #include <cmath>

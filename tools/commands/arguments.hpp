@@ -9,6 +9,8 @@
 
 namespace korrin_tool {
 
+constexpr double kDegrees = 3.14159265358979323846 / 180.0;  // one degree, in radians
+
 // "X,Y" or "X,Y,THETA" (metres, metres, radians; theta 0 when left out). Anything else, numbers
 // that are not finite included, is a UsageError that names `option`.
 Brin::Pose2D parsePose(const std::string& text, const std::string& option);

@@ -1,4 +1,5 @@
 // korrin build: a map from a laser log.
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <memory>

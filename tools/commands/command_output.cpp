@@ -1,5 +1,6 @@
 #include "tools/commands/command_output.hpp"
 
+#include <CLI/CLI.hpp>
 #include <charconv>
 #include <cmath>
 #include <iostream>

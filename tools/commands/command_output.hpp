@@ -9,7 +9,6 @@
 //   output.deliver();
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -18,6 +17,10 @@
 #include "korrin/core/occupancy_map.hpp"
 #include "tools/format.hpp"
 #include "tools/pictures/canvas.hpp"
+
+namespace CLI {
+class App;
+}
 
 namespace korrin_tool {
 

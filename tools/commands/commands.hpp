@@ -3,7 +3,9 @@
 // NegativeAnswer when it cannot be done.
 #pragma once
 
-#include <CLI/CLI.hpp>
+namespace CLI {
+class App;
+}
 
 namespace korrin_tool {
 

@@ -1,4 +1,5 @@
 // korrin demo: everything once, on a floor plan of the program's own.
+#include <CLI/CLI.hpp>
 #include <filesystem>
 #include <iostream>
 #include <memory>

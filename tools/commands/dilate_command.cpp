@@ -1,4 +1,5 @@
 // korrin dilate: a map with its obstacles grown.
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <map>
 #include <memory>

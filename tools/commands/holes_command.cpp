@@ -1,4 +1,5 @@
 // korrin holes: the openings of one scan of a laser log.
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cmath>
 #include <memory>

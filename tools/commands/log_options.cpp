@@ -1,5 +1,6 @@
 #include "tools/commands/log_options.hpp"
 
+#include <CLI/CLI.hpp>
 #include <charconv>
 
 #include "tools/commands/arguments.hpp"

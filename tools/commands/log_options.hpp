@@ -1,13 +1,16 @@
 // What all commands on a laser log share: which log, and what of it.
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <cstddef>
 #include <optional>
 #include <string>
 
 #include "korrin/io/laser_log.hpp"
 #include "tools/commands/command_output.hpp"
+
+namespace CLI {
+class App;
+}
 
 namespace korrin_tool {
 

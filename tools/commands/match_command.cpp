@@ -1,4 +1,5 @@
 // korrin match: where one scan of a laser log was taken, seen from another.
+#include <CLI/CLI.hpp>
 #include <cmath>
 #include <memory>
 #include <opencv2/core.hpp>

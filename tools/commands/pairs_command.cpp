@@ -1,4 +1,5 @@
 // korrin pairs: how far matches of a laser log's scans bear out its poses.
+#include <CLI/CLI.hpp>
 #include <cmath>
 #include <memory>
 #include <optional>

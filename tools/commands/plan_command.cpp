@@ -1,4 +1,5 @@
 // korrin plan: a path on a map file.
+#include <CLI/CLI.hpp>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>

@@ -1,4 +1,5 @@
 // korrin query: the nearest free or unknown cell, or the side that obstacles are on.
+#include <CLI/CLI.hpp>
 #include <cmath>
 #include <memory>
 

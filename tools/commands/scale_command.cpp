@@ -1,4 +1,5 @@
 // korrin scale: a map with its probabilities scaled about the unknown value.
+#include <CLI/CLI.hpp>
 #include <memory>
 
 #include "korrin/io/map_file.hpp"

@@ -1,4 +1,5 @@
 // korrin scroll: a map moved under its robot.
+#include <CLI/CLI.hpp>
 #include <charconv>
 #include <memory>
 

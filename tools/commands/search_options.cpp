@@ -1,5 +1,7 @@
 #include "tools/commands/search_options.hpp"
 
+#include <CLI/CLI.hpp>
+
 #include "tools/commands/arguments.hpp"
 #include "tools/format.hpp"
 #include "tools/usage_error.hpp"
@@ -7,7 +9,6 @@
 namespace korrin_tool {
 namespace {
 
-constexpr double kDegrees = 3.14159265358979323846 / 180.0;
 constexpr double kMostLookUps = 2e10;  // a minute or two
 
 }  // namespace

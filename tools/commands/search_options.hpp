@@ -1,9 +1,11 @@
 // The options of the commands that place one scan by another.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include "tools/pose_search.hpp"
+
+namespace CLI {
+class App;
+}
 
 namespace korrin_tool {
 

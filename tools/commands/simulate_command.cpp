@@ -1,4 +1,5 @@
 // korrin simulate: the scan that a scanner would see in a map.
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
 
@@ -15,8 +16,6 @@
 
 namespace korrin_tool {
 namespace {
-
-constexpr double kDegrees = 3.14159265358979323846 / 180.0;
 
 struct SimulateOptions {
   std::string map;

@@ -1,4 +1,5 @@
 // korrin stats: what a path costs on a map.
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
 #include <optional>
