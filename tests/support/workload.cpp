@@ -532,7 +532,7 @@ void searchPoses(const World& world, Words& words) {
   for (std::size_t i = 0; i < 3; ++i) {
     Brin::PoseGrid grid;
     grid.centre = world.poses[i];
-    grid.reachX = 2.0f;
+    grid.reachX = 0.7f;
     grid.step = world.map.params.resolution;
     grid.turn = grid.turnStep = 0.25f;
     addFound(onMap.best(world.points, grid, 3, 0.5f), words);
