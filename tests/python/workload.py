@@ -427,7 +427,7 @@ def search_poses(world, words):
     for i in range(3):
         grid = korrin.PoseGrid()
         grid.centre = world.poses[i]
-        grid.reach_x = 2
+        grid.reach_x = 0.7
         grid.step = world.map.params.resolution
         grid.turn = grid.turn_step = 0.25
         add_found(on_map.best(world.points, grid, 3, 0.5), words)
