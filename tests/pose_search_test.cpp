@@ -444,4 +444,40 @@ TEST(PoseSearch, ofNoPictureIsOpenCVsError) {
   map.image = image;
 }
 
+// The earliest pose of the grid with the highest score, by trying all.
+ScoredPose bestOfAll(const PoseSearch& search, const std::vector<Point2D>& points,
+                     const PoseGrid& grid) {
+  ScoredPose best{{}, -1.0f};
+  for (int k = -grid.turns(); k <= grid.turns(); ++k) {
+    for (int j = -grid.shiftsY(); j <= grid.shiftsY(); ++j) {
+      for (int i = -grid.shiftsX(); i <= grid.shiftsX(); ++i) {
+        const float score = search.score(points, grid.pose(i, j, k));
+        if (score > best.score) best = {grid.pose(i, j, k), score};
+      }
+    }
+  }
+  return best;
+}
+
+// Turned points of 700,000 have room for two headings at once; the best is among the last of seven.
+TEST(PoseSearch, goesThroughHeadingsInTurnsWherePointsAreMany) {
+  const ThreeHits place;
+  PoseGrid grid = gridOf({1.0f, 1.0f, 0.0f}, 1.0f, 1.0f);
+  grid.turnStep = 0.2f;
+  grid.turn = 0.6f;
+  const Pose2D turnedBack(0.0f, 0.0f, -grid.pose(0, 0, 3).theta);
+  std::vector<Point2D> points;
+  for (std::size_t i = 0; i < 700000; ++i) {
+    const Point2D& hit = place.points[i % 3];
+    points.push_back(turnedBack.absProject({hit.x, hit.y, 0.0f}));
+  }
+  const PoseSearch search(place.map, 0.5f, 1.5f);
+  const std::vector<ScoredPose> found = search.best(points, grid, 1);
+  const ScoredPose expected = bestOfAll(search, points, grid);
+  ASSERT_EQ(found.size(), 1u);
+  EXPECT_TRUE(sameBits(found[0].pose, expected.pose));
+  EXPECT_TRUE(sameBits(found[0].score, expected.score));
+  EXPECT_EQ(expected.pose.theta, grid.pose(0, 0, 3).theta);
+}
+
 }  // namespace
