@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <rapidcheck/gtest.h>
 
+#include <cmath>
 #include <vector>
 
 #include "korrin/path_planner.hpp"
@@ -140,6 +141,26 @@ TEST(PathPlannerLaw, tallMapsAreGrownAsTheModelGrowsThem) {
     ASSERT_TRUE(sameMap(planner.fineMap(), PathPlannerModel(map, settings).fineMap()));
   }
   EXPECT_GT(near, 10);
+}
+
+// Radius and fading whose sum rounds down to whole cells: a cell just there is not quite free yet.
+TEST(PathPlannerLaw, aRampThatEndsARoundingErrorBeyondACellLimitsThatCell) {
+  OccupancyMap map(9, 5, 1.0f, false);
+  map.reset(1.0f);
+  map.setCell(0, 2, 0.0f);
+  int limited = 0;
+  for (const float fade : {1.0f, 1.5f, 2.0f, 3.0f}) {
+    for (const float threshold : {0.1f, 0.2f, 0.3f, 0.5f}) {
+      PlannerSettings settings;
+      settings.obstacleThreshold = threshold;
+      settings.fadeDistance = fade;
+      settings.robotRadius = std::nextafter(4.0f - fade, 5.0f);
+      const PathPlanner planner(map, settings);
+      ASSERT_TRUE(sameMap(planner.fineMap(), PathPlannerModel(map, settings).fineMap()));
+      limited += planner.fineMap().getCell(4, 2) < 1.0f ? 1 : 0;
+    }
+  }
+  EXPECT_GT(limited, 0);
 }
 
 // Beyond this many cells a distance's square is not a float in each case.
