@@ -444,21 +444,6 @@ TEST(PoseSearch, ofNoPictureIsOpenCVsError) {
   map.image = image;
 }
 
-// The earliest pose of the grid with the highest score, by trying all.
-ScoredPose bestOfAll(const PoseSearch& search, const std::vector<Point2D>& points,
-                     const PoseGrid& grid) {
-  ScoredPose best{{}, -1.0f};
-  for (int k = -grid.turns(); k <= grid.turns(); ++k) {
-    for (int j = -grid.shiftsY(); j <= grid.shiftsY(); ++j) {
-      for (int i = -grid.shiftsX(); i <= grid.shiftsX(); ++i) {
-        const float score = search.score(points, grid.pose(i, j, k));
-        if (score > best.score) best = {grid.pose(i, j, k), score};
-      }
-    }
-  }
-  return best;
-}
-
 // Turned points of 700,000 have room for two headings at once; the best is among the last of seven.
 TEST(PoseSearch, goesThroughHeadingsInTurnsWherePointsAreMany) {
   const ThreeHits place;
@@ -472,8 +457,9 @@ TEST(PoseSearch, goesThroughHeadingsInTurnsWherePointsAreMany) {
     points.push_back(turnedBack.absProject({hit.x, hit.y, 0.0f}));
   }
   const PoseSearch search(place.map, 0.5f, 1.5f);
-  const std::vector<ScoredPose> found = search.best(points, grid, 1);
-  const ScoredPose expected = bestOfAll(search, points, grid);
+  const std::vector<ScoredPose> found = search.best(points, grid);
+  const korrin_model::PoseSearch model(place.map, 0.5f, 1.5f);
+  const ScoredPose expected = model.best(points, grid, 1, 0.5f, 0.5f)[0];
   ASSERT_EQ(found.size(), 1u);
   EXPECT_TRUE(sameBits(found[0].pose, expected.pose));
   EXPECT_TRUE(sameBits(found[0].score, expected.score));

@@ -103,7 +103,6 @@ __attribute__((target("avx2"))) void expectEight(const WindowMaxima& maxima, con
 }
 
 TEST(WindowMaxima, areTheSameEightAtATime) {
-  if (!Brin::hasAvx2()) GTEST_SKIP() << "no AVX2";
   RandomInputs random(6);
   for (int n = 0; n < 40; ++n) {
     const Picture picture = somePicture(random);
@@ -119,7 +118,7 @@ TEST(WindowMaxima, areTheSameEightAtATime) {
               random.chance(0.05) ? 1 << 30 : random.between(-maxima.side(), picture.width + 2);
           wanted[i] = random.chance(0.8) ? -1 : 0;
         }
-        expectEight(maxima, rows, cols, wanted);
+        if (Brin::hasAvx2()) expectEight(maxima, rows, cols, wanted);
         if (HasFatalFailure()) return;
       }
       maxima = maxima.doubled();
