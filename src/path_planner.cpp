@@ -11,6 +11,7 @@
 #include "core/norm.hpp"
 #include "src/cost_field.hpp"
 #include "src/nearest_free.hpp"
+#include "src/number_text.hpp"
 #include "src/plan_rooms.hpp"
 #include "src/plan_search.hpp"
 #include "src/planned_map.hpp"
@@ -27,9 +28,8 @@ constexpr float kMillimetres = 1000.0f;          // in a metre
 // Not for a number outside the range, nor for what is none.
 void requireWithin(float value, float least, float most, const char* field) {
   if (value >= least && value <= most) return;
-  throw std::invalid_argument(std::string("PlannerSettings: ") + field + " is " +
-                              std::to_string(value) + ", which is not from " +
-                              std::to_string(least) + " to " + std::to_string(most));
+  throw std::invalid_argument(std::string("PlannerSettings: ") + field + " is " + shortest(value) +
+                              ", which is not from " + shortest(least) + " to " + shortest(most));
 }
 
 const PlannerSettings& checked(const PlannerSettings& settings) {
@@ -56,8 +56,8 @@ const OccupancyMap& checked(const OccupancyMap& map) {
   requireKind(map.image, IPL_DEPTH_32F, 1, "PathPlanner");
   const float resolution = map.params.resolution;
   if (!(resolution >= kLeastResolution && resolution <= kMostMetres)) {
-    throw std::invalid_argument("PathPlanner: the map's resolution is " +
-                                std::to_string(resolution) + " metres");
+    throw std::invalid_argument("PathPlanner: the map's resolution is " + shortest(resolution) +
+                                " metres");
   }
   return map;
 }

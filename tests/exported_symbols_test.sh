@@ -35,7 +35,7 @@ case "$expected" in
   OccupancyMapper::updateMap ScanModel occMapGetRange occMapSimulateScan fillOccMapFromScan
   ObstacleDilater::dilate imgMultiplyProb8 imgMultiplyProb32F occMapMultiplyProb
   scrollIplImage scrollOccMap scrollOccMapInPlace mergeImages2 rotateIplImage90 rotateIplImage90_2
-  SafePathSimplifier::sample findClosestInVect mergePathCostStats computePathCostStat
+  SafePathSimplifier::sample describe findClosestInVect mergePathCostStats computePathCostStat
   findFirstFreeCell findFirstGrayCell findFirstFreeCellInLine findFirstCellWithCond
   findObstaclesMainDirection
   findScanHoles findScanHoles_old headingAmpCompare

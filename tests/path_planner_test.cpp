@@ -573,6 +573,24 @@ std::string refusal(const std::function<void(PlannerSettings&)>& change) {
   return "accepted";
 }
 
+TEST(PathPlanner, aRefusalGivesNumbersAsShortAsTheyAre) {
+  EXPECT_EQ(refusal([](PlannerSettings& s) { s.robotRadius = -0.1f; }),
+            "PlannerSettings: robotRadius is -0.1, which is not from 0 to 1e+06");
+  EXPECT_EQ(refusal([](PlannerSettings& s) { s.weight = 1.00000012f; }),
+            "PlannerSettings: weight is 1.0000001, which is not from 0 to 1");
+}
+
+TEST(PathPlanner, aRefusalGivesTheResolutionThatIsRefused) {
+  OccupancyMap map = drawMap({"."});
+  map.params.resolution = 1e-7f;
+  try {
+    const PathPlanner planner(map);
+    ADD_FAILURE() << "accepted";
+  } catch (const std::invalid_argument& error) {
+    EXPECT_STREQ(error.what(), "PathPlanner: the map's resolution is 1e-07 metres");
+  }
+}
+
 TEST(PathPlanner, aSettingThatMakesNoSenseIsRefusedByName) {
   const std::pair<const char*, float PlannerSettings::*> lengths[] = {
       {"robotRadius", &PlannerSettings::robotRadius},

@@ -14,7 +14,6 @@ namespace korrin_tool {
 namespace {
 
 using Brin::BlockedEnd;
-using Brin::BlockedReason;
 using Brin::OccupancyMap;
 using Brin::PathPlanner;
 using Brin::PlanOutcome;
@@ -42,28 +41,11 @@ bool snapped(const BlockedEnd& blocked, std::optional<float> snapDistance, Pose2
   return true;
 }
 
-std::string reasonText(const BlockedEnd& blocked, const Brin::PlannerSettings& settings) {
-  switch (blocked.reason) {
-    case BlockedReason::OffTheMap:
-      return "lies outside the map";
-    case BlockedReason::Obstacle:
-      return "is in an obstacle: its cell holds " + formatNumber(blocked.value, 2) +
-             ", free is from " + formatNumber(blocked.threshold, 2);
-    case BlockedReason::TooNear:
-      return "is nearer to an obstacle than the robot's radius, " +
-             formatShort(settings.robotRadius) + " m";
-    case BlockedReason::Unknown:
-      return "is in an unknown cell, which blocks unless unknown cells are free";
-    default:
-      return "is in a cell that holds no number";
-  }
-}
-
-std::string nearestText(const BlockedEnd& blocked, const Pose2D& end) {
-  if (!blocked.hasNearestFree) return "; no free cell is near";
-  return "; the nearest free cell is " +
-         formatNumber(distanceBetween(end, blocked.nearestFree), 2) + " m away, at " +
-         formatPoint(blocked.nearestFree);
+// Why an end is blocked, and how far it would have to move.
+std::string blockedText(const BlockedEnd& blocked, const Pose2D& end) {
+  const std::string text = Brin::describe(blocked);
+  if (!blocked.hasNearestFree) return text;
+  return text + ", " + formatNumber(distanceBetween(end, blocked.nearestFree), 2) + " m away";
 }
 
 std::string failureText(const PathPlanner& planner, const Brin::Plan& made, const Plan& plan) {
@@ -74,9 +56,8 @@ std::string failureText(const PathPlanner& planner, const Brin::Plan& made, cons
            (planner.settings().unknownIsFree ? "" : "; unknown cells block");
   }
   const bool isStart = made.outcome == PlanOutcome::StartBlocked;
-  return text + (isStart ? "the start " : "the goal ") +
-         reasonText(made.blocked, planner.settings()) +
-         nearestText(made.blocked, isStart ? plan.start : plan.goal);
+  return text + (isStart ? "the start is blocked: " : "the goal is blocked: ") +
+         blockedText(made.blocked, isStart ? plan.start : plan.goal);
 }
 
 // Steps of two or three cells become steps of one.

@@ -18,7 +18,9 @@
 //   2. d is the distance from a cell to the nearest obstacle: the exact Euclidean distance between
 //      the cells' centres. A cell with d < `robotRadius` is too near and blocked.
 //   3. A cell from 0.4 to 0.6, both included, that is no obstacle is unknown, and blocked unless
-//      `unknownIsFree`. Obstacles are kept away from; what is unknown is not entered, that is all.
+//      `unknownIsFree`. So are the cells of that range which a map has that was grown or faded
+//      before: plan on the map as it was, or with `unknownIsFree`. Obstacles are kept away from;
+//      what is unknown the robot's centre does not enter, that is all: its body may reach over it.
 //   4. All other cells are free. Beyond the radius a straight ramp, from the threshold at
 //      `robotRadius` up to 1 at `robotRadius` + `fadeDistance`, limits their values: fading makes
 //      them dearer and blocks none. No cell becomes freer than it was.
@@ -56,6 +58,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "korrin/core/export.hpp"
@@ -74,8 +77,10 @@ struct KORRIN_EXPORT PlannerSettings {
   float weight = 0.5f;             // of the distance to the goal, from 0 to 1
   OccMapPathFinder::NeighborhoodType neighborhood = OccMapPathFinder::Simple;  // the steps
   std::int32_t coarseFactor = 1;  // cells of the map along one side of a searched cell; 1 or more
-  float angleCostFactor = 0.0f;   // what a turn before the first step costs, metres a radian
-  float accuracy = 0.3f;          // of the waypoints: how far the path may lie from them
+  // What a turn before the first step costs, metres a radian. It is counted from the heading of a
+  // start that is a cell; that of a pose is not looked at, and the turn is from the grid's own.
+  float angleCostFactor = 0.0f;
+  float accuracy = 0.3f;  // of the waypoints: how far the path may lie from them
 };
 
 // How a request ended.
@@ -99,9 +104,12 @@ enum class BlockedReason : std::int32_t {
 // A blocked end. On a reduced map, where several reasons can hold for what a cell stands for, the
 // first of NotANumber, Unknown, TooNear and Obstacle is told.
 struct KORRIN_EXPORT BlockedEnd {
-  Pose2Di cell;            // of grownMap(); for a wild pose what getPixelFromPose makes of it
-  float value = 0.0f;      // of that cell in grownMap(); -1 outside
-  float threshold = 0.0f;  // the planner's
+  Pose2Di cell;  // of grownMap(); for a wild pose what getPixelFromPose makes of it
+  // What grownMap() holds there: the value of an obstacle, from 0 up to the threshold; otherwise no
+  // value but a code: -1 where an obstacle is too near, and off the map, -2 where the cell is
+  // unknown, -3 where it is not a number. For a pose that is not a number it is that of `cell`.
+  float value = 0.0f;
+  float threshold = 0.0f;                      // the planner's
   BlockedReason reason = BlockedReason::None;  // why it is blocked
   bool hasNearestFree = false;                 // whether nearestFree is one
   // The centre of the nearest free cell of grownMap(), by the distance of cells' centres, of
@@ -110,16 +118,27 @@ struct KORRIN_EXPORT BlockedEnd {
   Pose2D nearestFree;
 };
 
+// What is wrong with an end, for people to read: a sentence without its stop, such as "an obstacle
+// is there: cell (360, 10) holds 0, and free is from 0.2; the nearest free pose is (18.025, 0.875,
+// 0)". Numbers are as short as can be without losing a bit. Of an end that is not blocked it says
+// just that. Constant time; std::bad_alloc where memory runs out.
+KORRIN_EXPORT std::string describe(const BlockedEnd& end);
+
 // What came of a request. Poses are world poses, lengths metres.
 struct KORRIN_EXPORT Plan {
   PlanOutcome outcome = PlanOutcome::NoPath;  // how it ended
   std::vector<Pose2D> path;       // cells' centres from start to goal; empty unless Found
   std::vector<Pose2D> waypoints;  // few poses, joined by straight lines that are clear
-  float cost = 0.0f;              // of the path, as step 4 of OccMapPathFinder counts it
-  float length = 0.0f;            // of the path: its steps' lengths, summed as doubles
-  std::int32_t iterations = 0;    // nodes that the search took from its open list
-  BlockedEnd blocked;             // the end that is blocked, if one is
-  std::int32_t goal = -1;         // the goal's place among those asked for; -1 unless Found
+  // Of the path: the sum of length * (1 + 2 * (1 - p)) over its steps, with p the value that
+  // grownMap() has where the step ends, which is the length itself where cells are surely free and
+  // twice that at a half; and of the turn before the first step, by `angleCostFactor`.
+  float cost = 0.0f;
+  float length = 0.0f;          // of the path: its steps' lengths, summed as doubles
+  std::int32_t iterations = 0;  // nodes that the search took from its open list
+  BlockedEnd blocked;           // the end that is blocked, if one is
+  // Which goal was reached: its index in the vector that planToNearest was given, counted from 0;
+  // 0 from plan(), which has one; -1 unless Found.
+  std::int32_t goal = -1;
 };
 
 class PlannerState;
@@ -159,8 +178,9 @@ class KORRIN_EXPORT PathPlanner {
   // side by twice the radius and the fading. A map of another size or resolution is prepared whole.
   void refresh(int x, int y, int width, int height);
 
-  // Plans between two world poses; their headings do not matter, and the first step's turn is
-  // measured from the grid's own direction. All headings of `path` are the grid's. In the
+  // Plans between two world poses; their headings do not matter. Not to `angleCostFactor` either:
+  // it counts the first step's turn from the grid's own direction, wherever the robot looks; plan
+  // between cells for a turn from its heading. All headings of `path` are the grid's. In the
   // neighbourhood Double a path may end next to its goal. Time in proportion to the cells that the
   // search comes to, whatever the map's size. std::bad_alloc where memory runs out.
   Plan plan(const Pose2D& start, const Pose2D& goal) const;
@@ -169,13 +189,13 @@ class KORRIN_EXPORT PathPlanner {
   // `start`, in the frame of the grid, which is also that of the first pose of `path`.
   Plan plan(const Pose2Di& start, const Pose2Di& goal) const;
 
-  // The plan to whichever of `goals` is the cheapest to plan to, as plan() gives it, with `goal`
-  // telling which; of equally cheap ones the first. Goals that are blocked or out of reach do not
-  // matter unless all are: without a way to any the outcome is StartBlocked; or GoalBlocked, about
-  // the first goal, when there are goals and all are blocked; or NoPath. `iterations` are those of
-  // the plan that is given, 0 without one. Takes the time of planning to each goal in turn,
-  // but for those that are clearly farther away in a straight line than the cheapest one by its
-  // path.
+  // The plan to whichever of `goals` is the cheapest to plan to, as plan() gives it, with its index
+  // in `goals` as Plan::goal; of equally cheap ones the first. Goals that are blocked or out of
+  // reach do not matter unless all are: without a way to any the outcome is StartBlocked; or
+  // GoalBlocked, about the first goal, when there are goals and all are blocked; or NoPath.
+  // `iterations` are those of the plan that is given, 0 without one. Takes the time of planning to
+  // each goal in turn, but for those that are clearly farther away in a straight line than the
+  // cheapest one by its path.
   Plan planToNearest(const Pose2D& start, const std::vector<Pose2D>& goals) const;
   Plan planToNearest(const Pose2Di& start, const std::vector<Pose2Di>& goals) const;
 

@@ -60,7 +60,7 @@ bytes a cell. A copy, and what a pickle gives back, is prepared from the map as 
 )";
 
 constexpr const char* kPlanPosesDoc = R"(Plans between two world poses (metres), whose headings do
-not matter.
+not matter, not to `angle_cost_factor` either: it counts the turn from the grid's own direction.
 
 >>> map = korrin.OccupancyMap(20, 20, 0.5)
 >>> map.reset(1)
@@ -78,7 +78,7 @@ or by keyword. The first step's turn is measured from the heading of the start.
 )";
 
 constexpr const char* kNearestDoc = R"(The plan to whichever of N x 3 poses is the cheapest to plan
-to; `goal` tells which. Goals that are blocked or out of reach do not matter unless all are.
+to; its index is `goal`. Goals that are blocked or out of reach do not matter unless all are.
 
 >>> map = korrin.OccupancyMap(20, 20, 0.5)
 >>> map.reset(1)

@@ -41,17 +41,27 @@ constexpr const char* kReasonDoc = R"(Why an end is blocked.
 
 constexpr const char* kBlockedDoc = R"(The end of a request that is blocked, and why.
 
-`value` is that of its cell in the map that is searched: -1 where an obstacle is too near or off
-the map, -2 where the cell is unknown, -3 where it is not a number.
+`value` is what the map that is searched holds there: the value of an obstacle, from 0 up to the
+threshold; otherwise no value but a code: -1 where an obstacle is too near, and off the map, -2 where
+the cell is unknown, -3 where it is not a number.
 
 >>> map = korrin.OccupancyMap(20, 20, 0.1)
 >>> map.reset(1)
 >>> map.image[:, 10] = 0
 >>> blocked = korrin.PathPlanner(map, robot_radius=0.25).plan((0.2, 1), (0.8, 1)).blocked
 >>> print(blocked)
-TooNear: an obstacle is nearer than the robot's radius; cell (8, 10) holds -1, free is from 0.2; the nearest free pose is (0.7, 1, 0)
+TooNear: an obstacle is nearer to cell (8, 10) than the robot's radius; the nearest free pose is (0.7, 1, 0)
 >>> blocked.cell, blocked.reason.name, blocked.nearest_free
 (Pose2Di(x=8, y=10, theta=0), 'TooNear', Pose2D(x=0.7, y=1, theta=0))
+)";
+
+constexpr const char* kDescribeDoc = R"(What is wrong with an end, as a sentence without its stop.
+
+>>> map = korrin.OccupancyMap(20, 20, 0.1)
+>>> map.reset(1)
+>>> map.image[:, 10] = 0
+>>> korrin.describe(korrin.PathPlanner(map).plan((0.2, 1), (1, 1)).blocked)
+'an obstacle is there: cell (10, 10) holds 0, and free is from 0.2; the nearest free pose is (1, 0.9, 0)'
 )";
 
 constexpr const char* kPlanDoc = R"(What came of a request. Lengths are metres; arrays are copies.
@@ -78,7 +88,8 @@ constexpr std::tuple kSettingFields = {
     Field{"coarse_factor", &PlannerSettings::coarseFactor,
           "Cells of the map along one side of a searched cell"},
     Field{"angle_cost_factor", &PlannerSettings::angleCostFactor,
-          "What a turn before the first step costs, metres a radian"},
+          "What a turn before the first step costs, metres a radian; from the heading of a start "
+          "that is a cell, while that of a pose is not looked at"},
     Field{"accuracy", &PlannerSettings::accuracy,
           "Of the waypoints: how far the path may lie from them"}};
 
@@ -91,35 +102,8 @@ std::string nameOf(BlockedReason reason) {
   return py::cast(reason).attr("name").cast<std::string>();
 }
 
-std::string textOf(const Brin::Pose2D& pose) {
-  return "(" + shortest(pose.x) + ", " + shortest(pose.y) + ", " + shortest(pose.theta) + ")";
-}
-
-std::string sentenceOf(BlockedReason reason) {
-  switch (reason) {
-    case BlockedReason::None:
-      return "nothing blocks it";
-    case BlockedReason::OffTheMap:
-      return "it lies outside the map";
-    case BlockedReason::NotANumber:
-      return "the pose or its cell is not a number";
-    case BlockedReason::Obstacle:
-      return "an obstacle is there";
-    case BlockedReason::TooNear:
-      return "an obstacle is nearer than the robot's radius";
-    case BlockedReason::Unknown:
-      return "nobody has seen its cell";
-  }
-  return "for a reason without a name";
-}
-
 std::string textOf(const BlockedEnd& end) {
-  const std::string nearest = end.hasNearestFree
-                                  ? "the nearest free pose is " + textOf(end.nearestFree)
-                                  : "no free cell is near";
-  return nameOf(end.reason) + ": " + sentenceOf(end.reason) + "; cell (" +
-         std::to_string(end.cell.x) + ", " + std::to_string(end.cell.y) + ") holds " +
-         shortest(end.value) + ", free is from " + shortest(end.threshold) + "; " + nearest;
+  return nameOf(end.reason) + ": " + Brin::describe(end);
 }
 
 std::string foundText(const Plan& plan) {
@@ -184,7 +168,8 @@ void bindBlockedEnd(py::module_& module) {
       },
       "The centre of the nearest free cell; None where none is near");
   actsAsResult(type, Field{"cell", &BlockedEnd::cell, "Of the map that is searched"},
-               Field{"value", &BlockedEnd::value, "Of that cell in the map that is searched"},
+               Field{"value", &BlockedEnd::value,
+                     "Of that cell in the map that is searched; a code where it is below 0"},
                Field{"threshold", &BlockedEnd::threshold, "The planner's"},
                Field{"reason", &BlockedEnd::reason, "Why it is blocked"},
                Field{"has_nearest_free", &BlockedEnd::hasNearestFree,
@@ -224,11 +209,14 @@ void bindPlanClass(py::module_& module) {
       type, Field{"outcome", &Plan::outcome, "How the request ended"},
       Field{"path", &Plan::path, "Cells' centres from start to goal, N x 3; empty unless Found"},
       Field{"waypoints", &Plan::waypoints, "Few poses, joined by straight lines that are clear"},
-      Field{"cost", &Plan::cost, "Of the path: its steps' lengths, dearer in cells that fade"},
+      Field{"cost", &Plan::cost,
+            "Of the path: the sum of length * (1 + 2 * (1 - p)) over its steps, p the value of the "
+            "cell stepped into, and of the first turn's cost"},
       Field{"length", &Plan::length, "Of the path"},
       Field{"iterations", &Plan::iterations, "Nodes that the search took from its open list"},
       Field{"blocked", &Plan::blocked},
-      Field{"goal", &Plan::goal, "The goal's place among those asked for; -1 unless Found"});
+      Field{"goal", &Plan::goal,
+            "Index of the goal reached among those asked for, from 0; -1 unless Found"});
 }
 
 }  // namespace
@@ -269,6 +257,7 @@ void bindPlan(py::module_& module) {
   bindSettings(module);
   bindBlockedEnd(module);
   bindPlanClass(module);
+  module.def("describe", &Brin::describe, py::arg("end"), kDescribeDoc);
 }
 
 }  // namespace korrin_python

@@ -70,7 +70,7 @@ def test_a_blocked_end_says_why_and_where_is_free(walls, records, goal, reason, 
         assert planner.plan((1, 1), blocked.nearest_free).outcome == PlanOutcome.Found
     assert blocked.has_nearest_free == (reason != BlockedReason.NotANumber)
     assert (blocked.nearest_free is None) != blocked.has_nearest_free
-    for part in (reason.name, f"holds {value}", "free is from 0.2", "free pose is (", "GoalBlocked"):
+    for part in (reason.name, korrin.describe(blocked), "free pose is (", "GoalBlocked"):
         assert part in str(plan) or not blocked.has_nearest_free, part
     assert records == []
 
@@ -78,12 +78,11 @@ def test_a_blocked_end_says_why_and_where_is_free(walls, records, goal, reason, 
 def test_what_is_printed_reads_well(walls):
     planner = korrin.PathPlanner(walls, robot_radius=0.2)
     assert str(planner.plan((1, 1), (2.4, 1))) == (
-        "GoalBlocked, TooNear: an obstacle is nearer than the robot's radius; cell (48, 20) holds -1, "
-        "free is from 0.2; the nearest free pose is (2.3, 1, 0)"
+        "GoalBlocked, TooNear: an obstacle is nearer to cell (48, 20) than the robot's radius; "
+        "the nearest free pose is (2.3, 1, 0)"
     )
     assert str(planner.plan((99, 99), (1, 1))) == (
-        "StartBlocked, OffTheMap: it lies outside the map; cell (1980, 1980) holds -1, free is from "
-        "0.2; no free cell is near"
+        "StartBlocked, OffTheMap: cell (1980, 1980) lies outside the map; no free cell is near"
     )
     assert str(planner.plan((1, 1), (1.1, 1))).startswith("Found: 0.1 m in 3 poses and 2 waypoints, ")
     walls.image[:, 50] = 0

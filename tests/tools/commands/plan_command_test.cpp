@@ -105,27 +105,32 @@ TEST_F(PlanCommand, TurnedMapsArePlannedInWorldCoordinates) {
 
 TEST_F(PlanCommand, NegativeCoordinatesAreNoOptions) {
   writeMap(kWallWithGap);
-  EXPECT_TRUE(
-      failedWith(plan("-1,-2.5", "11,20"), 1,
-                 "no plan from (-1.00, -2.50) to (11.00, 20.00): the start lies outside the "
-                 "map; the nearest free cell is 25.04 m away, at (10.00, 20.00)"));
+  EXPECT_TRUE(failedWith(
+      plan("-1,-2.5", "11,20"), 1,
+      "no plan from (-1.00, -2.50) to (11.00, 20.00): the start is blocked: "
+      "cell (-11, -22) lies outside the map; the nearest free pose is (10, 20, 0), 25.04 m "
+      "away"));
 }
 
 TEST_F(PlanCommand, StatusIs1AndTheReasonIsToldWithoutAPlan) {
   writeMap({"..#..",  //
             "..#..",  //
             "..#.."});
-  EXPECT_TRUE(failedWith(plan("12,21", "10,20"), 1,
-                         "no plan from (12.00, 21.00) to (10.00, 20.00): the start is in an "
-                         "obstacle: its cell holds 0.00, free is from 0.20; the nearest free cell "
-                         "is 1.00 m away, at (11.00, 21.00)"));
-  EXPECT_TRUE(failedWith(plan("10,20", "12,21"), 1,
-                         "no plan from (10.00, 20.00) to (12.00, 21.00): the goal is in an "
-                         "obstacle: its cell holds 0.00, free is from 0.20; the nearest free cell "
-                         "is 1.00 m away, at (11.00, 21.00)"));
-  EXPECT_TRUE(failedWith(plan("10,20", "14.6,20"), 1,
-                         "no plan from (10.00, 20.00) to (14.60, 20.00): the goal lies outside the "
-                         "map; the nearest free cell is 0.60 m away, at (14.00, 20.00)"));
+  EXPECT_TRUE(
+      failedWith(plan("12,21", "10,20"), 1,
+                 "no plan from (12.00, 21.00) to (10.00, 20.00): the start is blocked: an "
+                 "obstacle is there: cell (2, 1) holds 0, and free is from 0.2; the nearest "
+                 "free pose is (11, 21, 0), 1.00 m away"));
+  EXPECT_TRUE(
+      failedWith(plan("10,20", "12,21"), 1,
+                 "no plan from (10.00, 20.00) to (12.00, 21.00): the goal is blocked: an "
+                 "obstacle is there: cell (2, 1) holds 0, and free is from 0.2; the nearest "
+                 "free pose is (11, 21, 0), 1.00 m away"));
+  EXPECT_TRUE(
+      failedWith(plan("10,20", "14.6,20"), 1,
+                 "no plan from (10.00, 20.00) to (14.60, 20.00): the goal is blocked: cell "
+                 "(5, 0) lies outside the map; the nearest free pose is (14, 20, 0), 0.60 m "
+                 "away"));
   EXPECT_TRUE(failedWith(plan("10,20", "14,20"), 1,
                          "no plan from (10.00, 20.00) to (14.00, 20.00): no way leads from one to "
                          "the other; unknown cells block"));
@@ -133,20 +138,21 @@ TEST_F(PlanCommand, StatusIs1AndTheReasonIsToldWithoutAPlan) {
                          "no plan from (10.00, 20.00) to (14.00, 20.00): no way leads from one to "
                          "the other"));
   EXPECT_TRUE(failedWith(plan("10,20", "1e30,20"), 1,
-                         "no plan from (10.00, 20.00) to (1e+30, 20.00): the goal lies outside the "
-                         "map; no free cell is near"));
+                         "no plan from (10.00, 20.00) to (1e+30, 20.00): the goal is blocked: cell "
+                         "(268435456, 0) lies outside the map; no free cell is near"));
 }
 
 TEST_F(PlanCommand, EndsTooNearToAnObstacleOrUnknownAreToldAsSuch) {
   writeMap({"#....?"});
   EXPECT_TRUE(failedWith(plan("11,20", "13,20", {"--radius", "1.5"}), 1,
-                         "no plan from (11.00, 20.00) to (13.00, 20.00): the start is nearer to an "
-                         "obstacle than the robot's radius, 1.5 m; the nearest free cell is 1.00 m "
-                         "away, at (12.00, 20.00)"));
-  EXPECT_TRUE(failedWith(plan("11,20", "15.3,20"), 1,
-                         "no plan from (11.00, 20.00) to (15.30, 20.00): the goal is in an unknown "
-                         "cell, which blocks unless unknown cells are free; the nearest free cell "
-                         "is 1.30 m away, at (14.00, 20.00)"));
+                         "no plan from (11.00, 20.00) to (13.00, 20.00): the start is blocked: an "
+                         "obstacle is nearer to cell (1, 0) than the robot's radius; the nearest "
+                         "free pose is (12, 20, 0), 1.00 m away"));
+  EXPECT_TRUE(
+      failedWith(plan("11,20", "15.3,20"), 1,
+                 "no plan from (11.00, 20.00) to (15.30, 20.00): the goal is blocked: nobody "
+                 "has seen cell (5, 0), and unknown cells block; the nearest free pose is "
+                 "(14, 20, 0), 1.30 m away"));
 }
 
 TEST_F(PlanCommand, WithoutAPlanNoFileIsWritten) {
@@ -293,10 +299,11 @@ TEST_F(PlanCommand, SnapLeavesFreeEndsAlone) {
 TEST_F(PlanCommand, SnapGoesNoFartherThanAllowed) {
   writeMap({"###..."});
   EXPECT_EQ(plan("10,20", "14,20", {"--snap", "3"}).status, 0);
-  EXPECT_TRUE(failedWith(plan("10,20", "14,20", {"--snap", "2.9"}), 1,
-                         "no plan from (10.00, 20.00) to (14.00, 20.00): the start is in an "
-                         "obstacle: its cell holds 0.00, free is from 0.20; the nearest free cell "
-                         "is 3.00 m away, at (13.00, 20.00)"));
+  EXPECT_TRUE(
+      failedWith(plan("10,20", "14,20", {"--snap", "2.9"}), 1,
+                 "no plan from (10.00, 20.00) to (14.00, 20.00): the start is blocked: an "
+                 "obstacle is there: cell (0, 0) holds 0, and free is from 0.2; the nearest "
+                 "free pose is (13, 20, 0), 3.00 m away"));
 }
 
 TEST_F(PlanCommand, PictureShowsThePathWhereItIs) {
