@@ -29,9 +29,9 @@ int flushedOutput() {
 }
 
 constexpr void (*kCommands[])(CLI::App&) = {
-    addDemoCommand,  addPlanCommand,   addBuildCommand, addSimulateCommand,
-    addHolesCommand, addMatchCommand,  addPairsCommand, addDilateCommand,
-    addScaleCommand, addScrollCommand, addQueryCommand, addStatsCommand,
+    addDemoCommand,   addPlanCommand,   addBuildCommand, addSimulateCommand, addHolesCommand,
+    addMatchCommand,  addLocateCommand, addPairsCommand, addDilateCommand,   addScaleCommand,
+    addScrollCommand, addQueryCommand,  addStatsCommand,
 };
 
 int parseAndRun(std::vector<std::string> arguments) {

@@ -13,6 +13,7 @@ void addBuildCommand(CLI::App& app);
 void addDemoCommand(CLI::App& app);
 void addDilateCommand(CLI::App& app);
 void addHolesCommand(CLI::App& app);
+void addLocateCommand(CLI::App& app);
 void addMatchCommand(CLI::App& app);
 void addPairsCommand(CLI::App& app);
 void addPlanCommand(CLI::App& app);

@@ -4,6 +4,8 @@
 #include <charconv>
 
 #include "tools/commands/arguments.hpp"
+#include "tools/negative_answer.hpp"
+#include "tools/pose_search.hpp"
 #include "tools/usage_error.hpp"
 
 namespace korrin_tool {
@@ -48,6 +50,13 @@ const Brin::io::LoggedScan& scanNumber(const Brin::io::LaserLog& log, std::size_
   if (number < log.scans.size()) return log.scans[number];
   throw UsageError(std::string(option) + ": " + lastScanText(log) + ", found " +
                    std::to_string(number));
+}
+
+std::vector<Brin::Point2D> hitsOf(const LogOptions& options, const Brin::io::LoggedScan& scan,
+                                  std::size_t number) {
+  std::vector<Brin::Point2D> points = hitPoints(scan.scan);
+  if (!points.empty()) return points;
+  throw NegativeAnswer(options.path + ": scan " + std::to_string(number) + " hit nothing");
 }
 
 std::vector<Brin::io::LoggedScan> scansOfRange(const Brin::io::LaserLog& log,

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "korrin/io/laser_log.hpp"
 #include "tools/commands/command_output.hpp"
@@ -29,6 +30,11 @@ Brin::io::LaserLog openLog(const LogOptions& options);
 // names `option`.
 const Brin::io::LoggedScan& scanNumber(const Brin::io::LaserLog& log, std::size_t number,
                                        const char* option);
+
+// The ends of its beams that hit something, in the sensor's frame. A scan that hit nothing is a
+// NegativeAnswer that names log and number.
+std::vector<Brin::Point2D> hitsOf(const LogOptions& options, const Brin::io::LoggedScan& scan,
+                                  std::size_t number);
 
 // The scans of "A..B", both ends included and counted from 0; without A from the first, without B
 // to the last one. Anything else is a UsageError that names --scans.

@@ -27,13 +27,6 @@ struct MatchOptions {
   CommandOutput output;
 };
 
-std::vector<Brin::Point2D> hitsOf(const MatchOptions& options, const Brin::io::LoggedScan& logged,
-                                  std::size_t number) {
-  std::vector<Brin::Point2D> points = hitPoints(logged.scan);
-  if (!points.empty()) return points;
-  throw NegativeAnswer(options.log.path + ": scan " + std::to_string(number) + " hit nothing");
-}
-
 // What the log's own poses say.
 void describeLogged(const ScanMatch& match, CommandOutput& output) {
   const Brin::Pose2D& found = match.found.best.pose;
@@ -75,8 +68,9 @@ void runMatch(MatchOptions& options) {
   const Brin::io::LaserLog log = openLog(options.log);
   const Brin::io::LoggedScan& reference = scanNumber(log, options.reference, "--reference");
   const Brin::io::LoggedScan& other = scanNumber(log, options.scan, "--scan");
-  const std::vector<Brin::Point2D> referencePoints = hitsOf(options, reference, options.reference);
-  const std::vector<Brin::Point2D> points = hitsOf(options, other, options.scan);
+  const std::vector<Brin::Point2D> referencePoints =
+      hitsOf(options.log, reference, options.reference);
+  const std::vector<Brin::Point2D> points = hitsOf(options.log, other, options.scan);
   const SearchWindow window = options.search.searchWindow();
   checkWork(window, points.size());
 
