@@ -19,7 +19,7 @@
 #ifdef KORRIN_BENCH_READS_MAPS
 #include "korrin/io/laser_log.hpp"
 #include "korrin/io/map_file.hpp"
-#include "tools/grid_builder.hpp"
+#include "korrin/mapping/grid_builder.hpp"
 #endif
 
 namespace korrin_bench {
@@ -63,7 +63,7 @@ inline std::optional<ScansToMap> intelLog() {
   const std::string file = "../shared/data/logs/intel-corrected.log.gz";
   if (!std::ifstream(file).good()) return std::nullopt;
   const std::vector<Brin::io::LoggedScan> logged = Brin::io::readLaserLog(file).scans;
-  ScansToMap input{{}, {}, {*korrin_tool::gridAround(logged, 0.05f), false}};
+  ScansToMap input{{}, {}, {*Brin::mapping::gridAround(logged, 0.05f), false}};
   for (const Brin::io::LoggedScan& scan : logged) {
     input.scans.push_back(scan.scan.readings);
     input.poses.push_back(scan.pose);

@@ -20,10 +20,13 @@ set(KORRIN_FURTHER_LIBRARIES "")
 if(KORRIN_BUILD_IO)
   list(APPEND KORRIN_FURTHER_LIBRARIES io)
 endif()
+if(KORRIN_BUILD_MAPPING)
+  list(APPEND KORRIN_FURTHER_LIBRARIES mapping)
+endif()
 
 korrin_install_library(korrin korrin-targets "")
 install(DIRECTORY include/korrin DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
-  PATTERN io EXCLUDE)
+  PATTERN io EXCLUDE PATTERN mapping EXCLUDE)
 foreach(name IN LISTS KORRIN_FURTHER_LIBRARIES)
   korrin_install_library(korrin_${name} korrin-${name}-targets ${name}-)
   install(DIRECTORY include/korrin/${name} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/korrin
@@ -69,4 +72,8 @@ korrin_install_pkg_config(korrin korrin development "${PROJECT_DESCRIPTION}" "")
 if(KORRIN_BUILD_IO)
   korrin_install_pkg_config(korrin-io korrin_io io-development
     "Map files, laser logs and paths for korrin" "korrin = ${PROJECT_VERSION}")
+endif()
+if(KORRIN_BUILD_MAPPING)
+  korrin_install_pkg_config(korrin-mapping korrin_mapping mapping-development
+    "Maps from raw laser logs for korrin" "korrin-io = ${PROJECT_VERSION}")
 endif()

@@ -4,6 +4,8 @@
 #   libkorrin-dev    headers, CMake package, pkg-config     development
 #   libkorrin-io0    the readers and writers of files       io-runtime
 #   libkorrin-io-dev the same for them as libkorrin-dev     io-development
+#   libkorrin-mapping0     maps from raw logs            mapping-runtime
+#   libkorrin-mapping-dev  the same for them             mapping-development
 #   korrin-tools     the program korrin                     tools
 #   python3-korrin   the Python module                      python
 #
@@ -11,6 +13,9 @@
 set(KORRIN_PACKAGES runtime development)
 if(KORRIN_BUILD_IO)
   list(APPEND KORRIN_PACKAGES io-runtime io-development)
+endif()
+if(KORRIN_BUILD_MAPPING)
+  list(APPEND KORRIN_PACKAGES mapping-runtime mapping-development)
 endif()
 if(KORRIN_BUILD_TOOLS)
   list(APPEND KORRIN_PACKAGES tools)
@@ -36,8 +41,10 @@ set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_COMPONENT_DEVELOPMENT_DEPENDS runtime)
 set(CPACK_COMPONENT_IO-RUNTIME_DEPENDS runtime)
 set(CPACK_COMPONENT_IO-DEVELOPMENT_DEPENDS io-runtime development)
-set(CPACK_COMPONENT_TOOLS_DEPENDS runtime io-runtime)
-set(CPACK_COMPONENT_PYTHON_DEPENDS runtime io-runtime)
+set(CPACK_COMPONENT_MAPPING-RUNTIME_DEPENDS runtime io-runtime)
+set(CPACK_COMPONENT_MAPPING-DEVELOPMENT_DEPENDS mapping-runtime io-development)
+set(CPACK_COMPONENT_TOOLS_DEPENDS runtime io-runtime mapping-runtime)
+set(CPACK_COMPONENT_PYTHON_DEPENDS runtime io-runtime mapping-runtime)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
@@ -65,6 +72,12 @@ if(KORRIN_BUILD_IO)
   korrin_package(io-development libkorrin-io-dev libdevel
     "These are the headers for map files, laser logs and paths, and what\nCMake and pkg-config need.")
 endif()
+if(KORRIN_BUILD_MAPPING)
+  korrin_package(mapping-runtime libkorrin-mapping${KORRIN_SOVERSION} libs
+    "This is the library that makes maps from raw laser logs.")
+  korrin_package(mapping-development libkorrin-mapping-dev libdevel
+    "These are the headers for maps from raw laser logs, and what CMake and\npkg-config need.")
+endif()
 if(KORRIN_BUILD_TOOLS)
   korrin_package(tools korrin-tools science
     "This is the program, for maps and laser logs in files.")
@@ -75,9 +88,11 @@ endif()
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/triggers")
 set(CPACK_DEBIAN_IO-RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/triggers")
+set(CPACK_DEBIAN_MAPPING-RUNTIME_PACKAGE_CONTROL_EXTRA "${PROJECT_SOURCE_DIR}/packaging/triggers")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libopencv-core-dev, libopencv-imgproc-dev")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_IO-DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_MAPPING-DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
 if(KORRIN_BUILD_PYTHON)
   # The module is made for one Python; the next minor version needs another build.
   find_package(Python REQUIRED COMPONENTS Interpreter)

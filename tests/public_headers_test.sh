@@ -58,6 +58,7 @@ for header in $headers; do
   # Each further library has a header of all its headers, as korrin.hpp is for the first.
   case "$header" in
     korrin/io/*) all=korrin/io/io.hpp ;;
+    korrin/mapping/*) all=korrin/mapping/mapping.hpp ;;
     *) all=korrin/korrin.hpp ;;
   esac
   [ "$header" != "$all" ] && [ "${header##*/}" != export.hpp ] || continue

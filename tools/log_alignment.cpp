@@ -4,6 +4,7 @@
 #include <cmath>
 #include <memory>
 
+#include "korrin/mapping/grid_builder.hpp"
 #include "tools/pose_search.hpp"
 
 namespace korrin_tool {
@@ -11,6 +12,7 @@ namespace {
 
 using Brin::Point2D;
 using Brin::Pose2D;
+using Brin::mapping::Progress;
 
 constexpr float kKeyDistance = 0.3f;  // metres
 constexpr float kKeyTurn = 0.2f;      // radians
@@ -181,8 +183,8 @@ void settle(Scans& scans, const Progress& progress) {
 }
 
 double likelihoodOf(const Scans& scans, float resolution) {
-  const auto frame = gridAround(scans, resolution);
-  return frame ? judgeGrid(buildGrid(scans, *frame), scans).likelihood : 0.0;
+  const auto frame = Brin::mapping::gridAround(scans, resolution);
+  return frame ? Brin::mapping::judgeGrid(Brin::mapping::buildGrid(scans, *frame), scans).likelihood : 0.0;
 }
 
 // The part of the whole progress that one step makes.

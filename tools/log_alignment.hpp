@@ -1,7 +1,7 @@
 // Better poses for a log: its scans are matched with each other.
 //
 //   korrin_tool::Alignment aligned = korrin_tool::alignLog(log.scans, 0.05f);
-//   buildGrid(aligned.scans, *gridAround(aligned.scans, 0.05f));
+//   Brin::mapping::buildGrid(aligned.scans, *Brin::mapping::gridAround(aligned.scans, 0.05f));
 //
 // The method, in the order of its steps:
 //
@@ -21,7 +21,7 @@
 #include <vector>
 
 #include "korrin/io/laser_log.hpp"
-#include "tools/grid_builder.hpp"
+#include "korrin/mapping/progress.hpp"
 
 namespace korrin_tool {
 
@@ -38,6 +38,6 @@ struct Alignment {
 
 // Aligns scans for a grid of `resolution` metres. The first scan's pose stays near the logged one.
 Alignment alignLog(const std::vector<Brin::io::LoggedScan>& scans, float resolution,
-                   const Progress& progress = {});
+                   const Brin::mapping::Progress& progress = {});
 
 }  // namespace korrin_tool

@@ -21,7 +21,7 @@ ProgressBar::~ProgressBar() {
   if (shownPercent_ >= 0) std::cerr << '\r' << std::string(line(what_, 1.0).size(), ' ') << '\r';
 }
 
-Progress ProgressBar::progress() {
+Brin::mapping::Progress ProgressBar::progress() {
   if (!isTerminal_) return {};
   return [this](double share) { show(share); };
 }

@@ -6,7 +6,8 @@
 
 #include <string>
 
-#include "tools/grid_builder.hpp"
+#include "korrin/mapping/progress.hpp"
+
 
 namespace korrin_tool {
 
@@ -18,7 +19,7 @@ class ProgressBar {
   ProgressBar& operator=(const ProgressBar&) = delete;
 
   // To be called while the bar lives; nothing where there is no terminal.
-  Progress progress();
+  Brin::mapping::Progress progress();
 
   // The line as it is drawn at a share from 0 to 1, without the return to its beginning.
   static std::string line(const std::string& what, double share);

@@ -44,7 +44,7 @@ install_korrin() {
   (cd "$prefix" && find . -type f -o -type l) | sort >"$work/moved.txt"
   diff "$work/staged.txt" "$work/moved.txt" || fail "a staged install differs"
   diff -r "$korrin/include" "$prefix/include" || fail "the headers differ"
-  for library in libkorrin libkorrin_io; do
+  for library in libkorrin libkorrin_io libkorrin_mapping; do
     [ "$(readlink "$prefix/lib/$library.so")" = "$library.so.${version%%.*}" ] || fail "no SONAME link"
   done
 }
@@ -59,7 +59,7 @@ check_pkg_config_directories() {
     cmake --install "$work/library" >/dev/null
     case "$libdir" in /*) found="$libdir" ;; *) found="$work/arranged/$libdir" ;; esac
     export PKG_CONFIG_PATH="$found/pkgconfig"
-    for package in korrin korrin-io; do
+    for package in korrin korrin-io korrin-mapping; do
       [ -e "$(pkg-config --variable=libdir $package)/lib${package/-/_}.so" ] ||
         fail "no library in $libdir"
       [ -e "$(pkg-config --variable=includedir $package)/korrin/korrin.hpp" ] || fail "no headers"
@@ -77,6 +77,9 @@ build_with_pkg_config() {
   # shellcheck disable=SC2046  # a list of words
   "$CXX" -std=c++17 "$stranger/files.cpp" -o "$work/pkg_config/stranger_files" \
     $(pkg-config --cflags --libs korrin-io) -Wl,-rpath,"$(pkg-config --variable=libdir korrin-io)"
+  # shellcheck disable=SC2046  # a list of words
+  "$CXX" -std=c++17 "$stranger/mapping.cpp" -o "$work/pkg_config/stranger_mapping" \
+    $(pkg-config --cflags --libs korrin-mapping) -Wl,-rpath,"$(pkg-config --variable=libdir korrin-mapping)"
 }
 
 build_with_cmake() {
@@ -96,8 +99,8 @@ check_that_nothing_is_forced() {
   grep -E '^CMAKE_BUILD_TYPE:[A-Z]+=$' "$work/$way/CMakeCache.txt" >/dev/null || fail "a build type is set"
   if grep -E '^KORRIN_BUILD_[A-Z]+:BOOL=ON' "$work/$way/CMakeCache.txt"; then fail "more is built"; fi
   if find "$work/$way" -name '*_test' -o -name 'korrin_bench*' | grep .; then fail "tests are built"; fi
-  if [ "$way" = add_subdirectory ] && find "$work/$way" -name 'libkorrin_io*' | grep .; then
-    fail "korrin::io is built"
+  if [ "$way" = add_subdirectory ] && find "$work/$way" -name 'libkorrin_*' | grep .; then
+    fail "a further library is built"
   fi
 }
 
@@ -121,5 +124,8 @@ if [ -x "$work/$way/stranger_files" ]; then
   # shellcheck disable=SC2086  # a list of words
   (cd "$work/$way" && ./stranger_files $real_maps) | diff "$stranger/expected_files.txt" - ||
     fail "another plan on map files"
+fi
+if [ -x "$work/$way/stranger_mapping" ]; then
+  "$work/$way/stranger_mapping" | diff "$stranger/expected_mapping.txt" - || fail "another graph"
 fi
 echo "$way: the stranger finds its way"

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "korrin/mapping/grid_builder.hpp"
 #include "tests/support/laser_world.hpp"
 
 namespace korrin_test {
@@ -62,8 +63,8 @@ double worstError(const std::vector<LoggedScan>& scans, const std::vector<Pose2D
 }
 
 double likelihoodOf(const std::vector<LoggedScan>& scans) {
-  const auto frame = korrin_tool::gridAround(scans, kResolution);
-  return korrin_tool::judgeGrid(korrin_tool::buildGrid(scans, *frame), scans).likelihood;
+  const auto frame = Brin::mapping::gridAround(scans, kResolution);
+  return Brin::mapping::judgeGrid(Brin::mapping::buildGrid(scans, *frame), scans).likelihood;
 }
 
 TEST(AlignLog, MendsSlippingOdometry) {

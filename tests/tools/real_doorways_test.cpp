@@ -9,11 +9,11 @@
 #include <iostream>
 #include <optional>
 
+#include "korrin/mapping/grid_builder.hpp"
 #include "korrin/occupancy_mapper.hpp"
 #include "korrin/scan_holes.hpp"
 #include "tests/support/laser_world.hpp"
 #include "tools/format.hpp"
-#include "tools/grid_builder.hpp"
 
 namespace korrin_test {
 namespace {
@@ -111,7 +111,7 @@ std::vector<std::size_t> approachTo(const Doorway& doorway, const Scans& scans) 
 
 TEST(RealDoorways, AreHolesInTheScansOnTheWayThere) {
   const Scans scans = theLog();
-  Brin::OccupancyMap map = korrin_tool::buildGrid(scans, *korrin_tool::gridAround(scans, 0.05f));
+  Brin::OccupancyMap map = Brin::mapping::buildGrid(scans, *Brin::mapping::gridAround(scans, 0.05f));
   const Brin::OccupancyMapper mapper(&map);
   std::vector<Clearance> clearances;
   for (const LoggedScan& logged : scans) clearances.push_back(clearanceAt(mapper, logged.pose));

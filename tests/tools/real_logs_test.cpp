@@ -8,9 +8,9 @@
 #include <iostream>
 #include <map>
 
+#include "korrin/mapping/grid_builder.hpp"
 #include "tests/support/laser_world.hpp"
 #include "tools/format.hpp"
-#include "tools/grid_builder.hpp"
 #include "tools/log_alignment.hpp"
 #include "tools/rescan.hpp"
 #include "tools/scan_match.hpp"
@@ -21,9 +21,9 @@ namespace {
 using Brin::Pose2D;
 using Brin::io::LoggedScan;
 using korrin_tool::agree;
-using korrin_tool::buildGrid;
+using Brin::mapping::buildGrid;
 using korrin_tool::formatNumber;
-using korrin_tool::judgeGrid;
+using Brin::mapping::judgeGrid;
 using korrin_tool::ScanMatch;
 using korrin_tool::ScanPair;
 using korrin_tool::ScoredPose;
@@ -76,9 +76,9 @@ const Aligned& alignedPart(const Part& part) {
   return result;
 }
 
-korrin_tool::GridQuality qualityOf(const Scans& scans) {
-  const auto frame = korrin_tool::gridAround(scans, kCell);
-  return judgeGrid(korrin_tool::croppedToFree(buildGrid(scans, *frame)), scans);
+Brin::mapping::GridQuality qualityOf(const Scans& scans) {
+  const auto frame = Brin::mapping::gridAround(scans, kCell);
+  return judgeGrid(Brin::mapping::croppedToFree(buildGrid(scans, *frame)), scans);
 }
 
 TEST(RealLogs, MatchingMakesNoMapWorse) {
@@ -155,7 +155,7 @@ TEST(RealLogs, MatchesOfSimulatedScansFindWhereTheyWereTaken) {
   for (const Part& part : kParts) {
     const Aligned& scans = alignedPart(part);
     const Brin::OccupancyMap map =
-        buildGrid(scans.aligned, *korrin_tool::gridAround(scans.aligned, kCell));
+        buildGrid(scans.aligned, *Brin::mapping::gridAround(scans.aligned, kCell));
     for (const ScanPair& pair : korrin_tool::closePairs(scans.logged, part.pairs, 20261121)) {
       const auto again = [&](std::size_t scan) {
         return korrin_tool::rescanned(scans.aligned[scan], map, 0.02f);

@@ -5,12 +5,12 @@
 #include <memory>
 
 #include "korrin/io/map_file.hpp"
+#include "korrin/mapping/grid_builder.hpp"
 #include "tools/commands/arguments.hpp"
 #include "tools/commands/command_output.hpp"
 #include "tools/commands/commands.hpp"
 #include "tools/commands/log_options.hpp"
 #include "tools/commands/map_output.hpp"
-#include "tools/grid_builder.hpp"
 #include "tools/log_alignment.hpp"
 #include "tools/pictures/canvas.hpp"
 #include "tools/progress_bar.hpp"
@@ -31,7 +31,7 @@ struct BuildOptions {
 
 Brin::OccupancyMapParams frameFor(const BuildOptions& options,
                                   const std::vector<Brin::io::LoggedScan>& scans) {
-  const auto frame = gridAround(scans, options.resolution);
+  const auto frame = Brin::mapping::gridAround(scans, options.resolution);
   if (frame) return *frame;
   throw UsageError(options.log.path + ": the scans reach too far for cells of " +
                    formatShort(options.resolution) +
@@ -78,7 +78,7 @@ void describeShifts(const std::vector<Brin::io::LoggedScan>& before, const Align
 }
 
 void describeMap(const BuildOptions& options, const Brin::OccupancyMapParams& map,
-                 const GridQuality& quality, std::size_t scans, CommandOutput& output) {
+                 const Brin::mapping::GridQuality& quality, std::size_t scans, CommandOutput& output) {
   const auto count = [](std::size_t number) {
     return formatCount(static_cast<std::int64_t>(number));
   };
@@ -135,10 +135,10 @@ void runBuild(BuildOptions& options) {
   const Stopwatch building;
   ProgressBar bar("build");
   const Brin::OccupancyMap map =
-      croppedToFree(buildGrid(scans, frameFor(options, scans), bar.progress()));
+      Brin::mapping::croppedToFree(Brin::mapping::buildGrid(scans, frameFor(options, scans), bar.progress()));
   const double buildSeconds = building.seconds();
   Brin::io::writeMapFile(map, options.map);
-  describeMap(options, map.params, judgeGrid(map, scans), scans.size(), output);
+  describeMap(options, map.params, Brin::mapping::judgeGrid(map, scans), scans.size(), output);
 
   output.line("time", "read " + formatSeconds(readSeconds) +
                           (options.match ? ", match " + formatSeconds(matchSeconds) : "") +

@@ -136,7 +136,7 @@ void runPairs(PairsOptions& options) {
   Pairs pairs(options, log.scans);
   {
     ProgressBar bar("match");
-    const Progress progress = bar.progress();
+    const Brin::mapping::Progress progress = bar.progress();
     for (std::size_t i = 0; i < drawn.size(); ++i) {
       pairs.judge(drawn[i]);
       if (progress) progress(static_cast<double>(i + 1) / static_cast<double>(drawn.size()));

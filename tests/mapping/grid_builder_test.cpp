@@ -1,4 +1,4 @@
-#include "tools/grid_builder.hpp"
+#include "korrin/mapping/grid_builder.hpp"
 
 #include <gtest/gtest.h>
 
@@ -16,10 +16,10 @@ using Brin::OccupancyMapParams;
 using Brin::Pose2D;
 using Brin::io::LaserLog;
 using Brin::io::LoggedScan;
-using korrin_tool::buildGrid;
-using korrin_tool::croppedToFree;
-using korrin_tool::gridAround;
-using korrin_tool::judgeGrid;
+using Brin::mapping::buildGrid;
+using Brin::mapping::croppedToFree;
+using Brin::mapping::gridAround;
+using Brin::mapping::judgeGrid;
 
 LoggedScan oneBeam(const Pose2D& pose, float range, float angle) {
   LoggedScan logged;

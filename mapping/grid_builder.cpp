@@ -1,4 +1,4 @@
-#include "tools/grid_builder.hpp"
+#include "korrin/mapping/grid_builder.hpp"
 
 #include <algorithm>
 #include <cmath>
@@ -7,13 +7,8 @@
 #include "korrin/occupancy_mapper.hpp"
 #include "korrin/range_simulation.hpp"
 
-namespace korrin_tool {
+namespace Brin::mapping {
 namespace {
-
-using Brin::OccupancyMap;
-using Brin::OccupancyMapParams;
-using Brin::Pose2D;
-using Brin::RangeReading;
 
 // Small steps: the order in which beams come in hardly matters. A wall keeps its cells though beams
 // graze them, as long as more than one beam in five ends there.
@@ -27,18 +22,18 @@ constexpr double kMargin = 0.5;      // metres around everything in the grid's f
 constexpr double kCropMargin = 1.0;  // metres around the free cells
 constexpr double kMaxCells = 50e6;
 
-Pose2D endOf(const Brin::io::LoggedScan& logged, const RangeReading& reading) {
-  const Brin::Point2D end = reading.toPoint2D();
+Pose2D endOf(const io::LoggedScan& logged, const RangeReading& reading) {
+  const Point2D end = reading.toPoint2D();
   return logged.pose.absProject({end.x, end.y, 0.0f});
 }
 
 // The reading as OccupancyMapper wants it to end in the cell that holds its end: the mapper adds a
 // truncated offset to the robot's cell, whose own middle the robot is not in. Half a cell more
 // than the whole offset survives any rounding.
-RangeReading aimedAtItsCell(const Brin::io::LoggedScan& logged, const RangeReading& reading,
+RangeReading aimedAtItsCell(const io::LoggedScan& logged, const RangeReading& reading,
                             const OccupancyMapParams& frame) {
-  const Brin::Pose2Di robot = frame.getPixelFromPose(logged.pose);
-  const Brin::Pose2Di end = frame.getPixelFromPose(endOf(logged, reading));
+  const Pose2Di robot = frame.getPixelFromPose(logged.pose);
+  const Pose2Di end = frame.getPixelFromPose(endOf(logged, reading));
   const auto outwards = [](int offset) {
     return static_cast<double>(offset) + (offset > 0 ? 0.5 : offset < 0 ? -0.5 : 0.0);
   };
@@ -51,12 +46,12 @@ RangeReading aimedAtItsCell(const Brin::io::LoggedScan& logged, const RangeReadi
 }
 
 // The grid's axes are the world's, as the mapper wants it.
-void enterScan(const Brin::io::LoggedScan& logged, OccupancyMap& map) {
+void enterScan(const io::LoggedScan& logged, OccupancyMap& map) {
   std::vector<RangeReading> readings;
   for (const RangeReading& reading : logged.scan.readings) {
     if (reading.weight > 0.0f) readings.push_back(aimedAtItsCell(logged, reading, map));
   }
-  Brin::OccupancyMapper(&map).updateMap(readings, logged.pose, kFreeStep, kOccupiedStep);
+  OccupancyMapper(&map).updateMap(readings, logged.pose, kFreeStep, kOccupiedStep);
 }
 
 template <typename Change>
@@ -81,9 +76,9 @@ struct Box {
   }
 };
 
-Box boxAround(const std::vector<Brin::io::LoggedScan>& scans) {
+Box boxAround(const std::vector<io::LoggedScan>& scans) {
   Box box;
-  for (const Brin::io::LoggedScan& logged : scans) {
+  for (const io::LoggedScan& logged : scans) {
     box.add(logged.pose.x, logged.pose.y);
     for (const RangeReading& reading : logged.scan.readings) {
       if (reading.weight <= 0.0f) continue;
@@ -95,13 +90,13 @@ Box boxAround(const std::vector<Brin::io::LoggedScan>& scans) {
 }
 
 // The scanner that took a scan, as far as a grid can tell it.
-Brin::ScanModel scannerOf(const Brin::Scan& scan, float resolution) {
+ScanModel scannerOf(const Scan& scan, float resolution) {
   float farthest = 0.0f;
   for (const RangeReading& reading : scan.readings) {
     if (reading.status == 0) farthest = std::max(farthest, reading.range);
   }
   const float first = scan.readings.front().angle;
-  Brin::ScanModel model(static_cast<int>(scan.readings.size()), farthest + 1.0f,
+  ScanModel model(static_cast<int>(scan.readings.size()), farthest + 1.0f,
                         scan.readings.back().angle - first);
   model.startAngle = first;
   model.minRange = 0.0f;
@@ -110,11 +105,11 @@ Brin::ScanModel scannerOf(const Brin::Scan& scan, float resolution) {
 }
 
 // The likelihood of the beams of one scan that hit something; nothing when none did.
-std::optional<double> likelihoodOf(const Brin::io::LoggedScan& logged, const OccupancyMap& map) {
+std::optional<double> likelihoodOf(const io::LoggedScan& logged, const OccupancyMap& map) {
   if (logged.scan.readings.size() < 2) return std::nullopt;
-  const Brin::ScanModel model = scannerOf(logged.scan, map.params.resolution);
+  const ScanModel model = scannerOf(logged.scan, map.params.resolution);
   std::vector<RangeReading> simulated;
-  Brin::occMapSimulateScan(map, model, logged.pose, simulated, kOccupiedBelow);
+  occMapSimulateScan(map, model, logged.pose, simulated, kOccupiedBelow);
   std::vector<RangeReading> measuredHits;
   std::vector<RangeReading> simulatedHits;
   for (std::size_t i = 0; i < simulated.size(); ++i) {
@@ -128,7 +123,7 @@ std::optional<double> likelihoodOf(const Brin::io::LoggedScan& logged, const Occ
 
 }  // namespace
 
-std::optional<OccupancyMapParams> gridAround(const std::vector<Brin::io::LoggedScan>& scans,
+std::optional<OccupancyMapParams> gridAround(const std::vector<io::LoggedScan>& scans,
                                              float resolution) {
   if (scans.empty()) return std::nullopt;
   const double cell = double{resolution};
@@ -180,7 +175,7 @@ void tidy(OccupancyMap& map) {
 
 }  // namespace
 
-OccupancyMap buildGrid(const std::vector<Brin::io::LoggedScan>& scans,
+OccupancyMap buildGrid(const std::vector<io::LoggedScan>& scans,
                        const OccupancyMapParams& frame, const Progress& progress) {
   OccupancyMap map(frame, false);
   for (std::size_t i = 0; i < scans.size(); ++i) {
@@ -213,7 +208,7 @@ OccupancyMap croppedToFree(const OccupancyMap& map) {
   return cropped;
 }
 
-GridQuality judgeGrid(const OccupancyMap& map, const std::vector<Brin::io::LoggedScan>& scans,
+GridQuality judgeGrid(const OccupancyMap& map, const std::vector<io::LoggedScan>& scans,
                       std::size_t samples) {
   GridQuality quality;
   for (int y = 0; y < map.params.height; ++y) {
@@ -237,4 +232,4 @@ GridQuality judgeGrid(const OccupancyMap& map, const std::vector<Brin::io::Logge
   return quality;
 }
 
-}  // namespace korrin_tool
+}  // namespace Brin::mapping
