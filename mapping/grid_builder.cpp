@@ -97,7 +97,7 @@ ScanModel scannerOf(const Scan& scan, float resolution) {
   }
   const float first = scan.readings.front().angle;
   ScanModel model(static_cast<int>(scan.readings.size()), farthest + 1.0f,
-                        scan.readings.back().angle - first);
+                  scan.readings.back().angle - first);
   model.startAngle = first;
   model.minRange = 0.0f;
   model.rangeSigma = 2.0f * resolution;
@@ -175,8 +175,8 @@ void tidy(OccupancyMap& map) {
 
 }  // namespace
 
-OccupancyMap buildGrid(const std::vector<io::LoggedScan>& scans,
-                       const OccupancyMapParams& frame, const Progress& progress) {
+OccupancyMap buildGrid(const std::vector<io::LoggedScan>& scans, const OccupancyMapParams& frame,
+                       const Progress& progress) {
   OccupancyMap map(frame, false);
   for (std::size_t i = 0; i < scans.size(); ++i) {
     enterScan(scans[i], map);
@@ -209,7 +209,7 @@ OccupancyMap croppedToFree(const OccupancyMap& map) {
 }
 
 GridQuality judgeGrid(const OccupancyMap& map, const std::vector<io::LoggedScan>& scans,
-                      std::size_t samples) {
+                      std::int32_t samples) {
   GridQuality quality;
   for (int y = 0; y < map.params.height; ++y) {
     for (int x = 0; x < map.params.width; ++x) {
@@ -219,7 +219,7 @@ GridQuality judgeGrid(const OccupancyMap& map, const std::vector<io::LoggedScan>
     }
   }
   const std::size_t stride =
-      std::max<std::size_t>(1, scans.size() / std::max<std::size_t>(1, samples));
+      std::max<std::size_t>(1, scans.size() / static_cast<std::size_t>(std::max(1, samples)));
   double sum = 0.0;
   for (std::size_t i = 0; i < scans.size(); i += stride) {
     const std::optional<double> likelihood = likelihoodOf(scans[i], map);

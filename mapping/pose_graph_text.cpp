@@ -91,8 +91,8 @@ class G2oParser {
     GraphEdge edge;
     edge.motion = readPose(words);
     GraphInformation& known = edge.information;
-    for (double* value : {&known.xx, &known.xy, &known.xTheta, &known.yy, &known.yTheta,
-                          &known.thetaTheta}) {
+    for (double* value :
+         {&known.xx, &known.xy, &known.xTheta, &known.yy, &known.yTheta, &known.thetaTheta}) {
       *value = readNumber(words);
     }
     graph_.edges.push_back(edge);

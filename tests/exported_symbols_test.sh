@@ -28,7 +28,9 @@ fi
 # What each family offers. Plain records live in the headers alone.
 case "$expected" in
   *_mapping.txt) offered="gridAround buildGrid croppedToFree judgeGrid PoseGraph::solve
-    PoseGraph::squaredResidual composed seenFrom toG2o parseG2o readG2o writeG2o" ;;
+    PoseGraph::squaredResidual composed seenFrom toG2o parseG2o readG2o writeG2o alignLog
+    graphOf writeTrack ScanAligner::ScanAligner ScanAligner::add ScanAligner::poses
+    ScanAligner::keyScans ScanAligner::links ScanAligner::graph ScanAligner::summary" ;;
   *_io.txt) offered="FileError::FileError readMapFile writeMapFile readLaserLog parseLaserLog
     writeLaserLog readPathFile writePathFile" ;;
   *) offered="

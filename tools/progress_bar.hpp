@@ -8,7 +8,6 @@
 
 #include "korrin/mapping/progress.hpp"
 
-
 namespace korrin_tool {
 
 class ProgressBar {

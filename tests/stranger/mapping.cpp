@@ -1,8 +1,7 @@
 // A program that knows korrin_mapping only from outside: it solves a small graph and writes it.
-#include <korrin/mapping/mapping.hpp>
-
 #include <cmath>
 #include <iostream>
+#include <korrin/mapping/mapping.hpp>
 
 int main() {
   Brin::mapping::PoseGraph graph = Brin::mapping::parseG2o(

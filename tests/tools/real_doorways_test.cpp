@@ -111,7 +111,8 @@ std::vector<std::size_t> approachTo(const Doorway& doorway, const Scans& scans) 
 
 TEST(RealDoorways, AreHolesInTheScansOnTheWayThere) {
   const Scans scans = theLog();
-  Brin::OccupancyMap map = Brin::mapping::buildGrid(scans, *Brin::mapping::gridAround(scans, 0.05f));
+  Brin::OccupancyMap map =
+      Brin::mapping::buildGrid(scans, *Brin::mapping::gridAround(scans, 0.05f));
   const Brin::OccupancyMapper mapper(&map);
   std::vector<Clearance> clearances;
   for (const LoggedScan& logged : scans) clearances.push_back(clearanceAt(mapper, logged.pose));

@@ -9,9 +9,9 @@
 #include <map>
 
 #include "korrin/mapping/grid_builder.hpp"
+#include "korrin/mapping/log_alignment.hpp"
 #include "tests/support/laser_world.hpp"
 #include "tools/format.hpp"
-#include "tools/log_alignment.hpp"
 #include "tools/rescan.hpp"
 #include "tools/scan_match.hpp"
 
@@ -20,10 +20,10 @@ namespace {
 
 using Brin::Pose2D;
 using Brin::io::LoggedScan;
-using korrin_tool::agree;
 using Brin::mapping::buildGrid;
-using korrin_tool::formatNumber;
 using Brin::mapping::judgeGrid;
+using korrin_tool::agree;
+using korrin_tool::formatNumber;
 using korrin_tool::ScanMatch;
 using korrin_tool::ScanPair;
 using korrin_tool::ScoredPose;
@@ -72,7 +72,7 @@ const Aligned& alignedPart(const Part& part) {
   Aligned& result = parts[part.log];
   if (!result.logged.empty()) return result;
   result.logged = firstScans(part.log, part.scans);
-  result.aligned = korrin_tool::alignLog(result.logged, kCell).scans;
+  result.aligned = Brin::mapping::alignLog(result.logged, {{}, kCell}).scans;
   return result;
 }
 

@@ -6,13 +6,16 @@
 
 #include "korrin/io/map_file.hpp"
 #include "korrin/mapping/grid_builder.hpp"
+#include "korrin/mapping/log_alignment.hpp"
+#include "korrin/mapping/track_file.hpp"
+#include "tools/commands/alignment_output.hpp"
 #include "tools/commands/arguments.hpp"
 #include "tools/commands/command_output.hpp"
 #include "tools/commands/commands.hpp"
 #include "tools/commands/log_options.hpp"
 #include "tools/commands/map_output.hpp"
-#include "tools/log_alignment.hpp"
 #include "tools/pictures/canvas.hpp"
+#include "tools/pictures/graph_picture.hpp"
 #include "tools/progress_bar.hpp"
 #include "tools/stopwatch.hpp"
 #include "tools/usage_error.hpp"
@@ -26,6 +29,9 @@ struct BuildOptions {
   std::string scans = "..";
   float resolution = 0.05f;
   bool match = false;
+  std::string poses;
+  std::string graph;
+  std::string g2o;
   CommandOutput output;
 };
 
@@ -38,47 +44,9 @@ Brin::OccupancyMapParams frameFor(const BuildOptions& options,
                    " m; a larger --resolution or a --max-range may help");
 }
 
-const char* nameOf(AlignmentKind kind) {
-  switch (kind) {
-    case AlignmentKind::Carried:
-      return "carried";
-    case AlignmentKind::Settled:
-      return "settled";
-    case AlignmentKind::Logged:
-      break;
-  }
-  return "logged";
-}
-
-// How far matching moved the scans.
-void describeShifts(const std::vector<Brin::io::LoggedScan>& before, const Alignment& aligned,
-                    CommandOutput& output) {
-  double sum = 0.0;
-  double largest = 0.0;
-  for (std::size_t i = 0; i < before.size(); ++i) {
-    const Brin::Pose2D& from = before[i].pose;
-    const Brin::Pose2D& to = aligned.scans[i].pose;
-    const double shift = std::hypot(to.x - from.x, to.y - from.y);
-    sum += shift;
-    largest = std::max(largest, shift);
-  }
-  const double mean = sum / static_cast<double>(before.size());
-  output.json["poses"] = nameOf(aligned.kind);
-  output.json["meanShift"] = mean;
-  output.json["largestShift"] = largest;
-  if (aligned.kind == AlignmentKind::Logged) {
-    output.line("poses", "as logged; matching found none better");
-    return;
-  }
-  const std::string from = aligned.kind == AlignmentKind::Carried
-                               ? "corrections carried along the log, then settled"
-                               : "settled from the logged ones";
-  output.line("poses", from + "; moved " + formatMetres(mean) + " on average, " +
-                           formatMetres(largest) + " at most");
-}
-
 void describeMap(const BuildOptions& options, const Brin::OccupancyMapParams& map,
-                 const Brin::mapping::GridQuality& quality, std::size_t scans, CommandOutput& output) {
+                 const Brin::mapping::GridQuality& quality, std::size_t scans,
+                 CommandOutput& output) {
   const auto count = [](std::size_t number) {
     return formatCount(static_cast<std::int64_t>(number));
   };
@@ -124,18 +92,19 @@ void runBuild(BuildOptions& options) {
   frameFor(options, scans);  // before the long work, whether there is a map at all
 
   const Stopwatch matching;
+  Brin::mapping::Alignment aligned;
   if (options.match) {
     ProgressBar bar("match");
-    Alignment aligned = alignLog(scans, options.resolution, bar.progress());
-    describeShifts(scans, aligned, output);
-    scans = std::move(aligned.scans);
+    aligned = Brin::mapping::alignLog(scans, {{}, options.resolution}, bar.progress());
+    describeAlignment(scans, aligned, output);
+    scans = aligned.scans;
   }
   const double matchSeconds = matching.seconds();
 
   const Stopwatch building;
   ProgressBar bar("build");
-  const Brin::OccupancyMap map =
-      Brin::mapping::croppedToFree(Brin::mapping::buildGrid(scans, frameFor(options, scans), bar.progress()));
+  const Brin::OccupancyMap map = Brin::mapping::croppedToFree(
+      Brin::mapping::buildGrid(scans, frameFor(options, scans), bar.progress()));
   const double buildSeconds = building.seconds();
   Brin::io::writeMapFile(map, options.map);
   describeMap(options, map.params, Brin::mapping::judgeGrid(map, scans), scans.size(), output);
@@ -145,6 +114,9 @@ void runBuild(BuildOptions& options) {
                           ", build " + formatSeconds(buildSeconds));
   output.json["timings"] = {
       {"read", readSeconds}, {"match", matchSeconds}, {"build", buildSeconds}};
+  if (!options.poses.empty()) Brin::mapping::writeTrack(scans, options.poses, log.noReturn);
+  if (!options.g2o.empty()) writeG2o(graphOf(aligned), options.g2o);
+  if (!options.graph.empty()) drawGraph(map, aligned).save(options.graph);
   if (output.wantsPicture()) output.savePicture(drawBuiltMap(map, scans));
   output.deliver();
 }
@@ -167,6 +139,20 @@ void addBuildCommand(CLI::App& app) {
       ->option_text("A..B");
   command->add_flag("--match", options->match,
                     "first correct the poses of the log by matching its scans with each other");
+  command
+      ->add_option("--poses", options->poses,
+                   "write where each scan was taken: a log when FILE ends in .log or .log.gz, else "
+                   "lines \"stamp x y 0 0 0 qz qw\"")
+      ->option_text("FILE");
+  CLI::Option* const match = command->get_option("--match");
+  command
+      ->add_option("--graph", options->graph,
+                   "draw key scans and what links them, loops coloured by how far they are off")
+      ->needs(match)
+      ->option_text("PNG");
+  command->add_option("--g2o", options->g2o, "write that graph as g2o text")
+      ->needs(match)
+      ->option_text("FILE");
   addOutputOptions(*command, options->output, "draw the map and the way driven");
   command->footer(
       "Beams that met nothing, and say so by the largest range of the log, clear no cells. "

@@ -5,12 +5,12 @@
 #include <optional>
 
 #include "korrin/io/map_file.hpp"
+#include "korrin/mapping/log_alignment.hpp"
 #include "tools/commands/arguments.hpp"
 #include "tools/commands/command_output.hpp"
 #include "tools/commands/commands.hpp"
 #include "tools/commands/log_options.hpp"
 #include "tools/commands/search_options.hpp"
-#include "tools/log_alignment.hpp"
 #include "tools/negative_answer.hpp"
 #include "tools/open_map.hpp"
 #include "tools/progress_bar.hpp"
@@ -56,7 +56,7 @@ class Pairs {
     if (!options.map.empty()) map_ = openMap(options.map);
     if (!options.align) return;
     ProgressBar bar("align");
-    aligned_ = alignLog(logged, kGridResolution, bar.progress()).scans;
+    aligned_ = Brin::mapping::alignLog(logged, {{}, kGridResolution}, bar.progress()).scans;
   }
 
   void judge(const ScanPair& pair) {

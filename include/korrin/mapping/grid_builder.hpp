@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -22,14 +23,15 @@ namespace Brin::mapping {
 // its cells' borders at multiples of `resolution`. Nothing when that would be more than 50 million
 // cells. Beams of weight 0 do not count.
 KORRIN_EXPORT std::optional<OccupancyMapParams> gridAround(const std::vector<io::LoggedScan>& scans,
-                                                   float resolution);
+                                                           float resolution);
 
 // The grid of these scans, at their own poses: each beam makes the cells it crosses a little freer
 // and lowers the one it hits more. In the end a cell is occupied when hits prevail and free when it
 // was crossed at least twice beyond that, or nearly all around it is free; what only a lone beam
 // crossed stays unknown.
 KORRIN_EXPORT OccupancyMap buildGrid(const std::vector<io::LoggedScan>& scans,
-                             const OccupancyMapParams& frame, const Progress& progress = {});
+                                     const OccupancyMapParams& frame,
+                                     const Progress& progress = {});
 
 // The part of a grid that is of use: the free cells with one metre around. What single beams hit
 // far out, through a window, is left away. A grid without free cells comes back whole.
@@ -44,8 +46,9 @@ struct GridQuality {
   double likelihood = 0.0;
 };
 
-// Compares the grid with at most about `samples` of the scans.
-KORRIN_EXPORT GridQuality judgeGrid(const OccupancyMap& map, const std::vector<io::LoggedScan>& scans,
-                      std::size_t samples = 200);
+// Compares the grid with at most about `samples` of the scans; below 1, with one.
+KORRIN_EXPORT GridQuality judgeGrid(const OccupancyMap& map,
+                                    const std::vector<io::LoggedScan>& scans,
+                                    std::int32_t samples = 200);
 
 }  // namespace Brin::mapping

@@ -39,8 +39,8 @@ struct GraphPose {
 // [-pi, pi]. Constant time.
 KORRIN_EXPORT GraphPose composed(const GraphPose& pose, const GraphPose& rel);
 
-// `pose` as seen from `origin`, both given in one frame: composed(origin, seenFrom(origin, pose)) is
-// `pose` but for rounding and whole turns. Constant time.
+// `pose` as seen from `origin`, both given in one frame: composed(origin, seenFrom(origin, pose))
+// is `pose` but for rounding and whole turns. Constant time.
 KORRIN_EXPORT GraphPose seenFrom(const GraphPose& origin, const GraphPose& pose);
 
 // How sure a motion is: the inverse of its covariance, which is symmetric, in 1 / m^2, 1 / (m rad)
@@ -65,8 +65,8 @@ struct GraphEdge {
 
 // How a solution came about.
 struct GraphSolution {
-  bool converged = false;  // the last step made the sum smaller by less than 1e-8 of it
-  int iterations = 0;      // steps tried
+  bool converged = false;   // the last step made the sum smaller by less than 1e-8 of it
+  int iterations = 0;       // steps tried
   double costBefore = 0.0;  // half the sum that is made small, before
   double costAfter = 0.0;   // and after
 };
@@ -103,9 +103,9 @@ class KORRIN_EXPORT PoseGraph {
 KORRIN_EXPORT std::string toG2o(const PoseGraph& graph, const std::string& name = "graph");
 
 // Reads such a text. Nodes may have any numbers, 64 bits, not negative, in any order; they become
-// nodes in the order of their lines. FIX lines, which name nodes that others hold still, blank lines
-// and lines that begin with # are passed over. A line of another kind, a number that cannot be read
-// or is not finite, a node that comes twice and an edge to a node that does not come are a
+// nodes in the order of their lines. FIX lines, which name nodes that others hold still, blank
+// lines and lines that begin with # are passed over. A line of another kind, a number that cannot
+// be read or is not finite, a node that comes twice and an edge to a node that does not come are a
 // FileError that names the line. Time: n log n for n lines.
 KORRIN_EXPORT PoseGraph parseG2o(std::string_view text, const std::string& name = "graph");
 

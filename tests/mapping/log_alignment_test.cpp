@@ -1,4 +1,4 @@
-#include "tools/log_alignment.hpp"
+#include "korrin/mapping/log_alignment.hpp"
 
 #include <gtest/gtest.h>
 
@@ -13,9 +13,9 @@ namespace {
 
 using Brin::Pose2D;
 using Brin::io::LoggedScan;
-using korrin_tool::alignLog;
-using korrin_tool::Alignment;
-using korrin_tool::AlignmentKind;
+using Brin::mapping::alignLog;
+using Brin::mapping::Alignment;
+using Brin::mapping::AlignmentKind;
 
 constexpr float kResolution = 0.05f;
 
@@ -70,8 +70,8 @@ double likelihoodOf(const std::vector<LoggedScan>& scans) {
 TEST(AlignLog, MendsSlippingOdometry) {
   const std::vector<Pose2D> truth = roundTrip(50);
   const std::vector<LoggedScan> logged = scansAt(truth, slipping(truth, 0.008f));
-  const Alignment aligned = alignLog(logged, kResolution);
-  EXPECT_EQ(aligned.kind, AlignmentKind::Carried);
+  const Alignment aligned = alignLog(logged);
+  EXPECT_EQ(aligned.kind, AlignmentKind::Aligned);
   EXPECT_GT(worstError(logged, truth), 1.0);
   EXPECT_LT(worstError(aligned.scans, truth), 0.15);
   EXPECT_GT(likelihoodOf(aligned.scans), likelihoodOf(logged) + 0.1);
@@ -87,7 +87,7 @@ TEST(AlignLog, SettlesPosesThatAreGoodButForNoise) {
     noisy[i].theta += 0.02f * std::sin(3.0f * t);
   }
   const std::vector<LoggedScan> logged = scansAt(truth, noisy);
-  const Alignment aligned = alignLog(logged, kResolution);
+  const Alignment aligned = alignLog(logged);
   EXPECT_NE(aligned.kind, AlignmentKind::Logged);
   EXPECT_LT(worstError(aligned.scans, truth), worstError(logged, truth));
   EXPECT_GT(likelihoodOf(aligned.scans), likelihoodOf(logged));
@@ -96,7 +96,7 @@ TEST(AlignLog, SettlesPosesThatAreGoodButForNoise) {
 TEST(AlignLog, NeverMakesAMapLessLikely) {
   const std::vector<Pose2D> truth = roundTrip(25);
   const std::vector<LoggedScan> exact = scansAt(truth, truth);
-  const Alignment aligned = alignLog(exact, kResolution);
+  const Alignment aligned = alignLog(exact);
   EXPECT_GE(likelihoodOf(aligned.scans), likelihoodOf(exact));
   EXPECT_LT(worstError(aligned.scans, truth), 0.1);
 }
@@ -105,7 +105,7 @@ TEST(AlignLog, KeepsThePosesWhenNothingBetterIsFound) {
   std::vector<LoggedScan> scans(1);  // one scan, nothing to match it with
   scans[0].scan = LaserWorld::twoRooms().scan({2.0f, 2.5f, 0.3f}, 180, 81.91f);
   scans[0].pose = {2.0f, 2.5f, 0.3f};
-  const Alignment aligned = alignLog(scans, kResolution);
+  const Alignment aligned = alignLog(scans);
   EXPECT_EQ(aligned.kind, AlignmentKind::Logged);
   EXPECT_EQ(aligned.scans[0].pose.x, 2.0f);
   EXPECT_EQ(aligned.scans[0].pose.theta, 0.3f);
@@ -117,13 +117,13 @@ TEST(AlignLog, TakesScansThatHitNothingAndPosesFarApart) {
   scans[2].scan.readings.emplace_back(5.0f, 0.0f);
   scans[2].scan.readings[0].status = 1;
   scans[3].scan.readings.emplace_back(2.0f, 0.0f);
-  EXPECT_EQ(alignLog(scans, kResolution).scans.size(), 4u);
+  EXPECT_EQ(alignLog(scans).scans.size(), 4u);
 }
 
 TEST(AlignLog, TellsOfItsProgress) {
   const std::vector<Pose2D> truth = roundTrip(5);
   double last = 0.0;
-  alignLog(scansAt(truth, truth), kResolution, [&](double share) {
+  alignLog(scansAt(truth, truth), {}, [&](double share) {
     EXPECT_GE(share, last);
     last = share;
   });

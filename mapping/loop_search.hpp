@@ -1,0 +1,40 @@
+// Places found again, where the graph is not sure how far they are.
+#pragma once
+
+#include <vector>
+
+#include "mapping/key_graph.hpp"
+
+namespace Brin::mapping {
+
+// Looks for places again, and waits with each until others say the same.
+class LoopSearch {
+ public:
+  // Loops that can be told now that `key`, the last one, has come: to it, and to earlier ones that
+  // had waited. `seen` is what the graph knows of all keys from there.
+  std::vector<KeyLink> find(const KeyGraph& graph, std::size_t key,
+                            const std::vector<SeenKey>& seen);
+
+  // How many suggestions others have not agreed with so far.
+  std::size_t waiting() const;
+
+ private:
+  // A loop that may be one.
+  struct Suggestion {
+    KeyLink link;
+    double share = 0.0;  // of points matched
+    bool isTaken = false;
+  };
+
+  std::vector<Suggestion> suggestionsFor(const KeyGraph& graph, std::size_t key,
+                                         const std::vector<SeenKey>& seen) const;
+  std::vector<KeyLink> agreedWith(const KeyGraph& graph, std::size_t index);
+  static bool agree(const KeyGraph& graph, const KeyLink& one, const KeyLink& other);
+  static bool hasRival(const KeyGraph& graph, const Suggestion& one,
+                       const std::vector<Suggestion>& all);
+
+  std::vector<Suggestion> suggestions_;
+  double failedAt_ = -1e9;  // the way at the last search that found nothing
+};
+
+}  // namespace Brin::mapping
