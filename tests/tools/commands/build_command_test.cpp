@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <opencv2/imgcodecs.hpp>
 
+#include "korrin/io/laser_log.hpp"
 #include "korrin/io/map_file.hpp"
 #include "tests/tools/log_files.hpp"
 
@@ -117,11 +118,38 @@ TEST_F(BuildCommand, MatchingMendsSlippingPoses) {
   writeFile(log_, text);
   const json asLogged = buildJson();
   const json matched = buildJson({"--match"});
-  EXPECT_EQ(matched["poses"], "carried");
+  EXPECT_EQ(matched["poses"], "aligned");
   EXPECT_GT(matched["largestShift"], 0.4);
   EXPECT_LT(matched["occupiedCells"], asLogged["occupiedCells"]);
   EXPECT_GT(matched["likelihood"], asLogged["likelihood"]);
-  EXPECT_THAT(build({"--match"}).output, HasSubstr("poses       corrections carried along"));
+  EXPECT_THAT(build({"--match"}).output, HasSubstr("poses       aligned scan by scan, then"));
+}
+
+TEST_F(BuildCommand, MatchingTellsOfKeyScansLoopsAndDrift) {
+  const json matched = buildJson({"--match"});
+  EXPECT_GT(matched["keyScans"], 10);
+  EXPECT_EQ(matched["loops"].size(), matched["loopsAccepted"]);
+  EXPECT_GE(matched["loopsFound"], matched["loopsAccepted"]);
+  EXPECT_GT(matched["way"], 5.0);
+  EXPECT_LT(matched["drift"], 0.2);  // the log's own poses are the true ones
+  const std::string output = build({"--match"}).output;
+  EXPECT_THAT(output, HasSubstr("\nkey scans "));
+  EXPECT_THAT(output, HasSubstr("\nloops "));
+  EXPECT_THAT(output, HasSubstr("\ndrift "));
+}
+
+TEST_F(BuildCommand, WritesTheTrackAndTheGraph) {
+  const ToolRun run = build({"--match", "--poses", directory_ / "way.log.gz", "--g2o",
+                             directory_ / "way.g2o", "--graph", directory_ / "way.png"});
+  EXPECT_EQ(run.status, 0) << run.errors;
+  EXPECT_EQ(Brin::io::readLaserLog(directory_ / "way.log.gz").scans.size(), 40u);
+  EXPECT_THAT(readFile(directory_ / "way.g2o"), testing::StartsWith("VERTEX_SE2 0 "));
+  EXPECT_THAT(readFile(directory_ / "way.png"), testing::StartsWith("\x89PNG"));
+}
+
+TEST_F(BuildCommand, AGraphNeedsMatching) {
+  EXPECT_EQ(build({"--graph", "way.png"}).status, 2);
+  EXPECT_EQ(build({"--g2o", "way.g2o"}).status, 2);
 }
 
 TEST_F(BuildCommand, MatchingSaysWhenItFoundNothingBetter) {
