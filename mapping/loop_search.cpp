@@ -1,25 +1,18 @@
 #include "mapping/loop_search.hpp"
 
-#include <Eigen/Cholesky>
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <optional>
 #include <set>
 
-#include "mapping/agreement.hpp"
 #include "mapping/local_search.hpp"
+#include "mapping/overlay.hpp"
 #include "mapping/pair_fit.hpp"
 
 namespace Brin::mapping {
 namespace {
 
-using Eigen::Matrix3d;
-using Eigen::Vector3d;
-
-constexpr double kStretch = 4.0;            // metres of way whose scans are laid over each other
-constexpr std::size_t kQueryKeys = 8;       // at most, up to the last key
-constexpr std::size_t kReferenceKeys = 10;  // and around the old one
+constexpr std::size_t kQueryKeys = 8;  // at most, up to the last key
 
 constexpr double kPause = 0.5;       // metres of way after a search in vain
 constexpr double kView = 4.0;        // metres between scans of one place
@@ -44,10 +37,6 @@ constexpr double kRivalShare = 0.9;  // when it scores so much of the best,
 constexpr double kRivalPlace = 0.8;  // or another place has so much of its points matched
 constexpr double kLeastRatio = 0.8;  // of points that the other side agrees with
 constexpr double kLeastShare = 0.4;  // of points that are matched
-
-constexpr std::array<FitReach, 6> kRounds = {
-    {{0.5, 0.2}, {0.5, 0.2}, {0.25, 0.08}, {0.25, 0.08}, {0.25, 0.08}, {0.25, 0.08}}};
-constexpr double kFitted = 5.0;  // metres between scans that are fitted
 
 // What suggestions may differ by, and more for each metre of the way between them.
 constexpr double kShiftApart = 0.15, kShiftPerMetre = 0.02;
@@ -104,85 +93,6 @@ std::vector<Point2D> pointsOf(const KeyGraph& graph, const std::vector<std::size
   return points;
 }
 
-// One stretch of the way laid over another: the pose of `key`, seen from `place`.
-class Overlay {
- public:
-  Overlay(const KeyGraph& graph, std::size_t place, std::size_t key,
-          const std::vector<std::size_t>& query)
-      : graph_(graph),
-        place_(place),
-        key_(key),
-        query_(query),
-        reference_(graph.stretch(place, kStretch, kReferenceKeys, true)) {}
-
-  const std::vector<std::size_t>& reference() const { return reference_; }
-
-  // Fits all scans of one stretch to all of the other; the last equation in `equation`.
-  GraphPose fitted(GraphPose pose, PoseEquation& equation) const {
-    for (const FitReach& reach : kRounds) {
-      equation = equationAt(pose, reach);
-      const Matrix3d information = equation.information + Matrix3d::Identity();
-      pose = movedBy(pose, -information.ldlt().solve(equation.gradient));
-    }
-    return pose;
-  }
-
-  // What each stretch says of the other's points.
-  std::pair<Agreement, Agreement> agreements(const GraphPose& pose) const {
-    std::vector<PlacedSurface> query;
-    std::vector<PlacedSurface> reference;
-    for (const std::size_t index : query_) query.push_back(placed(index, queryPose(pose, index)));
-    for (const std::size_t index : reference_) {
-      reference.push_back(placed(index, referencePose(index)));
-    }
-    return {agreementOf(query, reference, 2), agreementOf(reference, query, 2)};
-  }
-
- private:
-  PlacedSurface placed(std::size_t index, const GraphPose& pose) const {
-    return {&graph_.keys[index].surface, Frame(pose)};
-  }
-
-  GraphPose referencePose(std::size_t index) const {
-    return seenFrom(graph_.keys[place_].pose, graph_.keys[index].pose);
-  }
-
-  GraphPose queryPose(const GraphPose& pose, std::size_t index) const {
-    return composed(pose, seenFrom(graph_.keys[key_].pose, graph_.keys[index].pose));
-  }
-
-  PoseEquation equationAt(const GraphPose& pose, const FitReach& reach) const {
-    PoseEquation sum;
-    for (const std::size_t old : reference_) {
-      for (const std::size_t young : query_) {
-        const GraphPose oldPose = referencePose(old);
-        const GraphPose youngPose = queryPose(pose, young);
-        if (std::hypot(oldPose.x - youngPose.x, oldPose.y - youngPose.y) > kFitted) continue;
-        const PoseEquation equation =
-            inWorld(fitOnto(graph_.keys[old].surface, graph_.keys[young].surface,
-                            seenFrom(oldPose, youngPose), reach),
-                    oldPose);
-        sum += equation.inCoordinates(byKey(pose, youngPose));
-      }
-    }
-    return sum;
-  }
-
-  // The derivative of another scan's pose by that of the key it is fixed to.
-  static Matrix3d byKey(const GraphPose& key, const GraphPose& other) {
-    Matrix3d derivative = Matrix3d::Identity();
-    derivative(0, 2) = key.y - other.y;
-    derivative(1, 2) = other.x - key.x;
-    return derivative;
-  }
-
-  const KeyGraph& graph_;
-  const std::size_t place_;
-  const std::size_t key_;
-  const std::vector<std::size_t>& query_;
-  const std::vector<std::size_t> reference_;
-};
-
 SearchWindow windowFor(const SeenKey& seen) {
   const GraphPose centre = seenFrom(seen.pose, {});  // the key's, seen from the place
   return {centre, std::min(kMostReach, kLeastReach + kDeviations * seen.shift()),
@@ -212,30 +122,39 @@ bool LoopSearch::hasRival(const KeyGraph& graph, const Suggestion& one,
   });
 }
 
-std::vector<LoopSearch::Suggestion> LoopSearch::suggestionsFor(
-    const KeyGraph& graph, std::size_t key, const std::vector<SeenKey>& seen) const {
+std::optional<LoopSearch::Suggestion> LoopSearch::suggestionAt(const KeyGraph& graph,
+                                                               const Overlay& overlay,
+                                                               const SeenKey& seen,
+                                                               const std::vector<Point2D>& points) {
+  const std::size_t place = overlay.place();
+  const LocalSearch search(graph, overlay.reference(), graph.keys[place].pose, kReferenceReach,
+                           kResolution);
+  const SearchWindow window = windowFor(seen);
+  const std::vector<FoundPose> first = search.best(points, window, kTurnStep);
+  if (first.empty() || first[0].score < kLeastScore) return std::nullopt;
+  PoseEquation equation;
+  const GraphPose pose = overlay.fitted(first[0].pose, equation);
+  const auto [here, there] = overlay.agreements(pose);
+  if (std::min(here.ratio(), there.ratio()) < kLeastRatio) return std::nullopt;
+  if (here.share() < kLeastShare) return std::nullopt;
+  const std::vector<FoundPose> both = search.best(points, window, kTurnStep, 2, kRivalApart);
+  if (both.size() > 1 && both[1].score > kRivalShare * both[0].score) return std::nullopt;
+  const double weight = kInformationOfPoints / static_cast<double>(overlay.reference().size());
+  const KeyLink link{place,          overlay.key(), pose, weight * equation.information,
+                     LinkKind::Loop, false};
+  return Suggestion{link, here.share(), false};
+}
+
+std::vector<LoopSearch::Suggestion> LoopSearch::suggestionsFor(const KeyGraph& graph,
+                                                               std::size_t key,
+                                                               const std::vector<SeenKey>& seen) {
   std::vector<Suggestion> found;
   const std::vector<std::size_t> query = graph.stretch(key, kStretch, kQueryKeys, false);
   const std::vector<Point2D> points = pointsOf(graph, query, key);
   if (points.size() < kLeastPoints) return found;
   for (const std::size_t place : placesFor(graph, key, seen)) {
-    const Overlay overlay(graph, place, key, query);
-    const LocalSearch search(graph, overlay.reference(), graph.keys[place].pose, kReferenceReach,
-                             kResolution);
-    const SearchWindow window = windowFor(seen[place]);
-    const std::vector<FoundPose> first = search.best(points, window, kTurnStep);
-    if (first.empty() || first[0].score < kLeastScore) continue;
-    PoseEquation equation;
-    const GraphPose pose = overlay.fitted(first[0].pose, equation);
-    const auto [here, there] = overlay.agreements(pose);
-    if (std::min(here.ratio(), there.ratio()) < kLeastRatio) continue;
-    if (here.share() < kLeastShare) continue;
-    const std::vector<FoundPose> both = search.best(points, window, kTurnStep, 2, kRivalApart);
-    if (both.size() > 1 && both[1].score > kRivalShare * both[0].score) continue;
-    const double weight = kInformationOfPoints / static_cast<double>(overlay.reference().size());
-    found.push_back({{place, key, pose, weight * equation.information, LinkKind::Loop, false},
-                     here.share(),
-                     false});
+    const auto one = suggestionAt(graph, Overlay(graph, place, key, query), seen[place], points);
+    if (one) found.push_back(*one);
   }
   return found;
 }

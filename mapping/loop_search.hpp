@@ -1,9 +1,11 @@
 // Places found again, where the graph is not sure how far they are.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "mapping/key_graph.hpp"
+#include "mapping/overlay.hpp"
 
 namespace Brin::mapping {
 
@@ -26,8 +28,12 @@ class LoopSearch {
     bool isTaken = false;
   };
 
-  std::vector<Suggestion> suggestionsFor(const KeyGraph& graph, std::size_t key,
-                                         const std::vector<SeenKey>& seen) const;
+  static std::vector<Suggestion> suggestionsFor(const KeyGraph& graph, std::size_t key,
+                                                const std::vector<SeenKey>& seen);
+  // Of one place, `seen` as told, where `points` of the way so far are searched.
+  static std::optional<Suggestion> suggestionAt(const KeyGraph& graph, const Overlay& overlay,
+                                                const SeenKey& seen,
+                                                const std::vector<Point2D>& points);
   std::vector<KeyLink> agreedWith(const KeyGraph& graph, std::size_t index);
   static bool agree(const KeyGraph& graph, const KeyLink& one, const KeyLink& other);
   static bool hasRival(const KeyGraph& graph, const Suggestion& one,

@@ -22,5 +22,7 @@ void bindScanHoles(pybind11::module_& module);
 void bindScanMatching(pybind11::module_& module);
 void bindPoseSearch(pybind11::module_& module);
 void bindFiles(pybind11::module_& module);
+void bindPoseGraph(pybind11::module_& module);
+void bindMapping(pybind11::module_& module);
 
 }  // namespace korrin_python

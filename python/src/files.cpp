@@ -9,6 +9,7 @@
 
 #include "korrin/io/io.hpp"
 #include "python/src/bindings.hpp"
+#include "python/src/logged_scans.hpp"
 
 namespace korrin_python {
 namespace {
@@ -92,9 +93,8 @@ void saveMap(const OccupancyMap& map, const path& file, const std::string& mode,
   Brin::io::writeMapFile(map, file.string(), format);
 }
 
-// A log as the package's own LaserLog is made of: its scans, each as (scan, laser pose, robot pose,
-// time, line), the range of no return, and what could not be read.
-using ScanFields = std::tuple<Brin::Scan, Pose2D, Pose2D, double, std::size_t>;
+// A log as the package's own LaserLog is made of: its scans, the range of no return, and what could
+// not be read.
 using LogFields = std::tuple<std::vector<ScanFields>, float, std::string>;
 
 LogFields readLog(const path& file, std::optional<float> maxRange) {
@@ -114,9 +114,7 @@ LogFields readLog(const path& file, std::optional<float> maxRange) {
 void writeLog(const std::vector<ScanFields>& scans, float noReturn, const path& file) {
   Brin::io::LaserLog log;
   log.noReturn = noReturn;
-  for (const auto& [scan, pose, robot, time, line] : scans) {
-    log.scans.push_back({scan, pose, robot, time, line});
-  }
+  log.scans = scansOfFields(scans);
   const py::gil_scoped_release released;
   Brin::io::writeLaserLog(log, file.string());
 }

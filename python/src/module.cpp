@@ -41,5 +41,7 @@ PYBIND11_MODULE(_korrin, module) {
   korrin_python::bindScanMatching(module);
   korrin_python::bindPoseSearch(module);
   korrin_python::bindFiles(module);
+  korrin_python::bindPoseGraph(module);
+  korrin_python::bindMapping(module);
   korrin_python::explainCalls(module);
 }

@@ -81,44 +81,93 @@ Canvas drawBuiltMap(const Brin::OccupancyMap& map, const std::vector<Brin::io::L
   return canvas;
 }
 
+// The log's scans, at better poses when these are asked for.
+Brin::mapping::Alignment alignedScans(const BuildOptions& options,
+                                      std::vector<Brin::io::LoggedScan> scans,
+                                      CommandOutput& output) {
+  Brin::mapping::Alignment aligned;
+  if (!options.match) {
+    aligned.scans = std::move(scans);
+    return aligned;
+  }
+  ProgressBar bar("match");
+  aligned = Brin::mapping::alignLog(scans, {{}, options.resolution}, bar.progress());
+  describeAlignment(scans, aligned, output);
+  return aligned;
+}
+
+Brin::OccupancyMap builtMap(const BuildOptions& options,
+                            const std::vector<Brin::io::LoggedScan>& scans) {
+  ProgressBar bar("build");
+  return Brin::mapping::croppedToFree(
+      Brin::mapping::buildGrid(scans, frameFor(options, scans), bar.progress()));
+}
+
+struct BuildTimes {
+  double read = 0.0;
+  double match = 0.0;
+  double build = 0.0;
+};
+
+void describeTimes(const BuildTimes& times, bool match, CommandOutput& output) {
+  output.line("time", "read " + formatSeconds(times.read) +
+                          (match ? ", match " + formatSeconds(times.match) : "") + ", build " +
+                          formatSeconds(times.build));
+  output.json["timings"] = {{"read", times.read}, {"match", times.match}, {"build", times.build}};
+}
+
+void writeBesides(BuildOptions& options, const Brin::OccupancyMap& map,
+                  const Brin::mapping::Alignment& aligned, float noReturn) {
+  if (!options.poses.empty()) Brin::mapping::writeTrack(aligned.scans, options.poses, noReturn);
+  if (!options.g2o.empty()) writeG2o(graphOf(aligned), options.g2o);
+  if (!options.graph.empty()) drawGraph(map, aligned).save(options.graph);
+  if (options.output.wantsPicture()) {
+    options.output.savePicture(drawBuiltMap(map, aligned.scans));
+  }
+}
+
 void runBuild(BuildOptions& options) {
   CommandOutput& output = options.output;
   keepApart(output, options.map, {});
-  const Stopwatch reading;
+  BuildTimes times;
+  Stopwatch watch;
   const Brin::io::LaserLog log = openLog(options.log);
-  const double readSeconds = reading.seconds();
+  times.read = watch.seconds();
   std::vector<Brin::io::LoggedScan> scans = scansOfRange(log, options.scans);
   describeLog(options.log, log, output);
   frameFor(options, scans);  // before the long work, whether there is a map at all
 
-  const Stopwatch matching;
-  Brin::mapping::Alignment aligned;
-  if (options.match) {
-    ProgressBar bar("match");
-    aligned = Brin::mapping::alignLog(scans, {{}, options.resolution}, bar.progress());
-    describeAlignment(scans, aligned, output);
-    scans = aligned.scans;
-  }
-  const double matchSeconds = matching.seconds();
-
-  const Stopwatch building;
-  ProgressBar bar("build");
-  const Brin::OccupancyMap map = Brin::mapping::croppedToFree(
-      Brin::mapping::buildGrid(scans, frameFor(options, scans), bar.progress()));
-  const double buildSeconds = building.seconds();
+  watch = Stopwatch();
+  const auto aligned = alignedScans(options, std::move(scans), output);
+  times.match = watch.seconds();
+  watch = Stopwatch();
+  const Brin::OccupancyMap map = builtMap(options, aligned.scans);
+  times.build = watch.seconds();
   Brin::io::writeMapFile(map, options.map);
-  describeMap(options, map.params, Brin::mapping::judgeGrid(map, scans), scans.size(), output);
-
-  output.line("time", "read " + formatSeconds(readSeconds) +
-                          (options.match ? ", match " + formatSeconds(matchSeconds) : "") +
-                          ", build " + formatSeconds(buildSeconds));
-  output.json["timings"] = {
-      {"read", readSeconds}, {"match", matchSeconds}, {"build", buildSeconds}};
-  if (!options.poses.empty()) Brin::mapping::writeTrack(scans, options.poses, log.noReturn);
-  if (!options.g2o.empty()) writeG2o(graphOf(aligned), options.g2o);
-  if (!options.graph.empty()) drawGraph(map, aligned).save(options.graph);
-  if (output.wantsPicture()) output.savePicture(drawBuiltMap(map, scans));
+  describeMap(options, map.params, Brin::mapping::judgeGrid(map, aligned.scans),
+              aligned.scans.size(), output);
+  describeTimes(times, options.match, output);
+  writeBesides(options, map, aligned, log.noReturn);
   output.deliver();
+}
+
+void addMatchOptions(CLI::App& command, BuildOptions& options) {
+  CLI::Option* const match =
+      command.add_flag("--match", options.match,
+                       "first correct the poses of the log by matching its scans with each other");
+  command
+      .add_option("--poses", options.poses,
+                  "write where each scan was taken: a log when FILE ends in .log or .log.gz, else "
+                  "lines \"stamp x y 0 0 0 qz qw\"")
+      ->option_text("FILE");
+  command
+      .add_option("--graph", options.graph,
+                  "draw key scans and what links them, loops coloured by how far they are off")
+      ->needs(match)
+      ->option_text("PNG");
+  command.add_option("--g2o", options.g2o, "write that graph as g2o text")
+      ->needs(match)
+      ->option_text("FILE");
 }
 
 }  // namespace
@@ -137,22 +186,7 @@ void addBuildCommand(CLI::App& app) {
       ->add_option("--scans", options->scans,
                    "only these scans, both ends included, counted from 0; A or B may be left out")
       ->option_text("A..B");
-  command->add_flag("--match", options->match,
-                    "first correct the poses of the log by matching its scans with each other");
-  command
-      ->add_option("--poses", options->poses,
-                   "write where each scan was taken: a log when FILE ends in .log or .log.gz, else "
-                   "lines \"stamp x y 0 0 0 qz qw\"")
-      ->option_text("FILE");
-  CLI::Option* const match = command->get_option("--match");
-  command
-      ->add_option("--graph", options->graph,
-                   "draw key scans and what links them, loops coloured by how far they are off")
-      ->needs(match)
-      ->option_text("PNG");
-  command->add_option("--g2o", options->g2o, "write that graph as g2o text")
-      ->needs(match)
-      ->option_text("FILE");
+  addMatchOptions(*command, *options);
   addOutputOptions(*command, options->output, "draw the map and the way driven");
   command->footer(
       "Beams that met nothing, and say so by the largest range of the log, clear no cells. "
