@@ -23,6 +23,7 @@ class AlignerCore {
  public:
   explicit AlignerCore(const AlignerSettings& settings) : settings_(settings) {}
 
+  // As ScanAligner::add; what it throws leaves all as it was.
   void add(const Scan& scan, const Pose2D& odometry);
 
   // Takes a scan at the pose it is told to be at, with no matching and no links.
@@ -43,9 +44,11 @@ class AlignerCore {
  private:
   // The pose, or the last one if it is none.
   GraphPose usable(const Pose2D& odometry) const;
+  Placement placed(const ScanSurface& surface, const GraphPose& told);
   void keep(const GraphPose& pose);
   bool isKey(const GraphPose& pose) const;
-  void addKey(ScanSurface surface, const GraphPose& pose);
+  void addKey(ScanSurface surface, const GraphPose& pose, const GraphPose& odometry);
+  void addLinkedKey(ScanSurface surface, const Placement& placement, const GraphPose& odometry);
   void linkToLast(const Placement& placement);
   void closeLoops();
   bool mustSolveFor(const std::vector<KeyLink>& near) const;

@@ -170,6 +170,26 @@ std::vector<ScanLink> KeyGraph::scanLinks() const {
   return result;
 }
 
+KeyGraph::Snapshot KeyGraph::snapshot() const {
+  Snapshot now;
+  for (const KeyScan& key : keys) now.poses.push_back(key.pose);
+  for (const KeyLink& link : links) now.dropped.push_back(link.dropped);
+  now.steps = steps.size();
+  return now;
+}
+
+void KeyGraph::restore(const Snapshot& before) noexcept {
+  const auto shorten = [](auto& list, std::size_t count) {
+    list.erase(list.begin() + static_cast<std::ptrdiff_t>(std::min(count, list.size())),
+               list.end());
+  };
+  shorten(keys, before.poses.size());
+  shorten(links, before.dropped.size());
+  shorten(steps, before.steps);
+  for (std::size_t i = 0; i < keys.size(); ++i) keys[i].pose = before.poses[i];
+  for (std::size_t i = 0; i < links.size(); ++i) links[i].dropped = before.dropped[i];
+}
+
 void KeyGraph::solveOnce() {
   PoseGraph graph = poseGraph();
   graph.solve(kMostIterations);

@@ -54,6 +54,15 @@ class KeyGraph {
   // dropped, and the rest is solved again.
   void solve();
 
+  // What new keys, links and solutions change, to be undone.
+  struct Snapshot {
+    std::vector<GraphPose> poses;  // of each key
+    std::vector<bool> dropped;     // of each link
+    std::size_t steps = 0;
+  };
+  Snapshot snapshot() const;
+  void restore(const Snapshot& before) noexcept;
+
   // The graph as it is solved, without dropped links.
   PoseGraph poseGraph() const;
 

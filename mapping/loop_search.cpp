@@ -190,6 +190,19 @@ std::size_t LoopSearch::waiting() const {
                     [](const Suggestion& suggestion) { return !suggestion.isTaken; }));
 }
 
+LoopSearch::Snapshot LoopSearch::snapshot() const {
+  std::vector<bool> isTaken;
+  for (const Suggestion& suggestion : suggestions_) isTaken.push_back(suggestion.isTaken);
+  return {std::move(isTaken), failedAt_};
+}
+
+void LoopSearch::restore(const Snapshot& before) noexcept {
+  const std::size_t count = before.isTaken.size();
+  suggestions_.erase(suggestions_.begin() + static_cast<std::ptrdiff_t>(count), suggestions_.end());
+  for (std::size_t i = 0; i < count; ++i) suggestions_[i].isTaken = before.isTaken[i];
+  failedAt_ = before.failedAt;
+}
+
 std::vector<KeyLink> LoopSearch::find(const KeyGraph& graph, std::size_t key,
                                       const std::vector<SeenKey>& seen) {
   const double way = graph.keys[key].path;

@@ -20,6 +20,14 @@ class LoopSearch {
   // How many suggestions others have not agreed with so far.
   std::size_t waiting() const;
 
+  // What find() changes, to be undone.
+  struct Snapshot {
+    std::vector<bool> isTaken;  // of each suggestion
+    double failedAt;
+  };
+  Snapshot snapshot() const;
+  void restore(const Snapshot& before) noexcept;
+
  private:
   // A loop that may be one.
   struct Suggestion {

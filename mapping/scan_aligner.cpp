@@ -54,24 +54,46 @@ GraphPose AlignerCore::usable(const Pose2D& odometry) const {
   return {double{odometry.x}, double{odometry.y}, double{odometry.theta}};
 }
 
+Placement AlignerCore::placed(const ScanSurface& surface, const GraphPose& told) {
+  if (scans_.empty()) return {told, Matrix3d::Zero(), true};
+  return placer_.place(graph, surface, pose(scans_.size() - 1), seenFrom(odometry_, told));
+}
+
 void AlignerCore::add(const Scan& scan, const Pose2D& odometry) {
   ScanSurface surface(scan, double{settings_.maxRange});
   const GraphPose told = usable(odometry);
-  const GraphPose motion = seenFrom(odometry_, told);
+  const Placement placement = placed(surface, told);
+  if (scans_.empty() || isKey(placement.pose)) {
+    addLinkedKey(std::move(surface), placement, told);
+  } else {
+    keep(placement.pose);
+  }
   odometry_ = told;
-  if (scans_.empty()) return addKey(std::move(surface), told);
-  const Placement placement = placer_.place(graph, surface, pose(scans_.size() - 1), motion);
   unmatched_ += placement.isMatched ? 0 : 1;
-  if (!isKey(placement.pose)) return keep(placement.pose);
-  addKey(std::move(surface), placement.pose);
-  linkToLast(placement);
-  if (settings_.closesLoops) closeLoops();
+}
+
+void AlignerCore::addLinkedKey(ScanSurface surface, const Placement& placement,
+                               const GraphPose& odometry) {
+  const KeyGraph::Snapshot graphBefore = graph.snapshot();
+  const LoopSearch::Snapshot searchBefore = search_.snapshot();
+  const std::size_t scansBefore = scans_.size();
+  try {
+    addKey(std::move(surface), placement.pose, odometry);
+    if (scansBefore > 0) linkToLast(placement);
+    if (scansBefore > 0 && settings_.closesLoops) closeLoops();
+  } catch (...) {
+    graph.restore(graphBefore);
+    search_.restore(searchBefore);
+    scans_.erase(scans_.begin() + static_cast<std::ptrdiff_t>(scansBefore), scans_.end());
+    placer_.forget();
+    throw;
+  }
 }
 
 void AlignerCore::take(const Scan& scan, const Pose2D& pose) {
   odometry_ = usable(pose);
   if (!scans_.empty() && !isKey(odometry_)) return keep(odometry_);
-  addKey(ScanSurface(scan, double{settings_.maxRange}), odometry_);
+  addKey(ScanSurface(scan, double{settings_.maxRange}), odometry_, odometry_);
 }
 
 bool AlignerCore::isKey(const GraphPose& pose) const {
@@ -84,14 +106,14 @@ void AlignerCore::keep(const GraphPose& pose) {
   scans_.push_back({graph.keys.size() - 1, seenFrom(graph.keys.back().pose, pose)});
 }
 
-void AlignerCore::addKey(ScanSurface surface, const GraphPose& pose) {
+void AlignerCore::addKey(ScanSurface surface, const GraphPose& pose, const GraphPose& odometry) {
   double path = 0.0;
   if (!graph.keys.empty()) {
     const GraphPose moved = seenFrom(graph.keys.back().pose, pose);
     path = graph.keys.back().path + std::hypot(moved.x, moved.y) +
            kMetresPerRadian * std::fabs(moved.theta);
   }
-  graph.keys.push_back({scans_.size(), std::move(surface), pose, odometry_, path});
+  graph.keys.push_back({scans_.size(), std::move(surface), pose, odometry, path});
   scans_.push_back({graph.keys.size() - 1, {}});
 }
 

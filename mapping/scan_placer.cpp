@@ -174,6 +174,7 @@ void ScanPlacer::lookAtLastKeys(const KeyGraph& graph, const GraphPose& guess) {
       search_ != nullptr && keys_ == graph.keys.size() &&
       std::hypot(guess.x - search_->viewpoint().x, guess.y - search_->viewpoint().y) <= kStale;
   if (isFresh) return;
+  search_.reset();  // should memory run out below, an old search must not pass for a fresh one
   keys_ = graph.keys.size();
   set_.clear();
   for (std::size_t i = keys_; i > 0 && set_.size() < kLastKeys; --i) set_.push_back(i - 1);

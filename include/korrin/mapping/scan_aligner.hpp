@@ -98,6 +98,9 @@ class KORRIN_EXPORT ScanAligner {
   // that is not a number, or beyond 1e7, counts as not having moved. Readings that are no hits
   // (status other than 0) or not numbers are left out.
   //
+  // When memory runs out (std::bad_alloc, or OpenCV's error) the scan counts as not added, and all
+  // is as it was before.
+  //
   // Time: some milliseconds, and tens of them when loops are looked for; it grows with the number
   // of key scans. Memory: key scans are kept.
   Pose2D add(const Scan& scan, const Pose2D& odometry);

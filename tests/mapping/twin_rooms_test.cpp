@@ -1,0 +1,173 @@
+// Rooms that look alike: the loops that a robot would like to see between them are wrong.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "tests/mapping/drives.hpp"
+
+namespace korrin_test {
+namespace {
+
+using Brin::Pose2D;
+using Brin::mapping::ScanAligner;
+
+constexpr float kQuarter = 1.57079633f;
+constexpr float kFirstRoom = 8.0f;  // metres, where its left wall is
+
+struct Slip {
+  float drift;
+  float scale;
+};
+
+constexpr Slip kSlips[] = {{0.01f, 1.02f}, {-0.01f, 0.97f}, {0.0f, 1.06f}, {0.004f, 1.0f}};
+
+class Walls {
+ public:
+  void wall(float fromX, float fromY, float toX, float toY) {
+    walls_.push_back({{fromX, fromY}, {toX, toY}});
+  }
+  void box(float left, float bottom, float right, float top) {
+    wall(left, bottom, right, bottom);
+    wall(right, bottom, right, top);
+    wall(right, top, left, top);
+    wall(left, top, left, bottom);
+  }
+  // A room above y = 3 with a door to the corridor below; what stands in it is in all rooms.
+  void room(float left) {
+    wall(left, 3.0f, left + 0.9f, 3.0f);
+    wall(left + 2.1f, 3.0f, left + 3.0f, 3.0f);
+    wall(left, 3.0f, left, 6.0f);
+    wall(left, 6.0f, left + 3.0f, 6.0f);
+    wall(left + 3.0f, 6.0f, left + 3.0f, 3.0f);
+    box(left + 0.3f, 5.2f, left + 1.0f, 5.6f);
+    wall(left + 2.6f, 4.0f, left + 3.0f, 4.0f);
+  }
+  LaserWorld world() const { return LaserWorld(walls_); }
+
+ private:
+  std::vector<Wall> walls_;
+};
+
+// A bare corridor around a block, 24 by 16 metres outside, with two equal rooms in the block.
+LaserWorld twinRooms(float second) {
+  Walls walls;
+  walls.box(0.0f, 0.0f, 24.0f, 16.0f);
+  walls.wall(3.0f, 3.0f, 3.0f, 13.0f);
+  walls.wall(3.0f, 13.0f, 21.0f, 13.0f);
+  walls.wall(21.0f, 13.0f, 21.0f, 3.0f);
+  walls.wall(3.0f, 3.0f, kFirstRoom, 3.0f);
+  walls.room(kFirstRoom);
+  walls.wall(kFirstRoom + 3.0f, 3.0f, second, 3.0f);
+  walls.room(second);
+  walls.wall(second + 3.0f, 3.0f, 21.0f, 3.0f);
+  return walls.world();
+}
+
+// A drive of straight lines, with turns where they meet.
+class Drive {
+ public:
+  explicit Drive(const Pose2D& start) : poses_{start} {}
+
+  void turnTo(float heading) {
+    const Pose2D from = poses_.back();
+    const float turn = std::remainder(heading - from.theta, 4.0f * kQuarter);
+    turnBy(turn, static_cast<int>(std::ceil(std::fabs(turn) / 0.35f)));
+  }
+  void turnBy(float turn, int steps) {
+    const Pose2D from = poses_.back();
+    for (int i = 1; i <= steps; ++i) {
+      const float share = static_cast<float>(i) / static_cast<float>(steps);
+      poses_.push_back({from.x, from.y, Brin::canonicalAngle(from.theta + share * turn)});
+    }
+  }
+  void goTo(float x, float y) {
+    const Pose2D begin = poses_.back();
+    turnTo(std::atan2(y - begin.y, x - begin.x));
+    const Pose2D from = poses_.back();
+    const float metres = std::hypot(x - from.x, y - from.y);
+    const int steps = static_cast<int>(std::ceil(metres / 0.4f));
+    for (int i = 1; i <= steps; ++i) {
+      const float along = metres * static_cast<float>(i) / static_cast<float>(steps);
+      poses_.push_back(from.absProject({along, 0.0f, 0.0f}));
+    }
+  }
+  // From the corridor in front of its door into a room, once around, and back.
+  void visit(float left) {
+    goTo(left + 1.5f, 1.5f);
+    goTo(left + 1.5f, 4.5f);
+    turnBy(4.0f * kQuarter, 16);
+    goTo(left + 1.5f, 1.5f);
+  }
+  const std::vector<Pose2D>& poses() const { return poses_; }
+
+ private:
+  std::vector<Pose2D> poses_;
+};
+
+// Out of the first room and all around the block to the second one, which comes first that way.
+Drive aroundToTheTwin(float second) {
+  Drive drive({kFirstRoom + 1.5f, 1.3f, kQuarter});
+  drive.visit(kFirstRoom);
+  drive.goTo(1.5f, 1.5f);
+  drive.goTo(1.5f, 14.5f);
+  drive.goTo(22.5f, 14.5f);
+  drive.goTo(22.5f, 1.5f);
+  drive.visit(second);
+  return drive;
+}
+
+// The twin is within what the drift leaves open, and nothing has been seen that tells them apart.
+TEST(TwinRooms, TheSecondIsNotTakenForTheFirst) {
+  for (const float second : {11.5f, 12.0f, 13.0f}) {
+    const LaserWorld world = twinRooms(second);
+    const std::vector<Pose2D> truth = aroundToTheTwin(second).poses();
+    for (const Slip& slip : kSlips) {
+      const ScanAligner aligner = aligned(world, truth, drifting(truth, slip.drift, slip.scale));
+      EXPECT_EQ(loopsOf(aligner, truth).wrong, 0) << second << ' ' << slip.drift;
+      EXPECT_LT(worstError(aligner.poses(), truth), 0.1) << second << ' ' << slip.drift;
+    }
+  }
+}
+
+// At a distance of 3.5 m three scans agree on the wrong room; the way on contradicts them.
+TEST(TwinRooms, LoopsToTheWrongOneAreDroppedAndTold) {
+  const LaserWorld world = twinRooms(11.5f);
+  Drive drive = aroundToTheTwin(11.5f);
+  drive.visit(kFirstRoom);
+  drive.goTo(1.5f, 1.5f);
+  int tempted = 0;
+  for (const Slip& slip : kSlips) {
+    const std::vector<Pose2D>& truth = drive.poses();
+    const ScanAligner aligner = aligned(world, truth, drifting(truth, slip.drift, slip.scale));
+    const Loops loops = loopsOf(aligner, truth);
+    EXPECT_EQ(loops.wrong, 0) << slip.drift;
+    EXPECT_GT(loops.all, 100) << slip.drift;
+    EXPECT_LT(worstError(aligner.poses(), truth), 0.05) << slip.drift;
+    EXPECT_GE(aligner.summary().loopsDropped, static_cast<std::size_t>(loops.wrongDropped));
+    tempted += loops.wrongDropped > 0 ? 1 : 0;
+  }
+  EXPECT_GE(tempted, 1) << "no wrong loop came up, so nothing was tested";
+}
+
+// Far apart on a straight way: odometry alone says that they are two.
+TEST(TwinRooms, FarApartTheyAreTwo) {
+  Walls walls;
+  walls.wall(0.0f, 0.0f, 40.0f, 0.0f);
+  walls.wall(0.0f, 0.0f, 0.0f, 3.0f);
+  walls.wall(40.0f, 0.0f, 40.0f, 3.0f);
+  walls.wall(0.0f, 3.0f, 2.0f, 3.0f);
+  walls.room(2.0f);
+  walls.wall(5.0f, 3.0f, 32.0f, 3.0f);
+  walls.room(32.0f);
+  walls.wall(35.0f, 3.0f, 40.0f, 3.0f);
+  Drive drive({3.5f, 1.3f, kQuarter});
+  drive.visit(2.0f);
+  drive.visit(32.0f);
+  const std::vector<Pose2D>& truth = drive.poses();
+  const ScanAligner aligner = aligned(walls.world(), truth, drifting(truth, 0.002f));
+  EXPECT_EQ(loopsOf(aligner, truth).wrong, 0);
+  EXPECT_LT(worstError(aligner.poses(), truth), 1.5);
+}
+
+}  // namespace
+}  // namespace korrin_test
