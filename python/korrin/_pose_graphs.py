@@ -7,7 +7,7 @@ import os
 from collections.abc import Iterable, Sequence
 from typing import Any, NamedTuple
 
-from . import _korrin
+from . import _korrin  # type: ignore[attr-defined]
 
 
 class GraphPose(NamedTuple):

@@ -14,8 +14,8 @@
 >>> abs(aligned.scans[-1].pose.x - poses[-1].x) < 0.05 < abs(log.scans[-1].pose.x - poses[-1].x)
 True
 >>> frame = korrin.mapping.grid_around(aligned.scans, 0.05)
->>> korrin.mapping.build_grid(aligned.scans, frame).resolution
-0.05
+>>> korrin.mapping.build_grid(aligned.scans, frame).image.max()
+1.0
 
 The headers below include/korrin/mapping are the manual; names are theirs in snake case. Wherever scans
 of a log are wanted, a LaserLog serves as well as a list of LoggedScan. Numbers of poses of graphs
@@ -35,7 +35,7 @@ from numpy.typing import NDArray
 
 import korrin
 
-from . import _korrin
+from . import _korrin  # type: ignore[attr-defined]
 from ._pose_graphs import (
     GraphEdge,
     GraphInformation,
@@ -334,8 +334,8 @@ def grid_around(log: Log, resolution: float) -> korrin.OccupancyMapParams | None
     """The frame of a grid that holds every scan's pose and beams, with a margin of half a metre; None when
     that would be more than 50 million cells.
 
-    >>> korrin.mapping.grid_around([korrin.LoggedScan(korrin.Scan([2], 0, 0), (1, 1))], 0.1).width
-    30
+    >>> korrin.mapping.grid_around([korrin.LoggedScan(korrin.Scan([2], 0, 0), (1, 1))], 0.1).height
+    11
     """
     frame: korrin.OccupancyMapParams | None = _korrin._grid_around(_scan_fields(_scans(log)), resolution)
     return frame

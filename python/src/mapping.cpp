@@ -117,12 +117,12 @@ AlignmentFields alignScans(const std::vector<ScanFields>& scans, const SettingsF
           fieldsOfLinks(aligned.links)};
 }
 
-std::unique_ptr<OccupancyMap> gridOf(const std::vector<ScanFields>& scans,
+std::shared_ptr<OccupancyMap> gridOf(const std::vector<ScanFields>& scans,
                                      const OccupancyMapParams& frame, const py::object& progress) {
   const OccupancyMapParams own = frame;
-  std::unique_ptr<OccupancyMap> map;
+  std::shared_ptr<OccupancyMap> map;
   unlocked([&] {
-    map = std::make_unique<OccupancyMap>(
+    map = std::make_shared<OccupancyMap>(
         mapping::buildGrid(scansOfFields(scans), own, progressTo(progress)));
   });
   return map;

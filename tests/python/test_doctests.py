@@ -7,6 +7,7 @@ import numpy as np
 import pytest
 
 import korrin
+import korrin.mapping
 import korrin.plot
 
 
@@ -17,6 +18,9 @@ def public_objects():
         thing = getattr(korrin, name)
         if inspect.isclass(thing) or callable(thing):
             yield from documented(name, thing)
+    yield "mapping", korrin.mapping.__doc__
+    for name in korrin.mapping.__all__:
+        yield from documented(f"mapping.{name}", getattr(korrin.mapping, name))
     for name in korrin.plot.__all__:
         yield f"plot.{name}", getattr(korrin.plot, name).__doc__
 
@@ -46,4 +50,4 @@ def test_examples(name):
 
 
 def test_all_of_the_module_was_looked_at():
-    assert len(OBJECTS) > 130
+    assert len(OBJECTS) > 160

@@ -4,6 +4,7 @@ import numpy as np
 import pytest
 
 import korrin
+import korrin.mapping as mapping
 
 NAN, INF = float("nan"), float("inf")
 
@@ -151,6 +152,31 @@ EXAMPLES = {
     ],
     "ScoredPose": [korrin.ScoredPose((1, 2, NAN), 0.75)],
     "ScanModel": [with_values(korrin.ScanModel(181, 10, 3), reserved=2**32 - 1, range_sigma=NAN)],
+}
+# Of korrin.mapping. A ScanAligner is no value, and says so.
+MAPPING_EXAMPLES = {
+    "AlignerSettings": [mapping.AlignerSettings(key_turn=0.5), mapping.AlignerSettings()],
+    "AlignerSummary": [mapping.AlignerSummary(9, 4, 1, 3, 2, 1)],
+    "Alignment": [
+        mapping.align([korrin.LoggedScan(some_scan(), (i, 2)) for i in range(3)]),
+        mapping.align([]),
+    ],
+    "AlignmentKind": [mapping.AlignmentKind.Settled],
+    "GraphEdge": [mapping.GraphEdge(3, 4, (1, 2, 0.5), (1, 0, 0, 2, 0, 3), 1.5)],
+    "GraphInformation": [mapping.GraphInformation(xx=2, y_theta=0.5)],
+    "GraphPose": [mapping.GraphPose(1.1, -2, 0.5)],
+    "GraphSolution": [mapping.PoseGraph([(1, 2, 0)]).solve()],
+    "GridQuality": [mapping.GridQuality(1, 2, 3, 0.5)],
+    "LinkKind": [mapping.LinkKind.Loop],
+    "PoseGraph": [
+        mapping.PoseGraph([(0, 0, 0), (1, 0, 0.5)], [mapping.GraphEdge(0, 1, (1, 0, 0))]),
+        mapping.PoseGraph(),
+    ],
+    "ScanLink": [
+        mapping.ScanLink(
+            1, 5, mapping.GraphPose(), mapping.GraphInformation(), mapping.LinkKind.Match, True
+        )
+    ],
 }
 CASES = [
     pytest.param(value, id=f"{name}{i}") for name in EXAMPLES for i, value in enumerate(EXAMPLES[name])

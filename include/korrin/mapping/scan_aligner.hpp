@@ -99,7 +99,8 @@ class KORRIN_EXPORT ScanAligner {
   // (status other than 0) or not numbers are left out.
   //
   // When memory runs out (std::bad_alloc, or OpenCV's error) the scan counts as not added, and all
-  // is as it was before.
+  // is as it was before; but Ceres Solver, which solves the graph, ends the program when memory
+  // runs out within it.
   //
   // Time: some milliseconds, and tens of them when loops are looked for; it grows with the number
   // of key scans. Memory: key scans are kept.
