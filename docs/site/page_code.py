@@ -130,5 +130,6 @@ def joined_program(page, parts):
             outside.append(place + "\n".join(code))
         else:
             inside.append(place + "\n".join(code) + f"\nstd::cout << '\\x1e' << std::flush;")
-    standard = ["#include <iostream>", "#include <korrin/io/io.hpp>", "#include <korrin/korrin.hpp>"]
+    standard = ["#include <iostream>", "#include <korrin/io/io.hpp>", "#include <korrin/korrin.hpp>",
+                "#include <korrin/mapping/mapping.hpp>"]
     return "\n".join([*dict.fromkeys(standard + includes), *outside, "int main() {", *inside, "}", ""])

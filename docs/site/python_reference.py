@@ -12,6 +12,7 @@ import re
 import sys
 
 import korrin
+import korrin.mapping
 import korrin.plot
 
 import reference
@@ -131,6 +132,20 @@ def entry(name, main):
     return lines + ["```", ""]
 
 
+def mapping_entry(name):
+    """A name of korrin.mapping; of its classes the calls, as the docstring tells of the fields."""
+    thing = getattr(korrin.mapping, name)
+    full = f"korrin.mapping.{name}"
+    lines = [f"## mapping.{name}", "", "```{eval-rst}"]
+    if not inspect.isclass(thing):
+        return lines + [f".. autofunction:: {full}", "```", ""]
+    lines += [f".. autoclass:: {full}", ""]
+    for member, value in vars(thing).items():
+        if not member.startswith("_") and inspect.isfunction(value):
+            lines += [f"   .. automethod:: {full}.{member}", ""]
+    return lines + ["```", ""]
+
+
 def order(name):
     """Classes first, then functions, then steps, then values."""
     thing = getattr(korrin, name)
@@ -154,12 +169,22 @@ def main(xml_directory, out):
         cpp = (out / "cpp" / f"{stem}.md").read_text(encoding="utf-8").split("\n")[0][2:]
         lines = [f"What is said [of C++](../cpp/{stem}.md) holds here; this is what Python adds, with an "
                  "example of every name.", ""]
-        if not names:
+        if header.startswith("mapping/"):
+            lines = [f"What is said [of C++](../cpp/{stem}.md) holds here, too; the names are those of "
+                     "[korrin.mapping](mapping.md).", ""]
+        elif not names:
             lines = [f"The module has no names of its own for this; what it is about is told "
                      f"[on the C++ page](../cpp/{stem}.md).", ""]
         for name in names:
             lines += entry(name, mains.get(squeezed(name)))
         write_page(directory / f"{stem}.md", f"{cpp} in Python", lines)
+    lines = ["From raw logs to maps: `import korrin.mapping`. What is said of C++, in "
+             "[log_alignment](../cpp/log_alignment.md), [scan_aligner](../cpp/scan_aligner.md), "
+             "[pose_graph](../cpp/pose_graph.md), [grid_builder](../cpp/grid_builder.md) and "
+             "[track_file](../cpp/track_file.md), holds here.", ""]
+    for name in korrin.mapping.__all__:
+        lines += mapping_entry(name)
+    write_page(directory / "mapping.md", "korrin.mapping: from a log to a map", lines)
     lines = ["Pictures with matplotlib: `import korrin.plot`. Every function draws on `axes`, or on the "
              "current ones, and returns them.", ""]
     for name in korrin.plot.__all__:

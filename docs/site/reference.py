@@ -20,7 +20,7 @@ from filter import COMMENT, LIST_ITEM
 
 PROJECT = pathlib.Path(__file__).resolve().parents[2]
 HEADERS = PROJECT / "include" / "korrin"
-NO_PAGE = {"core/export.hpp", "korrin.hpp", "io/io.hpp"}
+NO_PAGE = {"core/export.hpp", "korrin.hpp", "io/io.hpp", "mapping/mapping.hpp"}
 STEPS = "Steps and state"
 # Main calls with which the short use does not end.
 MAIN_CALLS = {"OccupancyMapper": "updateMap", "PreparedMap": "occMapSimulateScan"}
@@ -282,7 +282,8 @@ def write_indexes(out):
             stem = pathlib.PurePath(header).stem
             lines.append(f"| [{rows[header][0]}]({directory}/{stem}.md) | {rows[header][2].rstrip('.:')} |")
         if directory == "python":
-            stems.append("plot")
+            stems += ["mapping", "plot"]
+            lines.append("| [korrin.mapping](python/mapping.md) | From raw logs to maps |")
             lines.append("| [korrin.plot](python/plot.md) | Pictures with matplotlib |")
         lines += ["", "```{toctree}", ":hidden:", "", *(f"{directory}/{stem}" for stem in stems), "```", ""]
         (out / f"{directory}.md").write_text("\n".join(lines), encoding="utf-8")

@@ -83,7 +83,8 @@ class Installation:
     def __init__(self, directory):
         self.directory = directory
         self.prefix = directory / "prefix"
-        for component in ("runtime", "development", "io-runtime", "io-development"):
+        for component in ("runtime", "development", "io-runtime", "io-development", "mapping-runtime",
+                          "mapping-development"):
             run(["cmake", "--install", str(BUILD), "--prefix", str(self.prefix), "--component", component])
         package = next(self.prefix.rglob("korrin-io.pc")).parent
         self.environment = {
@@ -97,11 +98,13 @@ class Installation:
             "MPLBACKEND": "Agg",
             "CMAKE_PREFIX_PATH": str(self.prefix),
         }
-        self.flags = run(["pkg-config", "--cflags", "--libs", "korrin-io"], env=self.environment).split()
+        self.flags = run(["pkg-config", "--cflags", "--libs", "korrin-mapping"], env=self.environment).split()
         self.common = directory / "common.hpp"
         self.common.write_text("#include <iostream>\n#include <string>\n#include <vector>\n"
-                               "#include <korrin/io/io.hpp>\n#include <korrin/korrin.hpp>\n")
-        run(["c++", "-std=c++17", "-O0", *self.flags[:-2], "-x", "c++-header", str(self.common)])
+                               "#include <korrin/io/io.hpp>\n#include <korrin/korrin.hpp>\n"
+                               "#include <korrin/mapping/mapping.hpp>\n")
+        include_flags = [flag for flag in self.flags if not flag.startswith("-l")]
+        run(["c++", "-std=c++17", "-O0", *include_flags, "-x", "c++-header", str(self.common)])
 
     def build(self, text, program, *flags):
         """Builds a program; what OpenCV's images need is linked, as the examples do."""

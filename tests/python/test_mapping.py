@@ -151,7 +151,7 @@ def test_graphs_are_solved_written_and_read(tmp_path):
     solution = graph.solve()
     assert solution.converged
     assert solution.cost_before == pytest.approx(before / 2)
-    assert graph.nodes[1] == pytest.approx((1, 0, 0.1))
+    assert graph.nodes[1] == pytest.approx((1, 0, 0.1), abs=1e-6)
     assert mapping.parse_g2o(mapping.to_g2o(graph)) == graph
     mapping.write_g2o(graph, tmp_path / "graph.g2o")
     assert mapping.read_g2o(str(tmp_path / "graph.g2o")) == graph
