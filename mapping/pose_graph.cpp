@@ -174,7 +174,8 @@ GraphSolution PoseGraph::solve(int maxIterations) {
   ceres::Solve(optionsFor(maxIterations), &problem, &summary);
   GraphSolution solution;
   solution.converged = summary.termination_type == ceres::CONVERGENCE;
-  // The first of the steps is none: it tells of the beginning. Without edges not even that is there.
+  // The first of the steps is none: it tells of the beginning. Without edges not even that is
+  // there.
   solution.iterations = std::max(0, static_cast<int>(summary.iterations.size()) - 1);
   solution.costBefore = summary.initial_cost;
   solution.costAfter = summary.final_cost;
