@@ -8,6 +8,7 @@
 #include <iostream>
 #include <korrin/io/io.hpp>
 #include <korrin/korrin.hpp>
+#include <korrin/mapping/mapping.hpp>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,9 @@ inline const Brin::ScanModel scanner(90, 4.0f, 3.0f);
 inline const Brin::ScanDistMap reference = someReference();
 inline std::vector<Brin::RangeReading> readings, simulated = scan.readings, measured = simulated;
 inline const int x = 20, y = 20;
+inline const Brin::Pose2D odometry = robotPose;
+inline const std::vector<Brin::io::LoggedScan> scans(3, {scan, robotPose, robotPose, 0.0, 0});
+inline const Brin::mapping::Alignment aligned = Brin::mapping::alignLog(scans);
 
 inline void myLogger(const std::string&) {}
 template <typename... Given>

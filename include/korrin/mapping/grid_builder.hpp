@@ -1,8 +1,8 @@
 // A grid from logged scans, and how well it explains them.
 //
-//   auto frame = Brin::mapping::gridAround(log.scans, 0.05f);
-//   Brin::OccupancyMap map = Brin::mapping::buildGrid(log.scans, *frame);
-//   Brin::mapping::GridQuality quality = Brin::mapping::judgeGrid(map, log.scans);
+//   auto frame = Brin::mapping::gridAround(scans, 0.05f);
+//   Brin::OccupancyMap map = Brin::mapping::buildGrid(scans, *frame);
+//   Brin::mapping::GridQuality quality = Brin::mapping::judgeGrid(map, scans);
 //
 // Cells of such a grid are 1 (free), 0 (occupied) or 0.5 (unknown).
 #pragma once

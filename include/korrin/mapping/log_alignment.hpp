@@ -1,7 +1,7 @@
 // Better poses for a whole log: its scans are matched with each other, places that come again are
 // found again, and everything is settled together in the end.
 //
-//   Brin::mapping::Alignment aligned = Brin::mapping::alignLog(log.scans);
+//   Brin::mapping::Alignment aligned = Brin::mapping::alignLog(scans);
 //   auto frame = Brin::mapping::gridAround(aligned.scans, 0.05f);
 //   Brin::OccupancyMap map = Brin::mapping::buildGrid(aligned.scans, *frame);
 //

@@ -3,7 +3,7 @@
 //
 //   #include <korrin/mapping/mapping.hpp>
 //
-//   auto aligned = Brin::mapping::alignLog(log.scans);               // mapping/log_alignment.hpp
+//   auto aligned = Brin::mapping::alignLog(scans);                   // mapping/log_alignment.hpp
 //   auto frame = Brin::mapping::gridAround(aligned.scans, 0.05f);    // mapping/grid_builder.hpp
 //   Brin::OccupancyMap map = Brin::mapping::buildGrid(aligned.scans, *frame);
 //   Brin::mapping::writeTrack(aligned.scans, "office.tum");          // mapping/track_file.hpp

@@ -1,6 +1,6 @@
 // How long work tells how far it has come.
 //
-//   Brin::mapping::alignLog(log.scans, {}, [](double share) { bar.draw(share); });
+//   Brin::mapping::alignLog(scans, {}, [](double share) { draw(share); });
 #pragma once
 
 #include <functional>

@@ -2,19 +2,16 @@
 // are found again close loops.
 //
 //   Brin::mapping::ScanAligner aligner;
-//   for (;;) {
-//     const Brin::Pose2D sensor = aligner.add(scan, odometry);  // where the scanner is by now
-//     if (aligner.summary().loopsAccepted > known) redraw(aligner.poses());  // all of them moved
-//   }
+//   const Brin::Pose2D sensor = aligner.add(scan, odometry);         // for each, where it is
+//   if (aligner.summary().loopsAccepted > 0) draw(aligner.poses());  // all may have moved
 //
 // What happens to a scan, in the order of the steps:
 //
-//   1. The odometry's motion since the scan before gives a guess. The scan is fitted to the last
-//   key
-//      scans from there, and from the best pose of a window around (Olson, "Real-time correlative
-//      scan matching", 2009), by least squares of distances from lines (Censi 2008). The window
-//      grows where nothing fits well: odometry may turn by a quarter of a circle at once. A scan
-//      that fits nowhere stays where odometry has it.
+//   1. The odometry's motion since the scan before gives a guess. The scan is fitted to the
+//      last key scans from there, and from the best pose of a window around (Olson, "Real-time
+//      correlative scan matching", 2009), by least squares of distances from lines (Censi 2008).
+//      The window grows where nothing fits well: odometry may turn by a quarter of a circle at
+//      once. A scan that fits nowhere stays where odometry has it.
 //   2. A scan 0.3 m or 0.2 radians away from the last key scan becomes one itself, a node of a pose
 //      graph. Fits to the four before it are links of the graph, and so is odometry, loosely.
 //   3. Key scans that the graph holds near for sure, from earlier on the way, are fitted at once:
@@ -26,8 +23,8 @@
 //      Three that agree with each other over 2.5 m of the way are loops (as in Mangelson et al.,
 //      "Pairwise consistent measurement set maximization", 2018). One that has rivals waits.
 //   5. The graph is solved (PoseGraph) when loops came. Then a loop that is off by 0.3 m, 3.4
-//   degrees
-//      or four deviations contradicts the rest: it is dropped, counted, and the rest solved again.
+//      degrees or four deviations contradicts the rest: it is dropped, counted, and the rest solved
+//      again.
 //
 // The same scans and poses give the same bits, whatever the machine has for threads: there is one.
 // Bits may differ with releases of the libraries underneath.
