@@ -4,6 +4,8 @@
 #include <cmath>
 #include <random>
 
+#include "tools/scan_search.hpp"
+
 namespace korrin_tool {
 namespace {
 
@@ -25,13 +27,13 @@ bool isClose(const Brin::Pose2D& apart) {
 }  // namespace
 
 ScanMatch matchScans(const Brin::io::LoggedScan& reference, const Brin::io::LoggedScan& other,
-                     const SearchWindow& window, float cutOff) {
-  const ReferenceScan distances(reference.scan, window.step, cutOff);
+                     const Brin::PoseGrid& grid, float cutOff) {
+  const Brin::PoseSearch search = searchOn(reference.scan, grid.step, cutOff);
   const std::vector<Brin::Point2D> points = hitPoints(other.scan);
   ScanMatch match;
-  match.found = searchAllPoses(distances, points, {}, window);
+  match.found = bestPose(search, points, grid);
   match.logged = reference.pose.relProject(other.pose);
-  match.loggedScore = distances.score(points, match.logged);
+  match.loggedScore = search.score(points, match.logged);
   return match;
 }
 

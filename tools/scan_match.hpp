@@ -1,6 +1,6 @@
 // One scan of a log placed by another, and how such matches compare with the log's own poses.
 //
-//   const ScanMatch match = matchScans(log.scans[20], log.scans[22], window, 0.2f);
+//   const ScanMatch match = matchScans(log.scans[20], log.scans[22], grid, 0.2f);
 //   for (const ScanPair& pair : closePairs(log.scans, 100, 1)) judge(pair);
 //
 // Poses are relative to the reference's scanner: metres and radians.
@@ -11,20 +11,20 @@
 #include <vector>
 
 #include "korrin/io/laser_log.hpp"
-#include "tools/pose_search.hpp"
+#include "korrin/pose_search.hpp"
 
 namespace korrin_tool {
 
 struct ScanMatch {
-  SearchResult found;
+  Brin::ScoredPose found;
   Brin::Pose2D logged;  // what the log says instead
   float loggedScore = 0.0f;
 };
 
-// Tries all poses of `window` around the reference's own; the logged poses guide nothing. The
-// window's step is the resolution of the reference too, `cutOff` as in ReferenceScan.
+// The best pose of `grid`, relative to the reference's own; the logged poses guide nothing. The
+// grid's step is the resolution of the reference too, `cutOff` as for searchOn.
 ScanMatch matchScans(const Brin::io::LoggedScan& reference, const Brin::io::LoggedScan& other,
-                     const SearchWindow& window, float cutOff);
+                     const Brin::PoseGrid& grid, float cutOff);
 
 struct ScanPair {
   std::size_t reference;

@@ -57,11 +57,11 @@ TooNear: an obstacle is nearer to cell (8, 10) than the robot's radius; the near
 
 constexpr const char* kDescribeDoc = R"(What is wrong with an end, as a sentence without its stop.
 
->>> map = korrin.OccupancyMap(20, 20, 0.1)
+>>> map = korrin.OccupancyMap(20, 20, 0.5)
 >>> map.reset(1)
 >>> map.image[:, 10] = 0
->>> korrin.describe(korrin.PathPlanner(map).plan((0.2, 1), (1, 1)).blocked)
-'an obstacle is there: cell (10, 10) holds 0, and free is from 0.2; the nearest free pose is (1, 0.9, 0)'
+>>> korrin.describe(korrin.PathPlanner(map).plan((1, 5), (5, 5)).blocked)
+'an obstacle is there: cell (10, 10) holds 0, and free is from 0.2; the nearest free pose is (4.5, 5, 0)'
 )";
 
 constexpr const char* kPlanDoc = R"(What came of a request. Lengths are metres; arrays are copies.

@@ -101,6 +101,11 @@ def file(draw):
     return os.path.join(directory, draw.choice(["map.yaml", "way.csv", "none", "no/such"]))
 
 
+def blocked_end(draw):
+    """Of a plan on a map that nobody has seen, so that no start is free."""
+    return korrin.PathPlanner(korrin.OccupancyMap(3, 3, 1)).plan(pose(draw), pose(draw)).blocked
+
+
 def enumeration(draw, kind):
     type_ = korrin
     for part in kind.split("."):
@@ -114,6 +119,7 @@ MAKERS = {
     "bool": lambda draw: draw.random() < 0.5,
     "str": lambda draw: draw.choice(["", "text", "raw"]),
     "os.PathLike": file,
+    "BlockedEnd": blocked_end,
     "Pose2D": pose,
     "Pose2Di": cell,
     "Point2D": point,

@@ -24,9 +24,9 @@ using Brin::mapping::buildGrid;
 using Brin::mapping::judgeGrid;
 using korrin_tool::agree;
 using korrin_tool::formatNumber;
+using korrin_tool::matchScans;
 using korrin_tool::ScanMatch;
 using korrin_tool::ScanPair;
-using korrin_tool::ScoredPose;
 using korrin_tool::Table;
 
 constexpr float kDegree = 0.0174532925f;
@@ -96,12 +96,13 @@ TEST(RealLogs, MatchingMakesNoMapWorse) {
   table.print(std::cout);
 }
 
-korrin_tool::SearchWindow smallWindow() {
-  korrin_tool::SearchWindow window;
-  window.reach = 0.475f;
-  window.turn = 18.0f * kDegree;
-  window.turnStep = kDegree / 2.0f;
-  return window;
+Brin::PoseGrid smallGrid() {
+  Brin::PoseGrid grid;
+  grid.reachX = grid.reachY = 0.475f;
+  grid.turn = 18.0f * kDegree;
+  grid.step = 0.025f;
+  grid.turnStep = kDegree / 2.0f;
+  return grid;
 }
 
 struct Tally {
@@ -117,8 +118,8 @@ Tally matchPairs(const Part& part) {
   Tally tally;
   for (const ScanPair& pair : korrin_tool::closePairs(scans.logged, part.pairs, 20261121)) {
     const ScanMatch match =
-        matchScans(scans.logged[pair.reference], scans.logged[pair.other], smallWindow(), kCutOff);
-    const ScoredPose& found = match.found.best;
+        matchScans(scans.logged[pair.reference], scans.logged[pair.other], smallGrid(), kCutOff);
+    const Brin::ScoredPose& found = match.found;
     const Pose2D aligned = relativePose(scans.aligned, pair);
     ++tally.pairs;
     tally.withLogged += agree(found.pose, match.logged) ? 1 : 0;
@@ -161,9 +162,9 @@ TEST(RealLogs, MatchesOfSimulatedScansFindWhereTheyWereTaken) {
         return korrin_tool::rescanned(scans.aligned[scan], map, 0.02f);
       };
       const ScanMatch match =
-          matchScans(again(pair.reference), again(pair.other), smallWindow(), kCutOff);
+          matchScans(again(pair.reference), again(pair.other), smallGrid(), kCutOff);
       ++pairs;
-      found += agree(match.found.best.pose, match.logged) ? 1 : 0;
+      found += agree(match.found.pose, match.logged) ? 1 : 0;
     }
   }
   std::cout << found << " of " << pairs << " simulated pairs found\n";

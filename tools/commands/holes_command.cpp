@@ -12,7 +12,7 @@
 #include "tools/negative_answer.hpp"
 #include "tools/pictures/canvas.hpp"
 #include "tools/pictures/scan_picture.hpp"
-#include "tools/pose_search.hpp"
+#include "tools/scan_search.hpp"
 #include "tools/usage_error.hpp"
 
 namespace korrin_tool {

@@ -5,7 +5,7 @@
 
 #include "tools/commands/arguments.hpp"
 #include "tools/negative_answer.hpp"
-#include "tools/pose_search.hpp"
+#include "tools/scan_search.hpp"
 #include "tools/usage_error.hpp"
 
 namespace korrin_tool {

@@ -13,6 +13,7 @@
 #include "tools/pictures/canvas.hpp"
 #include "tools/pictures/match_picture.hpp"
 #include "tools/scan_match.hpp"
+#include "tools/scan_search.hpp"
 #include "tools/stopwatch.hpp"
 #include "tools/usage_error.hpp"
 
@@ -29,7 +30,7 @@ struct MatchOptions {
 
 // What the log's own poses say.
 void describeLogged(const ScanMatch& match, CommandOutput& output) {
-  const Brin::Pose2D& found = match.found.best.pose;
+  const Brin::Pose2D& found = match.found.pose;
   const Brin::Pose2D& logged = match.logged;
   const double apart = std::hypot(found.x - logged.x, found.y - logged.y);
   const double turned = std::abs(Brin::canonicalAngle(found.theta - logged.theta));
@@ -39,28 +40,28 @@ void describeLogged(const ScanMatch& match, CommandOutput& output) {
   output.json["loggedScore"] = numberJson(match.loggedScore);
 }
 
-// Whether a pose is one of the outermost of the window.
-bool isAtBorder(const Brin::Pose2D& pose, const SearchWindow& window) {
-  const float reach = (static_cast<float>(window.shifts()) - 0.5f) * window.step;
-  const float turn = (static_cast<float>(window.turns()) - 0.5f) * window.turnStep;
+// Whether a pose is one of the outermost of the grid.
+bool isAtBorder(const Brin::Pose2D& pose, const Brin::PoseGrid& grid) {
+  const float reach = (static_cast<float>(grid.shiftsX()) - 0.5f) * grid.step;
+  const float turn = (static_cast<float>(grid.turns()) - 0.5f) * grid.turnStep;
   return std::abs(pose.x) > reach || std::abs(pose.y) > reach || std::abs(pose.theta) > turn;
 }
 
-void describeMatch(const MatchOptions& options, const SearchWindow& window,
-                   const SearchResult& result, CommandOutput& output) {
+void describeMatch(const MatchOptions& options, const Brin::PoseGrid& grid,
+                   const Brin::ScoredPose& best, CommandOutput& output) {
   output.line("scans",
               std::to_string(options.scan) + " against " + std::to_string(options.reference));
-  output.line("best", poseText(result.best.pose) + ", score " + formatNumber(result.best.score, 3));
-  output.line("searched", formatCount(window.poses()) + " poses");
-  const bool atBorder = isAtBorder(result.best.pose, window);
+  output.line("best", poseText(best.pose) + ", score " + formatNumber(best.score, 3));
+  output.line("searched", formatCount(grid.poses()) + " poses");
+  const bool atBorder = isAtBorder(best.pose, grid);
   if (atBorder) {
     output.line("warning", "the best pose is at the window's border; a better one may lie outside");
   }
   output.json["reference"] = options.reference;
   output.json["scan"] = options.scan;
-  output.json["pose"] = poseJson(result.best.pose);
-  output.json["score"] = numberJson(result.best.score);
-  output.json["poses"] = window.poses();
+  output.json["pose"] = poseJson(best.pose);
+  output.json["score"] = numberJson(best.score);
+  output.json["poses"] = grid.poses();
   output.json["atBorder"] = atBorder;
 }
 
@@ -71,26 +72,27 @@ void runMatch(MatchOptions& options) {
   const std::vector<Brin::Point2D> referencePoints =
       hitsOf(options.log, reference, options.reference);
   const std::vector<Brin::Point2D> points = hitsOf(options.log, other, options.scan);
-  const SearchWindow window = options.search.searchWindow();
-  checkWork(window, points.size());
+  const Brin::PoseGrid grid = options.search.grid();
+  checkWork(grid, points.size());
 
   const Stopwatch stopwatch;
-  const ScanMatch match = matchScans(reference, other, window, options.search.cutOff);
+  const ScanMatch match = matchScans(reference, other, grid, options.search.cutOff);
   const double seconds = stopwatch.seconds();
-  const SearchResult& result = match.found;
-  if (result.best.score <= 0.0f) {
+  if (match.found.score <= 0.0f) {
     throw NegativeAnswer(options.log.path + ": scan " + std::to_string(options.scan) +
                          " fits scan " + std::to_string(options.reference) +
                          " nowhere in the window");
   }
   CommandOutput& output = options.output;
   describeLog(options.log, log, output);
-  describeMatch(options, window, result, output);
+  describeMatch(options, grid, match.found, output);
   describeLogged(match, output);
   output.line("time", formatSeconds(seconds));
   output.json["time"] = seconds;
   if (output.wantsPicture()) {
-    saveMatchPicture(output.png, {referencePoints, points, window, result, match.logged});
+    const auto search = searchOn(reference.scan, grid.step, options.search.cutOff);
+    saveMatchPicture(output.png, {referencePoints, points, grid, match.found,
+                                  scoresByPlace(search, points, grid), match.logged});
   }
   output.deliver();
 }
@@ -98,8 +100,8 @@ void runMatch(MatchOptions& options) {
 }  // namespace
 
 void addMatchCommand(CLI::App& app) {
-  CLI::App* command = app.add_subcommand(
-      "match", "Find the pose of one scan of a laser log relative to another, by trying all");
+  CLI::App* command =
+      app.add_subcommand("match", "Find the pose of one scan of a laser log relative to another");
   const auto options = std::make_shared<MatchOptions>();
   addLogOptions(*command, options->log);
   command->add_option("--reference", options->reference, "the scan to match against, from 0")

@@ -51,8 +51,8 @@ std::string apartText(const Brin::Pose2D& a, const Brin::Pose2D& b) {
 class Pairs {
  public:
   Pairs(const PairsOptions& options, const std::vector<Brin::io::LoggedScan>& logged)
-      : options_(options), window_(options.search.searchWindow()), logged_(logged) {
-    for (const Brin::io::LoggedScan& scan : logged) checkWork(window_, scan.scan.readings.size());
+      : options_(options), grid_(options.search.grid()), logged_(logged) {
+    for (const Brin::io::LoggedScan& scan : logged) checkWork(grid_, scan.scan.readings.size());
     if (!options.map.empty()) map_ = openMap(options.map);
     if (!options.align) return;
     ProgressBar bar("align");
@@ -61,7 +61,7 @@ class Pairs {
 
   void judge(const ScanPair& pair) {
     const ScanMatch match = matched(logged_[pair.reference], logged_[pair.other]);
-    const ScoredPose& found = match.found.best;
+    const Brin::ScoredPose& found = match.found;
     ++tally_.pairs;
     tally_.logged += agree(found.pose, match.logged) ? 1 : 0;
     tally_.noWorse += !agree(found.pose, match.logged) && found.score >= match.loggedScore ? 1 : 0;
@@ -107,19 +107,19 @@ class Pairs {
  private:
   ScanMatch matched(const Brin::io::LoggedScan& reference,
                     const Brin::io::LoggedScan& other) const {
-    return matchScans(reference, other, window_, options_.search.cutOff);
+    return matchScans(reference, other, grid_, options_.search.cutOff);
   }
 
   std::string simulate(const ScanPair& pair) {
     const std::vector<Brin::io::LoggedScan>& truth = aligned_.empty() ? logged_ : aligned_;
     const ScanMatch match = matched(rescanned(truth[pair.reference], *map_, kRangeNoise),
                                     rescanned(truth[pair.other], *map_, kRangeNoise));
-    tally_.simulated += agree(match.found.best.pose, match.logged) ? 1 : 0;
-    return apartText(match.found.best.pose, match.logged);
+    tally_.simulated += agree(match.found.pose, match.logged) ? 1 : 0;
+    return apartText(match.found.pose, match.logged);
   }
 
   const PairsOptions& options_;
-  const SearchWindow window_;
+  const Brin::PoseGrid grid_;
   const std::vector<Brin::io::LoggedScan>& logged_;
   std::vector<Brin::io::LoggedScan> aligned_;
   std::optional<Brin::OccupancyMap> map_;

@@ -13,9 +13,9 @@ constexpr double kMostLookUps = 2e10;  // a minute or two
 
 }  // namespace
 
-SearchWindow SearchOptions::searchWindow() const {
-  SearchWindow result;
-  result.reach = window;
+Brin::PoseGrid SearchOptions::grid() const {
+  Brin::PoseGrid result;
+  result.reachX = result.reachY = window;
   result.step = resolution;
   result.turn = static_cast<float>(angle * kDegrees);
   result.turnStep = static_cast<float>(angleStep * kDegrees);
@@ -44,10 +44,10 @@ void addSearchOptions(CLI::App& command, SearchOptions& options) {
       ->option_text("M");
 }
 
-void checkWork(const SearchWindow& window, std::size_t points) {
-  const double lookUps = static_cast<double>(window.poses()) * static_cast<double>(points);
+void checkWork(const Brin::PoseGrid& grid, std::size_t points) {
+  const double lookUps = static_cast<double>(grid.poses()) * static_cast<double>(points);
   if (lookUps <= kMostLookUps) return;
-  throw UsageError("--window: " + formatCount(window.poses()) +
+  throw UsageError("--window: " + formatCount(grid.poses()) +
                    " poses are too many to try; a coarser --resolution or --angle-step helps");
 }
 

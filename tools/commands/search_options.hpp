@@ -1,7 +1,9 @@
 // The options of the commands that place one scan by another.
 #pragma once
 
-#include "tools/pose_search.hpp"
+#include <cstddef>
+
+#include "korrin/pose_search.hpp"
 
 namespace CLI {
 class App;
@@ -16,12 +18,12 @@ struct SearchOptions {
   float angleStep = 0.5f;     // degrees
   float cutOff = 0.2f;        // metres
 
-  SearchWindow searchWindow() const;
+  Brin::PoseGrid grid() const;  // around the reference's own pose
 };
 
 void addSearchOptions(CLI::App& command, SearchOptions& options);
 
-// A UsageError when trying all poses of the window with that many points would take minutes.
-void checkWork(const SearchWindow& window, std::size_t points);
+// A UsageError when trying all poses of the grid with that many points would take minutes.
+void checkWork(const Brin::PoseGrid& grid, std::size_t points);
 
 }  // namespace korrin_tool

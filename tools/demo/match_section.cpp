@@ -1,12 +1,10 @@
 // A scan matched against another one: where was it taken?
-#include <opencv2/core/core_c.h>
-
-#include <algorithm>
 #include <cmath>
 
-#include "korrin/scan_matching.hpp"
+#include "korrin/pose_search.hpp"
 #include "tools/demo/demo.hpp"
 #include "tools/demo/scanner.hpp"
+#include "tools/scan_search.hpp"
 #include "tools/stopwatch.hpp"
 
 namespace korrin_tool {
@@ -23,51 +21,18 @@ constexpr float kTurnStep = 0.0175f;            // one degree
 constexpr int kTurnReach = 12;
 constexpr float kCutOff = 0.5f;  // metres from which on a point is no match
 
-// The distance map, with the release that its holder owes it.
-struct Reference : Brin::ScanDistMap {
-  explicit Reference(const Brin::Scan& scan) { build(scan, {}, kResolution); }
-  ~Reference() {
-    cvReleaseImage(&distanceMap);
-    cvReleaseImage(&laserImage);
-  }
-  Reference(const Reference&) = delete;
-  Reference& operator=(const Reference&) = delete;
-};
-
 struct Match {
-  Pose2D pose;  // of the best score, relative to the reference
-  float score = -1.0f;
+  Brin::ScoredPose best;      // relative to the reference
   std::vector<float> scores;  // the best of any heading, by shift, row by row
-  int tried = 0;
 };
 
-// The best score at one shift, over all headings.
-float bestHeading(const Reference& reference, const std::vector<Point2D>& points, Pose2D pose,
-                  Match& match) {
-  float best = 0.0f;
-  for (int turn = -kTurnReach; turn <= kTurnReach; ++turn) {
-    pose.theta = static_cast<float>(turn) * kTurnStep;
-    const float score = reference.score(points, pose, kCutOff, nullptr);
-    ++match.tried;
-    best = std::max(best, score);
-    if (score > match.score) {
-      match.score = score;
-      match.pose = pose;
-    }
-  }
-  return best;
-}
-
-Match search(const Reference& reference, const std::vector<Point2D>& points) {
-  Match match;
-  for (int y = -kReach; y <= kReach; ++y) {
-    for (int x = -kReach; x <= kReach; ++x) {
-      const Pose2D shift(static_cast<float>(x) * kResolution, static_cast<float>(y) * kResolution,
-                         0.0f);
-      match.scores.push_back(bestHeading(reference, points, shift, match));
-    }
-  }
-  return match;
+Brin::PoseGrid searchedGrid() {
+  Brin::PoseGrid grid;
+  grid.reachX = grid.reachY = kReach * kResolution;
+  grid.turn = kTurnReach * kTurnStep;
+  grid.step = kResolution;
+  grid.turnStep = kTurnStep;
+  return grid;
 }
 
 void drawPoints(Canvas& canvas, const std::vector<Point2D>& points, const Pose2D& pose,
@@ -83,7 +48,7 @@ void drawScores(Canvas& canvas, const Brin::OccupancyMapParams& frame, const Mat
   std::size_t i = 0;
   for (int y = -kReach; y <= kReach; ++y) {
     for (int x = -kReach; x <= kReach; ++x, ++i) {
-      const double share = (match.scores[i] - 0.3) / (match.score - 0.3);
+      const double share = (match.scores[i] - 0.3) / (match.best.score - 0.3);
       canvas.fillCell(middle.x + x, middle.y + y, heat(share * share));
     }
   }
@@ -96,7 +61,7 @@ DemoPicture picture(const DemoState& state, const Match& match, const std::vecto
   Canvas canvas(frame);
   drawBackground(canvas, frame, state.floor.map);
   drawScores(canvas, frame, match);
-  const Pose2D found = kReference.absProject(match.pose);
+  const Pose2D found = kReference.absProject(match.best.pose);
   drawPoints(canvas, second, kReference, 4.0, palette::kGoal);
   drawPoints(canvas, first, kReference, 4.5, palette::kInk);
   drawPoints(canvas, second, found, 2.5, mix(palette::kPath, palette::kPaper, 0.25));
@@ -123,12 +88,14 @@ DemoPicture matchSection(DemoState& state) {
   const std::vector<Point2D> second =
       hitPoints(readScanner(state.floor.map, kReference.absProject(kMovedBy)));
   const Stopwatch stopwatch;
-  const Reference reference(firstScan);
-  const Match match = search(reference, second);
+  const Brin::PoseSearch search = searchOn(firstScan, kResolution, kCutOff);
+  const Brin::PoseGrid grid = searchedGrid();
+  Match match{bestPose(search, second, grid), {}};
   const double seconds = stopwatch.seconds();
-  const Pose2D error = kMovedBy.relProject(match.pose);
+  match.scores = scoresByPlace(search, second, grid);
+  const Pose2D error = kMovedBy.relProject(match.best.pose);
   state.addRow("match two scans",
-               formatCount(match.tried) + " poses tried, " +
+               formatCount(grid.poses()) + " poses tried, " +
                    formatNumber(100.0 * std::hypot(error.x, error.y), 1) + " cm and " +
                    formatDegrees(std::abs(error.theta)) + " off",
                seconds);

@@ -38,7 +38,7 @@ Canvas drawScans(const MatchToDraw& match) {
   std::vector<Point2D> inView = nearestOf(match.reference, 0.95);
   inView.emplace_back(0.0f, 0.0f);
   for (const Point2D& point : nearestOf(match.points, 0.95)) {
-    inView.push_back(match.result.best.pose.absProject({point.x, point.y, 0.0f}));
+    inView.push_back(match.best.pose.absProject({point.x, point.y, 0.0f}));
   }
   const OccupancyMapParams frame = grownTo(frameAround(inView, 0.05f, 0.5f), 1.0);
   Canvas canvas(frame, 1000);
@@ -47,10 +47,9 @@ Canvas drawScans(const MatchToDraw& match) {
   canvas.drawMap(background);
   drawPoints(canvas, match.points, {}, 5.0, palette::kGoal);
   drawPoints(canvas, match.reference, {}, 6.0, palette::kInk);
-  drawPoints(canvas, match.points, match.result.best.pose, 3.5,
-             mix(palette::kPath, palette::kPaper, 0.2));
+  drawPoints(canvas, match.points, match.best.pose, 3.5, mix(palette::kPath, palette::kPaper, 0.2));
   canvas.heading({}, 26.0, palette::kGoal);
-  canvas.heading(match.result.best.pose, 26.0, palette::kPath);
+  canvas.heading(match.best.pose, 26.0, palette::kPath);
   canvas.scaleBar();
   canvas.legend({{palette::kInk, "reference"},
                  {palette::kGoal, "scan, unmatched"},
@@ -65,24 +64,24 @@ double shareOf(float score, float median, float best) {
 }
 
 Canvas drawScores(const MatchToDraw& match) {
-  const int shifts = match.window.shifts();
+  const int shifts = match.grid.shiftsX();
   const int side = 2 * shifts + 1;
-  const std::vector<float>& scores = match.result.scores;
+  const std::vector<float>& scores = match.scores;
   std::vector<float> sorted = scores;
   const auto middle = sorted.begin() + static_cast<std::ptrdiff_t>(sorted.size() / 2);
   std::nth_element(sorted.begin(), middle, sorted.end());
 
-  OccupancyMapParams frame(side, side, match.window.step);
-  frame.origin.x = frame.origin.y = -static_cast<float>(shifts) * match.window.step;
+  OccupancyMapParams frame(side, side, match.grid.step);
+  frame.origin.x = frame.origin.y = -static_cast<float>(shifts) * match.grid.step;
   Canvas canvas(frame, 1000);
   for (int y = 0; y < side; ++y) {
     for (int x = 0; x < side; ++x) {
       const auto i = static_cast<std::size_t>(y) * static_cast<std::size_t>(side) +
                      static_cast<std::size_t>(x);
-      canvas.fillCell(x, y, heat(shareOf(scores[i], *middle, match.result.best.score)));
+      canvas.fillCell(x, y, heat(shareOf(scores[i], *middle, match.best.score)));
     }
   }
-  const float reach = static_cast<float>(shifts) * match.window.step;
+  const float reach = static_cast<float>(shifts) * match.grid.step;
   canvas.line({-reach, 0.0f}, {reach, 0.0f}, palette::kFaint, 1);
   canvas.line({0.0f, -reach}, {0.0f, reach}, palette::kFaint, 1);
   const std::string end = " = " + formatShort(double{reach}) + " m";
@@ -90,7 +89,7 @@ Canvas drawScores(const MatchToDraw& match) {
   canvas.label({0.0f, reach}, "y" + end, Anchor::Below);
   canvas.circle(match.logged, 13, palette::kPaper, 6);
   canvas.circle(match.logged, 13, palette::kGoal, 3);
-  canvas.disc(match.result.best.pose, 8, palette::kPath);
+  canvas.disc(match.best.pose, 8, palette::kPath);
   canvas.scaleBar();
   canvas.legend({{heat(1.0), "good fit"},
                  {heat(0.0), "poor fit"},

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <opencv2/imgproc.hpp>
 
-#include "tools/pose_search.hpp"
+#include "tools/scan_search.hpp"
 
 namespace korrin_tool {
 namespace {

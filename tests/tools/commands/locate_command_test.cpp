@@ -78,8 +78,8 @@ TEST_F(LocateCommand, SearchesAroundAPlaceAndAHeading) {
   const json near = locateJson({"--near", "2.3,3.2,0.5", "--window", "0.5", "--angle", "20"});
   expectNear(near["answers"][0]["pose"], kPlace);
   EXPECT_EQ(near["poses"], 21 * 21 * 41);
-  const json away =
-      locateJson({"--near", "6,1,0", "--window", "0.5", "--angle", "20", "--min-score", "0"}, 0);
+  const json away =  // no place there is the right one, and several are as bad
+      locateJson({"--near", "6,1,0", "--window", "0.5", "--angle", "20", "--min-score", "0"}, 1);
   EXPECT_GE(away["answers"][0]["pose"][0], 5.4);
 }
 

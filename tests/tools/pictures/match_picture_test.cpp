@@ -10,21 +10,18 @@ namespace korrin_test {
 namespace {
 
 using Brin::Point2D;
-using korrin_tool::SearchResult;
-using korrin_tool::SearchWindow;
 
 // The picture of a scan that hit something at both ends of a line of so many metres.
 cv::Mat pictureOf(float metres) {
   const TemporaryDirectory directory;
-  SearchWindow window;
-  window.reach = 0.05f;
-  const auto side = static_cast<std::size_t>(2 * window.shifts() + 1);
-  SearchResult result;
-  result.scores.assign(side * side, 0.5f);
+  Brin::PoseGrid grid;
+  grid.reachX = grid.reachY = 0.05f;
+  const auto side = static_cast<std::size_t>(2 * grid.shiftsX() + 1);
+  const std::vector<float> scores(side * side, 0.5f);
   const std::vector<Point2D> ends(20, {metres / 2.0f, 0.0f});
   std::vector<Point2D> line(20, {-metres / 2.0f, 0.0f});
   line.insert(line.end(), ends.begin(), ends.end());
-  korrin_tool::saveMatchPicture(directory / "match.png", {line, line, window, result, {}});
+  korrin_tool::saveMatchPicture(directory / "match.png", {line, line, grid, {}, scores, {}});
   return cv::imread(directory / "match.png");
 }
 
