@@ -28,10 +28,7 @@ import dataclasses
 import enum
 import os
 from collections.abc import Callable, Iterable
-from typing import Any, NamedTuple, NoReturn
-
-import numpy as np
-from numpy.typing import NDArray
+from typing import Any, NamedTuple
 
 import korrin
 
@@ -43,12 +40,20 @@ from ._pose_graphs import (
     GraphSolution,
     PoseGraph,
     composed,
-    graph_of_fields,
     parse_g2o,
     read_g2o,
     seen_from,
     to_g2o,
     write_g2o,
+)
+from ._scan_aligner import (
+    AlignerSettings,
+    AlignerSummary,
+    LinkKind,
+    ScanAligner,
+    ScanLink,
+    fields_of_settings,
+    links_of_fields,
 )
 
 __all__ = [
@@ -81,22 +86,12 @@ __all__ = [
 ]
 
 # Everything shows, and is pickled, under the name by which it is imported.
-for _thing in (GraphEdge, GraphInformation, GraphPose, GraphSolution, PoseGraph):
+_GRAPHS = (GraphEdge, GraphInformation, GraphPose, GraphSolution, PoseGraph)
+_ALIGNER = (AlignerSettings, AlignerSummary, LinkKind, ScanAligner, ScanLink)
+for _thing in (*_GRAPHS, *_ALIGNER):
     _thing.__module__ = __name__
 
 Log = korrin.LaserLog | Iterable[korrin.LoggedScan]
-
-
-class LinkKind(enum.IntEnum):
-    """What links two key scans: what odometry told, a fit closely after it, or a place found again.
-
-    >>> [kind.name for kind in korrin.mapping.LinkKind]
-    ['Odometry', 'Match', 'Loop']
-    """
-
-    Odometry = 0
-    Match = 1
-    Loop = 2
 
 
 class AlignmentKind(enum.IntEnum):
@@ -110,137 +105,6 @@ class AlignmentKind(enum.IntEnum):
     Logged = 0
     Settled = 1
     Aligned = 2
-
-
-@dataclasses.dataclass
-class AlignerSettings:
-    """How scans are aligned: metres or radians from one key scan to the next, metres beyond which hits are
-    not matched (all above 0), and whether places are found again.
-
-    >>> korrin.mapping.AlignerSettings(max_range=20).key_distance
-    0.3
-    """
-
-    key_distance: float = 0.3
-    key_turn: float = 0.2
-    max_range: float = 30.0
-    closes_loops: bool = True
-
-
-@dataclasses.dataclass
-class ScanLink:
-    """A link of the pose graph, between two scans by their numbers, from 0 on.
-
-    `dropped` tells of a loop that contradicted the rest, and counts no longer.
-
-    >>> motion, known = korrin.mapping.GraphPose(0.3), korrin.mapping.GraphInformation()
-    >>> korrin.mapping.ScanLink(3, 7, motion, known, korrin.mapping.LinkKind.Match).dropped
-    False
-    """
-
-    from_: int
-    to: int
-    motion: GraphPose
-    information: GraphInformation
-    kind: LinkKind
-    dropped: bool = False
-
-
-class AlignerSummary(NamedTuple):
-    """What has happened so far: scans, key scans, scans that fitted nowhere, loops found (those waiting
-    for others included), accepted, and of these dropped since they contradicted the rest.
-
-    >>> korrin.mapping.ScanAligner().summary().key_scans
-    0
-    """
-
-    scans: int
-    key_scans: int
-    unmatched: int
-    loops_found: int
-    loops_accepted: int
-    loops_dropped: int
-
-
-class ScanAligner:
-    """Corrected poses for scans as they come in; places that are found again close loops.
-
-    It is no value: it cannot be copied or pickled. Threads may share one; they take turns.
-
-    >>> aligner = korrin.mapping.ScanAligner()
-    >>> scan = korrin.Scan(np.linspace(1, 2, 90), angle_min=-0.8, angle_increment=0.02)
-    >>> aligner.add(scan, (1, 2, 0))
-    Pose2D(x=1, y=2, theta=0)
-    >>> len(aligner.poses()), aligner.key_scans()
-    (1, [0])
-    """
-
-    def __init__(self, settings: AlignerSettings | None = None) -> None:
-        self._aligner = _korrin._ScanAligner(_settings_fields(settings))
-
-    def add(self, scan: korrin.ScanLike, odometry: korrin.PoseLike) -> korrin.Pose2D:
-        """Takes a scan and the pose that odometry gave the scanner; returns where it was found to be.
-
-        With no odometry give the same pose each time. Scans without hits stay where odometry has
-        them; a pose that is not finite counts as not having moved.
-
-        >>> korrin.mapping.ScanAligner().add(korrin.Scan(), (0.5, 0, 0))
-        Pose2D(x=0.5, y=0, theta=0)
-        """
-        pose: korrin.Pose2D = self._aligner.add(scan, odometry)
-        return pose
-
-    def poses(self) -> NDArray[np.float32]:
-        """The poses of all scans, as corrected by now: N x 3.
-
-        >>> korrin.mapping.ScanAligner().poses().shape
-        (0, 3)
-        """
-        poses: NDArray[np.float32] = self._aligner.poses()
-        return poses
-
-    def key_scans(self) -> list[int]:
-        """Numbers of the key scans, rising.
-
-        >>> korrin.mapping.ScanAligner().key_scans()
-        []
-        """
-        scans: list[int] = self._aligner.key_scans()
-        return scans
-
-    def links(self) -> list[ScanLink]:
-        """All links, dropped ones included, in the order they were made.
-
-        >>> korrin.mapping.ScanAligner().links()
-        []
-        """
-        return _links(self._aligner.links())
-
-    def graph(self) -> PoseGraph:
-        """The graph as it is solved: a node for each key scan, an edge for each link that counts.
-
-        >>> korrin.mapping.ScanAligner().graph()
-        PoseGraph(nodes=[], edges=[])
-        """
-        return graph_of_fields(self._aligner.graph())
-
-    def summary(self) -> AlignerSummary:
-        """What has happened so far.
-
-        >>> korrin.mapping.ScanAligner().summary().scans
-        0
-        """
-        return AlignerSummary(*self._aligner.summary())
-
-    def __reduce_ex__(self, protocol: Any) -> NoReturn:
-        raise TypeError("a ScanAligner cannot be copied or pickled")
-
-    def __repr__(self) -> str:
-        summary = self.summary()
-        return (
-            f"<ScanAligner of {summary.scans} scans, {summary.key_scans} of them key scans, "
-            f"with {summary.loops_accepted - summary.loops_dropped} loops>"
-        )
 
 
 @dataclasses.dataclass
@@ -293,13 +157,13 @@ def align(
     """
     scans = _scans(log)
     poses, robots, kind, summary, key_scans, links = _korrin._align(
-        _scan_fields(scans), _settings_fields(settings), resolution, progress
+        _scan_fields(scans), fields_of_settings(settings), resolution, progress
     )
     moved = [
         dataclasses.replace(logged, pose=korrin.Pose2D(pose), robot=korrin.Pose2D(robot))
         for logged, pose, robot in zip(scans, poses, robots)
     ]
-    return Alignment(moved, AlignmentKind(kind), AlignerSummary(*summary), key_scans, _links(links))
+    return Alignment(moved, AlignmentKind(kind), AlignerSummary(*summary), key_scans, links_of_fields(links))
 
 
 def graph_of(alignment: Alignment) -> PoseGraph:
@@ -377,17 +241,6 @@ def judge_grid(map: korrin.OccupancyMap, log: Log, samples: int = 200) -> GridQu
     0
     """
     return GridQuality(*_korrin._judge_grid(map, _scan_fields(_scans(log)), samples))
-
-
-def _links(fields: Any) -> list[ScanLink]:
-    return [
-        ScanLink(from_, to, GraphPose(*motion), GraphInformation(*known), LinkKind(kind), dropped)
-        for from_, to, motion, known, kind, dropped in fields
-    ]
-
-
-def _settings_fields(settings: AlignerSettings | None) -> tuple[Any, ...]:
-    return dataclasses.astuple(settings if settings is not None else AlignerSettings())
 
 
 def _scans(log: Log) -> list[korrin.LoggedScan]:

@@ -11,7 +11,7 @@ from stubs import stub_text
 import korrin
 
 PACKAGE = PROJECT / "python" / "korrin"
-TYPED = ("plot", "mapping", "_pose_graphs")  # have their types in themselves
+TYPED = ("plot", "mapping", "_pose_graphs", "_scan_aligner")  # have their types in themselves
 
 
 def test_the_stub_is_up_to_date():
