@@ -10,10 +10,13 @@ namespace {
 
 constexpr float kCutOff = 0.3f;  // metres; a point farther from all hits fits nowhere
 
-// Owns what a distance map does not.
+// Owns what a distance map does not, also when its build fails half way: a constructor that another
+// one has called is done, so that there is a destructor to run.
 class ScanReference {
  public:
-  ScanReference(const Scan& scan, float resolution) { map_.build(scan, Pose2D(), resolution); }
+  ScanReference(const Scan& scan, float resolution) : ScanReference() {
+    map_.build(scan, Pose2D(), resolution);
+  }
   ~ScanReference() {
     cvReleaseImage(&map_.distanceMap);
     cvReleaseImage(&map_.laserImage);
@@ -24,6 +27,8 @@ class ScanReference {
   const ScanDistMap& map() const { return map_; }
 
  private:
+  ScanReference() = default;
+
   ScanDistMap map_;
 };
 

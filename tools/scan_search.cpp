@@ -13,9 +13,10 @@ using Brin::PoseGrid;
 using Brin::PoseSearch;
 using Brin::ScoredPose;
 
-// The distance map, with the release that its holder owes it.
+// The distance map, with the release that its holder owes it, also when its build fails half way.
 struct Reference : Brin::ScanDistMap {
-  Reference(const Brin::Scan& scan, float pixel) { build(scan, {}, pixel); }
+  Reference() = default;
+  Reference(const Brin::Scan& scan, float pixel) : Reference() { build(scan, {}, pixel); }
   ~Reference() {
     cvReleaseImage(&distanceMap);
     cvReleaseImage(&laserImage);
