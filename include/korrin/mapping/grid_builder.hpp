@@ -37,10 +37,11 @@ KORRIN_EXPORT OccupancyMap buildGrid(const std::vector<io::LoggedScan>& scans,
 // far out, through a window, is left away. A grid without free cells comes back whole.
 KORRIN_EXPORT OccupancyMap croppedToFree(const OccupancyMap& map);
 
+// How well a grid explains scans.
 struct GridQuality {
-  std::size_t occupiedCells = 0;
-  std::size_t freeCells = 0;
-  std::size_t scansCompared = 0;
+  std::size_t occupiedCells = 0;  // of the grid
+  std::size_t freeCells = 0;      // of the grid
+  std::size_t scansCompared = 0;  // how many scans the likelihood is the mean of
   // How well ranges simulated in the grid agree with the measured ones: the mean, over scans
   // spread evenly, of ScanModel::scanLikelihood with a deviation of two cells. At most 1.
   double likelihood = 0.0;

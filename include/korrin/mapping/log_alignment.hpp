@@ -27,7 +27,7 @@ namespace Brin::mapping {
 
 // How a log is aligned.
 struct AlignmentSettings {
-  AlignerSettings aligner;
+  AlignerSettings aligner;   // of step 1
   float resolution = 0.05f;  // metres a cell of the grids that are compared; above 0
 };
 
@@ -40,10 +40,10 @@ enum class AlignmentKind : std::int32_t {
 
 // A log with better poses.
 struct Alignment {
-  std::vector<io::LoggedScan> scans;  // the log's; laser and robot poses moved together
-  AlignmentKind kind = AlignmentKind::Logged;
-  AlignerSummary summary;             // of step 1, with what settling dropped
-  std::vector<std::size_t> keyScans;  // numbers of scans, rising
+  std::vector<io::LoggedScan> scans;           // the log's; laser and robot poses moved together
+  AlignmentKind kind = AlignmentKind::Logged;  // where their poses come from
+  AlignerSummary summary;                      // of step 1, with what settling dropped
+  std::vector<std::size_t> keyScans;           // numbers of scans, rising
   std::vector<ScanLink> links;  // of step 1; loops that the settled poses contradict are dropped
 };
 

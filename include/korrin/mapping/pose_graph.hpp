@@ -28,11 +28,11 @@
 
 namespace Brin::mapping {
 
-// A pose: metres, metres, radians.
+// A pose in doubles: a long track is the sum of many small motions.
 struct GraphPose {
-  double x = 0.0;
-  double y = 0.0;
-  double theta = 0.0;
+  double x = 0.0;      // metres
+  double y = 0.0;      // metres
+  double theta = 0.0;  // radians
 };
 
 // `rel`, given in the frame of `pose`, expressed in the frame of `pose` itself; the turn in
@@ -46,12 +46,12 @@ KORRIN_EXPORT GraphPose seenFrom(const GraphPose& origin, const GraphPose& pose)
 // How sure a motion is: the inverse of its covariance, which is symmetric, in 1 / m^2, 1 / (m rad)
 // and 1 / rad^2, in the frame of the edge's `from`.
 struct GraphInformation {
-  double xx = 1.0;
-  double xy = 0.0;
-  double xTheta = 0.0;
-  double yy = 1.0;
-  double yTheta = 0.0;
-  double thetaTheta = 1.0;
+  double xx = 1.0;          // along x, where `from` looks
+  double xy = 0.0;          // along x with y
+  double xTheta = 0.0;      // along x with the turn
+  double yy = 1.0;          // along y, to the left of it
+  double yTheta = 0.0;      // along y with the turn
+  double thetaTheta = 1.0;  // of the turn
 };
 
 // What was measured between two nodes.
@@ -74,8 +74,8 @@ struct GraphSolution {
 // Nodes and edges, and their solution. Plain data; distinct graphs may be used from any threads.
 class KORRIN_EXPORT PoseGraph {
  public:
-  std::vector<GraphPose> nodes;
-  std::vector<GraphEdge> edges;
+  std::vector<GraphPose> nodes;  // in one frame
+  std::vector<GraphEdge> edges;  // between any two nodes, several where several were measured
 
   // Moves the nodes to where they fit the edges best, in at most `maxIterations` steps. Of nodes
   // that edges join, directly or by way of others, the first one stays where it is; so do nodes

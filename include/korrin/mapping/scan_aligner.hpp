@@ -58,18 +58,18 @@ enum class LinkKind : std::int32_t {
 
 // A link of the pose graph.
 struct ScanLink {
-  std::size_t from = 0;          // number of the scan, from 0 on, as it was added
-  std::size_t to = 0;            // of a later one
-  GraphPose motion;              // of `to`, seen from `from`
-  GraphInformation information;  // how sure it is
-  LinkKind kind = LinkKind::Odometry;
-  bool dropped = false;  // a loop that contradicted the rest, and counts no longer
+  std::size_t from = 0;                // number of the scan, from 0 on, as it was added
+  std::size_t to = 0;                  // of a later one
+  GraphPose motion;                    // of `to`, seen from `from`
+  GraphInformation information;        // how sure it is
+  LinkKind kind = LinkKind::Odometry;  // where it comes from
+  bool dropped = false;                // a loop that contradicted the rest, and counts no longer
 };
 
 // What has happened so far.
 struct AlignerSummary {
-  std::size_t scans = 0;
-  std::size_t keyScans = 0;
+  std::size_t scans = 0;          // added
+  std::size_t keyScans = 0;       // of these, the nodes of the graph
   std::size_t unmatched = 0;      // scans that fitted nowhere, and stay where odometry has them
   std::size_t loopsFound = 0;     // loops and suggestions, those waiting for others included
   std::size_t loopsAccepted = 0;  // those that became links of the graph
@@ -116,6 +116,7 @@ class KORRIN_EXPORT ScanAligner {
   // Linear.
   PoseGraph graph() const;
 
+  // What has happened so far. Linear in the links.
   AlignerSummary summary() const;
 
  private:
