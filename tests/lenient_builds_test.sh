@@ -35,7 +35,7 @@ must_be_lenient -G Ninja
 has_errors --preset dev || { echo "warnings are no errors in preset dev"; failures=$((failures + 1)); }
 must_be_lenient --preset install
 
-user_scripts="demo make-packages check-logs bench bench-peers check-abi"
+user_scripts="korrin install demo make-packages check-logs bench bench-peers check-abi"
 presets=""
 for script in $user_scripts; do
   own=$(grep -oE 'cmake --preset [^ ]+' "$korrin/scripts/$script" | sed 's/.* //') ||

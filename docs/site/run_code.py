@@ -36,6 +36,7 @@ COVERED = [
      "scripts/test-pip", "--no-index"),
     (r"scripts/make-packages && sudo apt-get install \./out/packages/\*\.deb",
      "scripts/test-packages", "apt-get install"),
+    (r"scripts/install (cpp|mapping|python|program)", "scripts/test-first", "README.md"),
     (r"cmake --preset dev", "scripts/test", 'cmake --preset "$preset"'),
     (r"cmake --build build/dev --target (?P<test>\w+_test)", "scripts/test", "cmake --build"),
     (r"build/dev/tests/(?P<test>\w+_test) --gtest_filter='\S+'", "scripts/test", "ctest"),
@@ -75,6 +76,12 @@ def commands(text):
     joined = re.sub(r"\\\n\s*", "", text)
     lines = [re.sub(r"(^|\s+)#.*$", "", line).strip() for line in joined.split("\n")]
     return [line for line in lines if line]
+
+
+def as_installed(command):
+    """A command with the built program and Debian's Python, for one that a user has elsewhere."""
+    command = re.sub(r"(?<!\S)scripts/korrin(?=\s)", "korrin", command)
+    return command.replace("~/korrin-venv/bin/python", PYTHON)
 
 
 class Installation:
@@ -220,10 +227,9 @@ class Page:
         self.example = ""
         self.waiting["sh"] = ""
         for command in commands(block.text):
+            command = as_installed(command)
             if check_covered(self.place(block), command):
                 continue
-            command = command.replace("build/demo/tools/korrin", "korrin")
-            command = command.replace("~/korrin-venv/bin/python", PYTHON)
             self.waiting["sh"] += self.output(["sh", "-euc", command])
 
     def run_cmake(self, at, block):

@@ -101,6 +101,7 @@ def test_parts_become_one_program():
 
 @pytest.mark.parametrize(("command", "is_covered"), [
     ("scripts/test sanitize", True),
+    ("scripts/install cpp", True),
     ("cmake --preset dev", True),
     ("cmake --build build/dev --target occmap_path_finder_test", True),
     ("korrin --version", False),
@@ -119,6 +120,12 @@ def test_commands_that_other_tests_run(command, is_covered):
 def test_commands_that_could_not_run_are_faults(command):
     with pytest.raises(PageFault):
         run_code.check_covered("page.md:1", command)
+
+
+def test_the_program_of_the_source_is_run_as_the_built_one():
+    assert run_code.as_installed("scripts/korrin plan map.yaml") == "korrin plan map.yaml"
+    assert not run_code.check_covered("page.md:1", run_code.as_installed("scripts/korrin --help"))
+    assert run_code.as_installed("scripts/korrin-other x") == "scripts/korrin-other x"
 
 
 def test_lines_that_go_on_are_one_command():
