@@ -18,13 +18,15 @@ from typing import Any
 
 import numpy as np
 from matplotlib import pyplot
+from matplotlib.collections import LineCollection
 from matplotlib.image import AxesImage
 from matplotlib.transforms import Affine2D
 from numpy.typing import ArrayLike, NDArray
 
 import korrin
+import korrin.mapping
 
-__all__ = ["holes", "map", "path", "scan", "scores"]
+__all__ = ["graph", "holes", "map", "path", "scan", "scores"]
 
 
 def map(map: korrin.OccupancyMap, axes: Any = None) -> Any:
@@ -132,6 +134,45 @@ def scores(
     )
     axes.figure.colorbar(picture, ax=axes, label="score [no unit]")
     return axes
+
+
+def graph(
+    alignment: korrin.mapping.Alignment, axes: Any = None, most: float = 0.15, **style: Any
+) -> Any:
+    """Draws the graph of an alignment: the way from key scan to key scan, and the loops.
+
+    A loop is the redder the farther the poses leave it off, up to `most` metres; dropped ones are
+    dashed. `style` goes to matplotlib's plot, for the way.
+
+    >>> aligned = korrin.mapping.align([korrin.LoggedScan(korrin.Scan(), (1, 2))])
+    >>> axes = korrin.plot.graph(aligned, color="tab:green")
+    """
+    axes = _axes(axes)
+    loops = [link for link in alignment.links if link.kind == korrin.mapping.LinkKind.Loop]
+    for dropped, look in ((False, {"cmap": "YlOrRd"}), (True, {"color": "k", "linestyle": "--"})):
+        chosen = [link for link in loops if link.dropped == dropped]
+        off = np.array([_metres_off(alignment, link) for link in chosen])
+        order = np.argsort(off, kind="stable")  # the few that are off lie above the many
+        lines = LineCollection([_ends(alignment, chosen[i]) for i in order], linewidths=0.8, **look)
+        if not dropped:
+            lines.set_array(off[order])
+            lines.set_clim(-0.3 * most, most)  # one that is not off is to be seen on white
+        axes.add_collection(lines)
+    x, y = _columns([tuple(alignment.scans[scan].pose) for scan in alignment.key_scans])
+    axes.plot(x, y, **{"color": "tab:blue", "linewidth": 0.8, "marker": ".", "markersize": 2, **style})
+    return axes
+
+
+def _ends(alignment: korrin.mapping.Alignment, link: korrin.mapping.ScanLink) -> Any:
+    """Where the two scans of a link were taken."""
+    return [tuple(alignment.scans[scan].pose)[:2] for scan in (link.from_, link.to)]
+
+
+def _metres_off(alignment: korrin.mapping.Alignment, link: korrin.mapping.ScanLink) -> float:
+    """How far the later scan of a link is from where the link has it."""
+    first, second = (tuple(alignment.scans[scan].pose) for scan in (link.from_, link.to))
+    found = korrin.mapping.seen_from(first, second)
+    return float(np.hypot(found.x - link.motion.x, found.y - link.motion.y))
 
 
 def _axes(axes: Any) -> Any:

@@ -5,6 +5,7 @@ import pytest
 from matplotlib import pyplot
 
 import korrin
+import korrin.mapping
 import korrin.plot
 
 
@@ -81,6 +82,40 @@ def test_scores_lie_on_their_shifts(axes):
     [picture] = axes.images
     assert tuple(picture.get_extent()) == (-1.25, 1.25, -0.5, 3.5)
     assert picture.origin == "lower"
+
+
+def alignment(loops):
+    """Three key scans at the corners of a triangle, and loops from the last to the first: for each
+    how many metres it has the last one elsewhere, and whether it was dropped."""
+    mapping = korrin.mapping
+    places = [(1, 1, np.pi / 2), (5, 1, 0), (5, 4, 0)]
+    scans = [korrin.LoggedScan(korrin.Scan(), place) for place in places]
+    known = mapping.GraphInformation()
+    links = [mapping.ScanLink(0, 1, mapping.GraphPose(9), known, mapping.LinkKind.Match, False)]
+    for off, dropped in loops:
+        motion = mapping.GraphPose(3 + off, -4, 0)  # seen from the first, which looks along y
+        links.append(mapping.ScanLink(0, 2, motion, known, mapping.LinkKind.Loop, dropped))
+    return mapping.Alignment(
+        scans, mapping.AlignmentKind.Aligned, mapping.AlignerSummary(3, 3, 0, 1, 1, 0), [0, 1, 2], links
+    )
+
+
+def test_a_graph_has_its_loops_between_their_scans_and_the_worst_above(axes):
+    korrin.plot.graph(alignment([(0.1, False), (0, False), (2, True)]), axes)
+    accepted, dropped = axes.collections
+    assert [len(accepted.get_segments()), len(dropped.get_segments())] == [2, 1]
+    for segment in [*accepted.get_segments(), *dropped.get_segments()]:
+        assert np.allclose(segment, [(1, 1), (5, 4)])
+    assert np.allclose(accepted.get_array(), [0, 0.1], atol=1e-6)
+    [way] = axes.lines
+    assert way.get_xydata().tolist() == [[1, 1], [5, 1], [5, 4]]
+
+
+def test_a_graph_without_loops_or_scans_is_drawn(axes):
+    korrin.plot.graph(alignment([]), axes)
+    korrin.plot.graph(korrin.mapping.align([]), axes)
+    axes.figure.canvas.draw()
+    assert [len(line.get_xydata()) for line in axes.lines] == [3, 0]
 
 
 @pytest.mark.parametrize("wrong", [np.zeros(3), np.zeros((2, 2, 2)), np.zeros((3, 1))])

@@ -54,13 +54,18 @@ void drawWindow(Canvas& canvas, const Brin::PoseGrid& window) {
                   palette::kFaint, 2);
 }
 
-void drawAnswer(Canvas& canvas, const LocationToDraw& location, std::size_t place) {
-  const ScoredPose& answer = location.answers[place];
-  const Colour colour = place == 0 ? palette::kPath : palette::kGoal;
-  drawPoints(canvas, location.points, answer.pose, place == 0 ? 4.0 : 3.0, colour);
-  canvas.heading(answer.pose, 24.0, colour);
+Colour colourOf(std::size_t place) { return place == 0 ? palette::kPath : palette::kGoal; }
+
+void drawHits(Canvas& canvas, const LocationToDraw& location, std::size_t place) {
+  drawPoints(canvas, location.points, location.answers[place].pose, place == 0 ? 4.0 : 3.0,
+             colourOf(place));
+}
+
+// The best is labelled above and the others below: a runner-up is often close beside it.
+void drawAnswer(Canvas& canvas, const ScoredPose& answer, std::size_t place) {
+  canvas.heading(answer.pose, 24.0, colourOf(place));
   canvas.label(answer.pose, std::to_string(place + 1) + ": " + formatNumber(answer.score, 3),
-               Anchor::Above, colour);
+               place == 0 ? Anchor::Above : Anchor::Below, colourOf(place));
 }
 
 }  // namespace
@@ -70,9 +75,9 @@ Canvas drawLocation(const LocationToDraw& location) {
   canvas.drawMap(location.map);
   tintScores(canvas, location.map.params, location.scores);
   if (location.window) drawWindow(canvas, *location.window);
-  for (std::size_t place = location.answers.size(); place > 0; --place) {
-    drawAnswer(canvas, location, place - 1);
-  }
+  const std::size_t count = location.answers.size();
+  for (std::size_t place = count; place-- > 0;) drawHits(canvas, location, place);
+  for (std::size_t place = count; place-- > 0;) drawAnswer(canvas, location.answers[place], place);
   canvas.scaleBar();
   canvas.legend({{palette::kPath, "where it fits best"},
                  {palette::kGoal, "elsewhere"},
