@@ -14,7 +14,7 @@
 >>> abs(aligned.scans[-1].pose.x - poses[-1].x) < 0.05 < abs(log.scans[-1].pose.x - poses[-1].x)
 True
 >>> frame = korrin.mapping.grid_around(aligned.scans, 0.05)
->>> korrin.mapping.build_grid(aligned.scans, frame).image.max()
+>>> float(korrin.mapping.build_grid(aligned.scans, frame).image.max())
 1.0
 
 The headers below include/korrin/mapping are the manual; names are theirs in snake case. Wherever scans
@@ -160,7 +160,7 @@ def align(
         _scan_fields(scans), fields_of_settings(settings), resolution, progress
     )
     moved = [
-        dataclasses.replace(logged, pose=korrin.Pose2D(pose), robot=korrin.Pose2D(robot))
+        korrin.LoggedScan(logged.scan, pose, robot, logged.time, logged.line)
         for logged, pose, robot in zip(scans, poses, robots)
     ]
     return Alignment(moved, AlignmentKind(kind), AlignerSummary(*summary), key_scans, links_of_fields(links))
