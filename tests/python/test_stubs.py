@@ -35,7 +35,7 @@ def check_types(*files):
 
 def test_programs_check():
     programs = sorted((PROJECT / "python" / "tutorials").glob("*.py"))
-    assert len(programs) == 3
+    assert len(programs) == 4
     assert "Success" in check_types(*programs, *(PACKAGE / f"{name}.py" for name in TYPED))
 
 
