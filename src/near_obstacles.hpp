@@ -7,9 +7,9 @@
 // Euclidean distances between cell centres, as whole numbers of squared cells. A band of rows
 // first gets, for each cell, the distance to the nearest obstacle in its column, by a way down and
 // a way up; then each row takes the least of those squares over the columns around a cell, each
-// plus the square of how far that column is away (Saito and Toriwaki 1994). Several cells are
-// worked out at once; a group looks at columns ever farther away only until none could bring any of
-// it nearer, and where no obstacle is in reach not at all. Numbers of 16 bits serve most radii;
+// plus the square of how far that column is away (Saito and Toriwaki 1994). Many cells are worked
+// out at once; they look at columns ever farther away only until none could bring any of them
+// nearer, and where no obstacle is in reach not at all. Numbers of 16 bits serve most radii;
 // twice as many of them are worked out at once.
 #pragma once
 
@@ -19,20 +19,19 @@
 #include <cstddef>
 #include <cstdint>
 #include <vector>
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
 
 #include "core/image_ptr.hpp"
 #include "core/lanes.hpp"
 #include "src/cell_area.hpp"
+#include "src/square_groups.hpp"
 
 namespace Brin {
 
 template <typename Number>
 class NearObstacles {
  public:
-  typedef Number Group __attribute__((vector_size(16)));
+  using Groups = SquareGroups<Number>;
+  using Group = typename Groups::Group;
 
   // How far can be looked, in cells: the sum of the square of one more than that and of kFar must
   // be a Number.
@@ -71,38 +70,19 @@ class NearObstacles {
   bool squaresOfRow(std::int32_t y, Number* squares) {
     Number* const row = rowOf(y);
     if (!squareRow(row)) return false;
-    const std::int32_t first = area_.left - looked_.left;
-    for (std::int32_t x = 0; x < area_.width(); x += kGroup) {
-      store(squares + x, isNearIn(first + x) ? leastAround(row + pad() + first + x) : allOf(kFar));
+    std::int32_t x = 0;
+    for (; x + (kAtOnce - 1) * kGroup < area_.width(); x += kAtOnce * kGroup) {
+      squaresOfGroups<kAtOnce>(row, x, squares + x);
     }
+    for (; x < area_.width(); x += kGroup) squaresOfGroups<1>(row, x, squares + x);
     return true;
   }
 
-  static constexpr std::int32_t kGroup = 16 / sizeof(Number);
-
-  // Whether any of kGroup numbers is below another.
-  static bool isAnyBelow(const Number* numbers, Number other) {
-    return anyOf(load<Group>(numbers) < allOf(other));
-  }
+  static constexpr std::int32_t kGroup = Groups::kSize;
 
  private:
-  static Group allOf(Number value) { return Group{} + value; }
-  static Group least(Group a, Group b) {
-#ifdef __SSE2__
-    if constexpr (sizeof(Number) == 2) {
-      return reinterpret_cast<Group>(
-          _mm_min_epi16(reinterpret_cast<__m128i>(a), reinterpret_cast<__m128i>(b)));
-    }
-#endif
-    return a < b ? a : b;
-  }
-  static bool anyOf(Group mask) {
-#ifdef __SSE2__
-    return _mm_movemask_epi8(reinterpret_cast<__m128i>(mask)) != 0;
-#else
-    return anyLane(reinterpret_cast<Ints>(mask) != 0);
-#endif
-  }
+  // Groups that are worked out together: one branch that nobody can foresee serves them all.
+  static constexpr std::int32_t kAtOnce = 4;
 
   static std::size_t wholeGroups(std::int32_t columns) {
     return (static_cast<std::size_t>(columns) + kGroup - 1) / kGroup * kGroup;
@@ -140,12 +120,12 @@ class NearObstacles {
       const auto down = load<Group>(row + x);
       const Group up = nextRun(load<Group>(run + x), down > Number{0});
       store(run + x, up);
-      store(row + x, least(down, up));
+      store(row + x, Groups::least(down, up));
     }
   }
 
   Group nextRun(Group run, Group isFree) const {
-    return least(run + Number{1}, allOf(static_cast<Number>(reach_ + 1))) & isFree;
+    return Groups::least(run + Number{1}, Groups::allOf(static_cast<Number>(reach_ + 1))) & isFree;
   }
 
   Group isFree(const float* cells) const {
@@ -203,44 +183,38 @@ class NearObstacles {
     // Beyond any distance, which comes out as kFar.
     std::fill_n(row, pad(), static_cast<Number>(reach_ + 1));
     std::fill(row + pad() + looked_.width(), row + stride_, static_cast<Number>(reach_ + 1));
-    const Group limit = allOf(static_cast<Number>(reach_));
+    const Group limit = Groups::allOf(static_cast<Number>(reach_));
     std::int32_t count = 0;
     const std::size_t groups = stride_ / kGroup;
     for (std::size_t i = 0; i < groups; ++i) {
       Number* const at = row + i * kGroup;
       const auto distance = load<Group>(at);
       const Group isNear = distance <= limit;
-      store(at, (distance * distance & isNear) | (allOf(kFar) & ~isNear));
+      store(at, (distance * distance & isNear) | (Groups::allOf(kFar) & ~isNear));
       nearBefore_[i] = count;
-      count += anyOf(isNear) ? 1 : 0;
+      count += Groups::anyOf(isNear) ? 1 : 0;
     }
     nearBefore_[groups] = count;
     return count > 0;
   }
 
-  // Whether a group that begins in column `x` can have anything in reach. Generous by up to a
-  // group.
-  bool isNearIn(std::int32_t x) const {
-    const std::size_t at = pad() + static_cast<std::size_t>(x);
-    const std::size_t first = (at - static_cast<std::size_t>(reach_)) / kGroup;
-    const std::size_t last = (at + kGroup + static_cast<std::size_t>(reach_)) / kGroup;
-    return nearBefore_[std::min(last + 1, nearBefore_.size() - 1)] > nearBefore_[first];
+  // Of groups that follow each other, from column `x` of the area on.
+  template <std::int32_t kCount>
+  void squaresOfGroups(const Number* row, std::int32_t x, Number* squares) const {
+    const std::size_t at = pad() + static_cast<std::size_t>(area_.left - looked_.left + x);
+    if (isAnyNear(at, kCount * kGroup)) {
+      Groups::template leastAround<kCount>(row + at, reach_, squares);
+    } else {
+      for (std::int32_t i = 0; i < kCount; ++i) store(squares + i * kGroup, Groups::allOf(kFar));
+    }
   }
 
-  // Two columns on each side at a time; the last ones may lie just beyond the reach.
-  Group leastAround(const Number* at) const {
-    auto nearest = load<Group>(at);
-    std::int32_t square = 1;
-    for (std::int32_t dx = 1; dx <= reach_; dx += 2) {
-      const Group first = allOf(static_cast<Number>(square));
-      if (!anyOf(nearest > first)) break;
-      const Group second = first + static_cast<Number>(2 * dx + 1);
-      const Group atFirst = least(load<Group>(at - dx), load<Group>(at + dx)) + first;
-      const Group atSecond = least(load<Group>(at - dx - 1), load<Group>(at + dx + 1)) + second;
-      nearest = least(nearest, least(atFirst, atSecond));
-      square += 4 * dx + 4;
-    }
-    return nearest;
+  // Whether any of `count` columns from place `at` of a row on can have anything in reach. Generous
+  // by up to a group.
+  bool isAnyNear(std::size_t at, std::size_t count) const {
+    const std::size_t first = (at - static_cast<std::size_t>(reach_)) / kGroup;
+    const std::size_t last = (at + count + static_cast<std::size_t>(reach_)) / kGroup;
+    return nearBefore_[std::min(last + 1, nearBefore_.size() - 1)] > nearBefore_[first];
   }
 
   const IplImage& map_;

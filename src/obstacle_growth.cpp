@@ -8,6 +8,7 @@
 #include "core/image_ptr.hpp"
 #include "core/lanes.hpp"
 #include "src/near_obstacles.hpp"
+#include "src/square_groups.hpp"
 
 namespace Brin {
 namespace {
@@ -111,26 +112,27 @@ void ObstacleGrowth::growWith(const IplImage& map, CellArea area, IplImage& fine
 template <typename Number>
 void ObstacleGrowth::growRow(const float* cells, const Number* squares, float* out,
                              std::int32_t count) const {
-  using Near = NearObstacles<Number>;
-  const auto last = static_cast<std::int32_t>(limits_.size()) - 1;
-  const auto limitOf = [&](Number square) {
-    return limits_[static_cast<std::size_t>(std::min<std::int32_t>(square, last))];
-  };
+  using Groups = SquareGroups<Number>;
+  const auto last = static_cast<Number>(limits_.size() - 1);
+  const auto limitOf = [limits = limits_.data()](Number square) { return limits[square]; };
   const CellRules rules{threshold_, unknownIsFree_};
   std::int32_t x = 0;
-  for (; x + Near::kGroup <= count; x += Near::kGroup) {
+  for (; x + Groups::kSize <= count; x += Groups::kSize) {
+    const auto group = load<typename Groups::Group>(squares + x);
     // Neighbours are mostly alike, and most are far from all.
-    if (!Near::isAnyBelow(squares + x, static_cast<Number>(last))) {
-      passRow(cells + x, out + x, Near::kGroup);
+    if (!Groups::anyOf(group < Groups::allOf(last))) {
+      passRow(cells + x, out + x, Groups::kSize);
       continue;
     }
-    for (std::int32_t i = x; i < x + Near::kGroup; i += kLanes) {
-      const Number* const s = squares + i;
+    Number limited[Groups::kSize];
+    store(limited, Groups::least(group, Groups::allOf(last)));
+    for (std::int32_t i = 0; i < Groups::kSize; i += kLanes) {
+      const Number* const s = limited + i;
       const Floats limit{limitOf(s[0]), limitOf(s[1]), limitOf(s[2]), limitOf(s[3])};
-      store(out + i, rules(load<Floats>(cells + i), limit));
+      store(out + x + i, rules(load<Floats>(cells + x + i), limit));
     }
   }
-  for (; x < count; ++x) out[x] = rules(cells[x], limitOf(squares[x]));
+  for (; x < count; ++x) out[x] = rules(cells[x], limitOf(std::min(squares[x], last)));
 }
 
 // Where no obstacle is in reach.

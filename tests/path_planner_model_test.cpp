@@ -143,6 +143,38 @@ TEST(PathPlannerLaw, tallMapsAreGrownAsTheModelGrowsThem) {
   EXPECT_GT(near, 10);
 }
 
+// Wider than what is worked out at once, which ends after every whole number of eight columns. One
+// or two obstacles stand at such a border, or beside it, with a reach that crosses it.
+TEST(PathPlannerLaw, wideMapsAreGrownAsTheModelGrowsThem) {
+  RandomInputs random(143);
+  int crossed = 0, untouched = 0;
+  for (int i = 0; i < 400 && !HasFatalFailure(); ++i) {
+    OccupancyMap map(random.between(1, 300), random.between(1, 4), 1.0f, false);
+    map.reset(1.0f);
+    const int border = 8 * random.between(0, map.params.width / 8);
+    for (int k = random.between(1, 2); k > 0; --k) {
+      const int x = border + random.between(-1, 1) + (k == 2 ? random.between(-200, 200) : 0);
+      map.setCell(x, random.between(0, map.params.height - 1), 0.0f);
+    }
+    PlannerSettings settings;
+    settings.robotRadius = random.pick<float>({0.0f, 1.0f, 7.0f, 15.5f, 40.0f});
+    settings.fadeDistance = random.pick<float>({0.5f, 1.0f, 9.0f, 30.0f, 86.0f, 87.0f});
+    PathPlanner planner(map, settings);
+    ASSERT_TRUE(sameMap(planner.fineMap(), PathPlannerModel(map, settings).fineMap()));
+    crossed += planner.fineMap().getCell(border - 2, 0) < 1.0f &&
+                       planner.fineMap().getCell(border + 2, 0) < 1.0f
+                   ? 1
+                   : 0;
+    untouched += planner.fineMap().getCell(border + 50, 0) == 1.0f ? 1 : 0;
+    const int x = random.between(0, map.params.width - 1);
+    map.setCell(x, 0, 0.0f);
+    planner.refresh(x, 0, 1, 1);
+    ASSERT_TRUE(sameMap(planner.fineMap(), PathPlannerModel(map, settings).fineMap()));
+  }
+  EXPECT_GT(crossed, 100);
+  EXPECT_GT(untouched, 50);
+}
+
 // Radius and fading whose sum rounds down to whole cells: a cell just there is not quite free yet.
 TEST(PathPlannerLaw, aRampThatEndsARoundingErrorBeyondACellLimitsThatCell) {
   OccupancyMap map(9, 5, 1.0f, false);
