@@ -56,8 +56,8 @@ def made_up() -> korrin.LaserLog:
     poses = [korrin.Pose2D(pose) for pose in way]
     told = [poses[0]]
     for before, after in zip(poses, poses[1:]):
-        x, y, turn = before.rel_project(after)
-        told.append(told[-1].abs_project((1.03 * x, 1.03 * y, turn + 0.006 * x)))
+        ahead, aside, turn = before.rel_project(after)
+        told.append(told[-1].abs_project((1.03 * ahead, 1.03 * aside, turn + 0.006 * ahead)))
     scans = [korrin.occ_map_simulate_scan(floor, laser, pose, 0.45) for pose in poses]
     return korrin.LaserLog([korrin.LoggedScan(*pair) for pair in zip(scans, told)])
 
