@@ -41,8 +41,8 @@ class Run(NamedTuple):
 
 
 def judged_loops(loops, truth, at_fault):
-    """Pairs of scans of the loops that contradict the truth: those that count, those that were dropped,
-    and those that contradict it only since it is wrong about a scan of theirs."""
+    """Pairs of scans of the loops that contradict the truth: those that count, those that were
+    dropped, and those that contradict it only since it is wrong about a scan of theirs."""
     if truth is None:
         return [], [], []
     mended = np.array(truth)

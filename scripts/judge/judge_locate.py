@@ -4,8 +4,6 @@ import random
 import time
 from typing import NamedTuple
 
-import numpy as np
-
 import korrin
 import korrin.mapping
 
@@ -74,8 +72,8 @@ def rows_of(all_places):
         good = sum(p.good for p in placed)
         rows.append(
             Row(
-                f"{places.name}, odd scans on the map of the even ones: at the log's pose, or fitting "
-                "as well",
+                f"{places.name}, odd scans on the map of the even ones: at the log's pose, or "
+                "fitting as well",
                 "95 in 100",
                 f"{good} of {len(placed)}",
                 100 * good >= 95 * len(placed),
@@ -85,7 +83,8 @@ def rows_of(all_places):
     told = sum(p.verdict != "clear" for p in strays)
     rows.append(
         Row(
-            "of these, answers half a metre or half a radian from the log's pose: said to be ambiguous",
+            "of these, answers half a metre or half a radian from the log's pose: said to be "
+            "ambiguous",
             "all",
             f"{told} of {len(strays)}",
             told == len(strays),
@@ -117,8 +116,8 @@ def details(all_places):
 def strays_of(places):
     """What is not near the log's pose, in words."""
     return [
-        f"{places.name}, scan {p.scan}: {p.metres:.2f} m and {np.degrees(p.radians):.1f}° from the log's "
-        f"pose, score {p.score:.3f}, there {p.score_as_logged:.3f}, {p.verdict}"
+        f"{places.name}, scan {p.scan}: {p.metres:.2f} m and {math.degrees(p.radians):.1f}° from "
+        f"the log's pose, score {p.score:.3f}, there {p.score_as_logged:.3f}, {p.verdict}"
         for p in places.placed
         if not p.as_logged
     ]

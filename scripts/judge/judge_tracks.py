@@ -12,8 +12,8 @@ from .tracks import gaps_at_ends
 SIMULATED = ("freiburg-079", "aces", "intel")
 HAS_RELATIONS = ("freiburg-079",)
 
-# Scans that are turned in a corrected log, and by how many degrees. A loop to one of them is held to the
-# pose where it fits a map of all others (reposing.py), if that is turned by as much.
+# Scans that are turned in a corrected log, and by how many degrees. A loop to one of them is held
+# to the pose where it fits a map of all others (reposing.py), if that is turned by as much.
 TURNED_IN_TRUTH = {"intel": {835: -5.5}}
 TURNED_WITHIN = 1.5  # degrees
 
@@ -91,14 +91,18 @@ class TrackJudge:
         scans, run = self.run(Case("telecom", log.scans, log.no_return))
         gaps = gaps_at_ends(scans)
         self.rows.append(
-            Row("telecom, likelihood of the map", "0.946", f"{run.likelihood:.4f}", run.likelihood >= 0.946)
+            Row(
+                "telecom, likelihood of the map",
+                "0.946",
+                f"{run.likelihood:.4f}",
+                run.likelihood >= 0.946,
+            )
         )
-        text = f"{len(gaps)} scans come back: median {np.median(gaps):.3f} m, at most {gaps.max():.3f} m"
-        self.rows.append(
-            Row("telecom, the loop's two ends apart", "0.2 m", text, bool(gaps.max() <= 0.2))
-            if len(gaps)
-            else Row("telecom, the loop's two ends apart", "0.2 m", "no scan comes back", False)
-        )
+        text = f"{len(gaps)} scans come back"
+        if len(gaps) > 0:
+            text += f": median {np.median(gaps):.3f} m, at most {gaps.max():.3f} m"
+        met = len(gaps) > 0 and bool(gaps.max() <= 0.2)
+        self.rows.append(Row("telecom, the loop's two ends apart", "0.2 m", text, met))
 
     def judge_simulated(self, seeds):
         runs = {name: self.simulated_runs(name, seeds) for name in SIMULATED}
@@ -167,9 +171,10 @@ class TrackJudge:
     def evidence(self):
         """What is wrong with the corrected logs themselves, in words."""
         return [
-            f"Scan {number} of {name}-corrected: on a map of all others of that log it fits best "
-            f"turned by {found.degrees:.2f}° and moved by {found.metres:.3f} m; that map explains it "
-            f"with {found.likelihood_before:.3f} as logged, and with {found.likelihood_after:.3f} there."
+            f"Scan {number} of {name}-corrected: on a map of all others of that log, at that log's "
+            f"poses, it fits best turned by {found.degrees:.2f}° and moved by {found.metres:.3f} m;"
+            f" that map explains it with {found.likelihood_before:.3f} as logged, and with "
+            f"{found.likelihood_after:.3f} there."
             for name, scans in self.at_fault.items()
             for number, found in scans.items()
         ]
@@ -199,5 +204,5 @@ def run_cells(run):
 
 def run_line(run):
     kinds = {"wrong": run.wrong, "wrong, dropped": run.wrong_dropped, "excused": run.excused}
-    named = [f"{kind}: {', '.join(f'{a} - {b}' for a, b in pairs)}" for kind, pairs in kinds.items() if pairs]
+    named = [f"{kind}: {pairs}" for kind, pairs in kinds.items() if pairs]
     return " | ".join([*run_cells(run), *named])

@@ -1,4 +1,4 @@
-"""The logs of ../shared/data as they are judged: scans in the order of their times, and their poses."""
+"""The logs of ../shared/data as they are judged: scans in the order of their times, and poses."""
 import dataclasses
 from typing import NamedTuple
 

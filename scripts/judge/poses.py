@@ -37,8 +37,8 @@ def distances(motions):
 
 
 def rigidly_aligned(track, truth):
-    """The track, shifted and turned as a whole so that its places are nearest to the truth's, by the
-    sum of squares."""
+    """The track, shifted and turned as a whole so that its places are nearest to the truth's, by
+    the sum of squares."""
     track, truth = np.asarray(track, float), np.asarray(truth, float)
     a, b = track[:, :2] - track[:, :2].mean(axis=0), truth[:, :2] - truth[:, :2].mean(axis=0)
     angle = np.arctan2((a[:, 0] * b[:, 1] - a[:, 1] * b[:, 0]).sum(), (a * b).sum())

@@ -1,8 +1,9 @@
-"""The error of a track by true relative poses of its scans (Kuemmerle et al., "On measuring the accuracy
-of SLAM algorithms", 2009): for each relation the relative pose of the track less the true one.
+"""The error of a track by true relative poses of its scans (Kuemmerle et al., "On measuring the
+accuracy of SLAM algorithms", 2009): for each relation the relative pose of the track less the true
+one.
 
-A file of relations has lines `t1 t2 x y z roll pitch yaw`: the pose of the scan taken at t2 seen from the
-one taken at t1.
+A file of relations has lines `t1 t2 x y z roll pitch yaw`: the pose of the scan taken at t2 seen
+from the one taken at t1.
 """
 from typing import NamedTuple
 

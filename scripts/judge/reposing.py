@@ -1,4 +1,4 @@
-"""Whether a scan of a corrected log is itself wrong there: where does it fit on a map of all others?"""
+"""Is a scan of a corrected log itself wrong there? Where does it fit on a map of all others?"""
 import dataclasses
 from typing import NamedTuple
 
@@ -20,7 +20,8 @@ class Reposed(NamedTuple):
 
 
 def reposed(scans, number):
-    """The scan on a map of all other scans at the log's own poses, within half a metre and ten degrees."""
+    """The scan on a map of all other scans at the log's own poses, at most half a metre and ten
+    degrees from its pose."""
     logged = scans[number]
     map = map_of([other for i, other in enumerate(scans) if i != number])
     window = korrin.PoseGrid(

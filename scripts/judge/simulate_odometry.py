@@ -1,5 +1,5 @@
-"""Odometry that slips, made from a true track: steps scaled and turned alike all along a log, and noise
-for each step."""
+"""Odometry that slips, made from a true track: steps scaled and turned alike all along a log, and
+noise for each step."""
 import random
 from typing import NamedTuple
 
@@ -9,7 +9,7 @@ from .poses import composed, seen_from
 
 
 class OdometryNoise(NamedTuple):
-    """Standard deviations. The first two are drawn once for a log, the others anew for each step."""
+    """Standard deviations. The first two are drawn once for a log, the others for each step."""
 
     scale: float = 0.02  # of the factor of all steps
     bias: float = 0.01  # of what each metre turns, radians
@@ -29,10 +29,10 @@ def simulated_odometry(truth, seed, noise=OdometryNoise()):
     for step in seen_from(truth[:-1], truth[1:]):
         metres, angle = np.hypot(step[0], step[1]), step[2]
         shift = noise.shift * np.sqrt(metres)
-        slip = (
-            draw(0, shift),
-            draw(0, shift),
-            bias * metres + draw(0, shift + noise.turn * np.sqrt(abs(angle))),
+        motion = (
+            scale * step[0] + draw(0, shift),
+            scale * step[1] + draw(0, shift),
+            angle + bias * metres + draw(0, shift + noise.turn * np.sqrt(abs(angle))),
         )
-        track.append(composed(track[-1], (scale * step[0], scale * step[1], angle) + np.array(slip)))
+        track.append(composed(track[-1], motion))
     return np.array(track)

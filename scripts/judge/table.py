@@ -12,7 +12,8 @@ class Row(NamedTuple):
 def as_markdown(rows):
     lines = ["| work | at least | measured | met |", "|---|---|---|---|"]
     for row in rows:
-        lines.append(f"| {row.work} | {row.wanted} | {row.measured} | {'yes' if row.met else '**no**'} |")
+        met = "yes" if row.met else "**no**"
+        lines.append(f"| {row.work} | {row.wanted} | {row.measured} | {met} |")
     return "\n".join(lines)
 
 
@@ -23,7 +24,7 @@ def columns(header, rows):
 
 
 def replaced(page, name, text):
-    """The page with `text` between the comments `<!-- table: name -->` and `<!-- end of table -->`."""
+    """The page with `text` between `<!-- table: name -->` and the next `<!-- end of table -->`."""
     begin = page.index(f"<!-- table: {name} -->") + len(f"<!-- table: {name} -->")
     end = page.index("<!-- end of table -->", begin)
     return page[:begin] + "\n\n" + text + "\n\n" + page[end:]

@@ -1,5 +1,5 @@
-"""How far a corrected track is from a better one, which of its loops contradict that one, and how far the
-ends of a loop are apart."""
+"""How far a corrected track is from a better one, which of its loops contradict that one, and how
+far the ends of a loop are apart."""
 from typing import NamedTuple
 
 import numpy as np
@@ -56,8 +56,8 @@ def likelihood(scans):
 
 
 def ends_of_loop(poses, apart=30.0, near=1.0):
-    """Numbers of the scans of a first visit, and of those that come back to it: they are taken within
-    `near` metres of one of the first, and at least `apart` metres farther along the way."""
+    """Numbers of the scans of a first visit, and of those that come back to it: they are taken
+    within `near` metres of one of the first, and more than `apart` metres farther along the way."""
     steps, _ = distances(np.diff(poses, axis=0))
     way = np.append(0.0, np.cumsum(steps))
     close = np.hypot(*(poses[:, None, :2] - poses[None, :, :2]).transpose(2, 0, 1)) <= near
@@ -69,8 +69,8 @@ def ends_of_loop(poses, apart=30.0, near=1.0):
 
 
 def gaps_at_ends(scans, resolution=0.025):
-    """For each scan that comes back, how many metres from its pose it fits best on a map of the first
-    visit alone; up to a metre and 15 degrees to each side are tried."""
+    """For each scan that comes back, how many metres from its pose it fits best on a map of the
+    first visit alone; up to a metre and 15 degrees to each side are tried."""
     first, back = ends_of_loop(poses_of(scans))
     if not back:
         return np.zeros(0)

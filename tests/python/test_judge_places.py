@@ -153,9 +153,10 @@ def test_wrong_loops_are_counted_whether_dropped_or_not(judge):
 
 def test_one_bad_simulation_in_fifteen_is_let_pass_and_two_are_not(judge, monkeypatch):
     for bad, met in ((1, True), (2, False)):
-        errors = iter([tracks.TrackError(0.1, 0.61, 1)] * bad + [tracks.TrackError(0.25, 0.6, 1)] * 15)
+        good = [tracks.TrackError(0.25, 0.6, 1)] * 15
+        runs = (a_run(after=after) for after in [tracks.TrackError(0.1, 0.61, 1)] * bad + good)
         monkeypatch.setattr(
-            judge, "simulated_runs", lambda name, seeds: [a_run(after=next(errors)) for _ in range(5)]
+            judge, "simulated_runs", lambda name, seeds: [next(runs) for _ in range(seeds)]
         )
         judge.rows = []
         judge.judge_simulated(5)

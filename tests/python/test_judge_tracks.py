@@ -1,4 +1,4 @@
-"""What scripts/judge-logs holds corrected tracks to: the figures themselves, on cases known by hand."""
+"""What scripts/judge-logs holds corrected tracks to: the figures, on cases known by hand."""
 
 import math
 import sys
@@ -138,13 +138,22 @@ def test_odometry_is_scaled_and_turned_alike_all_along():
     assert abs(turns[0]) > 1e-4
 
 
+def test_a_longer_step_turns_more():
+    truth = np.zeros((3, 3))
+    truth[:, 0] = 0, 0.5, 2
+    bent = simulated_odometry(truth, 1, NO_NOISE._replace(bias=0.01))
+    short, long = np.diff(bent[:, 2])
+    assert long == pytest.approx(3 * short)
+
+
 def test_noise_grows_with_the_root_of_the_step_and_of_the_turn():
     steps = 4000
     truth = np.column_stack([0.25 * np.arange(steps), np.zeros(steps), np.zeros(steps)])
     noisy = simulated_odometry(truth, 2, NO_NOISE._replace(shift=0.02))
     motions = poses.seen_from(noisy[:-1], noisy[1:])
     assert motions.std(axis=0) == pytest.approx([0.01, 0.01, 0.01], rel=0.05)
-    turning = np.column_stack([np.zeros(steps), np.zeros(steps), poses.turned(0.16 * np.arange(steps))])
+    turning = np.zeros((steps, 3))
+    turning[:, 2] = poses.turned(0.16 * np.arange(steps))
     noisy = simulated_odometry(turning, 2, NO_NOISE._replace(turn=0.03))
     motions = poses.seen_from(noisy[:-1], noisy[1:])
     assert motions[:, 2].std() == pytest.approx(0.03 * 0.4, rel=0.05)
@@ -200,7 +209,7 @@ def hall():
 def scans_in(map, places):
     model = korrin.ScanModel(181, 30, math.pi)
     return [
-        korrin.LoggedScan(korrin.occ_map_simulate_scan(map, model, tuple(place), 0.45), tuple(place))
+        korrin.LoggedScan(korrin.occ_map_simulate_scan(map, model, place, 0.45), place)
         for place in places.tolist()
     ]
 
