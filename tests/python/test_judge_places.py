@@ -164,6 +164,16 @@ def test_one_bad_simulation_in_fifteen_is_let_pass_and_two_are_not(judge, monkey
         assert judge.rows[3].measured == f"{15 - bad} of 15"
 
 
+def test_relations_are_held_to_six_centimetres(judge, monkeypatch):
+    for metres, met in ((0.06, True), (0.061, False)):
+        error = RelationError(metres, 0.02, 0.5, 0.4)
+        runs = [a_run(), a_run(relations_after=error)]
+        monkeypatch.setattr(judge, "simulated_runs", lambda name, seeds: runs)
+        judge.rows = []
+        judge.judge_simulated(2)
+        assert judge.rows[-1].met is met
+
+
 def script():
     loader = importlib.machinery.SourceFileLoader("judge_logs", str(PROJECT / "scripts/judge-logs"))
     module = importlib.util.module_from_spec(importlib.util.spec_from_loader("judge_logs", loader))

@@ -236,6 +236,14 @@ def test_a_scan_that_is_turned_in_a_log_is_found_out(hall):
     assert found.likelihood_after > found.likelihood_before + 0.05
 
 
+def test_a_scan_does_not_speak_for_itself(hall):
+    places = np.array([(6, 0, 1.2), (6.1, 0, 1.2)])
+    scans = scans_in(hall, places)
+    places[1, 2] += math.radians(5)
+    found = reposing.reposed(logs.with_poses(scans, places), 1)
+    assert found.degrees == pytest.approx(-5, abs=1)
+
+
 def test_only_scans_that_are_indeed_turned_are_at_fault(hall, monkeypatch):
     scans = scans_in(hall, a_lap(count=60))
     monkeypatch.setattr(judge_tracks, "TURNED_IN_TRUTH", {"hall": {30: -5}})
@@ -245,6 +253,8 @@ def test_only_scans_that_are_indeed_turned_are_at_fault(hall, monkeypatch):
     turned = logs.with_poses(scans, lap)
     assert list(judge_tracks.scans_at_fault("hall", turned)) == [30]
     assert judge_tracks.scans_at_fault("another", turned) == {}
+    monkeypatch.setattr(judge_tracks, "TURNED_IN_TRUTH", {"hall": {30: 5}})
+    assert judge_tracks.scans_at_fault("hall", turned) == {}
 
 
 def test_a_log_is_read_by_its_clock(tmp_path):
