@@ -97,7 +97,9 @@ double cellsBetween(const PlanEnd& a, const PlanEnd& b) {
 class PlannerState {
  public:
   PlannerState(const OccupancyMap& map, const PlannerSettings& settings)
-      : settings_(checked(settings)), planned_(checked(map), settings_) {}
+      : settings_(checked(settings)), planned_(checked(map), settings_) {
+    rooms_.makeFirst(planned_.grid());
+  }
 
   const PlannerSettings& settings() const { return settings_; }
   const PlannedMap& planned() const { return planned_; }

@@ -6,8 +6,10 @@
 //   room.giveBack();   // without which it is destroyed
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <utility>
 
 #include "src/plan_search.hpp"
@@ -42,12 +44,27 @@ class PlanRooms {
     std::unique_ptr<Entry> room_;
   };
 
+  // Makes the first room ahead of the first search, if memory for it can be had. Only for a grid
+  // whose preparing takes much longer than the clearing of a huge page.
+  void makeFirst(const CostGrid& grid) {
+    if (grid.size() < kLeastCells) return;
+    try {
+      Lease room(*this, grid);
+      (*room).touchFirstNodes();
+      room.giveBack();
+    } catch (const std::bad_alloc&) {
+      // A search asks again.
+    }
+  }
+
   // One after the other: the list may be long, and each would destroy the next.
   ~PlanRooms() {
     while (first_ != nullptr) first_ = std::move(first_->next);
   }
 
  private:
+  static constexpr std::int64_t kLeastCells = std::int64_t{1} << 20;
+
   std::unique_ptr<Lease::Entry> take() {
     const std::lock_guard<std::mutex> lock(mutex_);
     std::unique_ptr<Lease::Entry> taken = std::move(first_);

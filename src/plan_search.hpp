@@ -113,6 +113,12 @@ class PlanRoom {
     open.clear();
   }
 
+  // Every search needs the first page of nodes; the system clears it at the first touch.
+  void touchFirstNodes() {
+    nodes.makeRoom(kMostSteps);
+    *nodes.data() = PlanNode{};
+  }
+
   // Room for one expansion is made whatever it brings.
   static constexpr std::int64_t kMostSteps = 64;
 

@@ -511,4 +511,39 @@ TEST(AfterFailure, aPlannerThatCouldNotBeMadeLeavesNothingBehind) {
   EXPECT_EQ(blocksInUse, before);
 }
 
+// Large enough for what its first plan writes to to be made with it.
+TEST(AfterFailure, aLargePlannerIsMadeOrRefusedAndPlans) {
+  const Quiet quiet;
+  const OccupancyMap map = freeMap(1100, 1000);
+  const auto planOn = [](const Brin::PathPlanner& planner) {
+    return planner.plan(Pose2Di(1, 1, 0.0f), Pose2Di(40, 30, 0.0f));
+  };
+  const Brin::Plan expected = planOn(Brin::PathPlanner(map));
+  ASSERT_EQ(expected.outcome, Brin::PlanOutcome::Found);
+  const std::int64_t before = blocksInUse;
+  int refused = 0, made = 0;
+  for (int nth = 1; nth < kTooMany; ++nth) {
+    std::unique_ptr<Brin::PathPlanner> planner;
+    const FailingMemory memory(nth, FailingMemory::Once);
+    refused += isRefused([&] { planner = std::make_unique<Brin::PathPlanner>(map); }) ? 1 : 0;
+    if (!FailingMemory::hasFailed()) break;
+    if (planner == nullptr) continue;
+    ++made;
+    EXPECT_TRUE(samePlan(planOn(*planner), expected));
+  }
+  EXPECT_GT(refused, 5);
+  EXPECT_GT(made, 0);
+  EXPECT_EQ(blocksInUse, before);
+}
+
+TEST(AfterFailure, aLargePlannersFirstPlanAsksForLittleMemory) {
+  const OccupancyMap map = freeMap(1100, 1000);
+  const Brin::PathPlanner planner(map);
+  korrin_test::largestRequest = 0;
+  const Brin::Plan plan = planner.plan(Pose2Di(1, 1, 0.0f), Pose2Di(4, 3, 0.0f));
+  EXPECT_EQ(plan.outcome, Brin::PlanOutcome::Found);
+  EXPECT_GT(korrin_test::largestRequest, 0u);
+  EXPECT_LT(korrin_test::largestRequest, std::size_t{1} << 20);
+}
+
 }  // namespace
