@@ -29,7 +29,8 @@ Brin::OccupancyMap floorWithWall() {
 // is `off` metres from where it is.
 Alignment triangle(double off, bool dropped, LinkKind kind = LinkKind::Loop) {
   Alignment alignment;
-  for (const Brin::Pose2D pose : {Brin::Pose2D(1, 1, 0), Brin::Pose2D(5, 1, 0), Brin::Pose2D(5, 4, 0)}) {
+  for (const Brin::Pose2D pose :
+       {Brin::Pose2D(1, 1, 0), Brin::Pose2D(5, 1, 0), Brin::Pose2D(5, 4, 0)}) {
     alignment.keyScans.push_back(alignment.scans.size());
     alignment.scans.emplace_back();
     alignment.scans.back().pose = pose;
@@ -69,8 +70,9 @@ int countIf(const Canvas& canvas, IsSuch isSuch) {
 }
 
 int countHot(const Alignment& alignment) {
-  return countIf(korrin_tool::drawGraph(floorWithWall(), alignment),
-                 [](int red, int green, int blue) { return red > green + 60 && blue > green + 10; });
+  return countIf(
+      korrin_tool::drawGraph(floorWithWall(), alignment),
+      [](int red, int green, int blue) { return red > green + 60 && blue > green + 10; });
 }
 
 TEST(GraphPicture, aLoopIsTheHotterTheFartherItIsOff) {
