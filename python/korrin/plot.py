@@ -149,7 +149,11 @@ def graph(
     """
     axes = _axes(axes)
     loops = [link for link in alignment.links if link.kind == korrin.mapping.LinkKind.Loop]
-    for dropped, look in ((False, {"cmap": "YlOrRd"}), (True, {"color": "k", "linestyle": "--"})):
+    looks: list[tuple[bool, dict[str, Any]]] = [
+        (False, {"cmap": "YlOrRd"}),
+        (True, {"color": "k", "linestyle": "--"}),
+    ]
+    for dropped, look in looks:
         chosen = [link for link in loops if link.dropped == dropped]
         off = np.array([_metres_off(alignment, link) for link in chosen])
         order = np.argsort(off, kind="stable")  # the few that are off lie above the many
