@@ -145,7 +145,7 @@ def scores_by_place(search: korrin.PoseSearch, points: NDArray[np.float32]) -> l
     """How well a scan fits at each place, at headings around the true one."""
     headings = stands_at.theta + np.arange(8) * np.pi / 4
     return [
-        [max(search.score(points, korrin.Pose2D(x, y, heading)) for heading in headings) for x in places_x]
+        [max(search.score(points, np.array([x, y, heading])) for heading in headings) for x in places_x]
         for y in places_y
     ]
 
