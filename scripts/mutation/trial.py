@@ -15,7 +15,8 @@ from .mutants import Mutant
 CONFIGURE = [
     "-G", "Ninja", "-DCMAKE_BUILD_TYPE=None", "-DCMAKE_CXX_FLAGS=-O1",
     # A test need not be linked again for another libkorrin.so.
-    "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON", "-DKORRIN_BUILD_IO=OFF", "-DKORRIN_BUILD_MAPPING=OFF", "-DKORRIN_BUILD_TOOLS=OFF",
+    "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON", "-DKORRIN_BUILD_IO=OFF",
+    "-DKORRIN_BUILD_MAPPING=OFF", "-DKORRIN_BUILD_TOOLS=OFF",
     "-DKORRIN_BUILD_EXAMPLES=OFF", "-DKORRIN_BUILD_BENCHMARKS=OFF", "-DKORRIN_BUILD_PYTHON=OFF",
 ]
 # Scripts that look at the project as a whole.
