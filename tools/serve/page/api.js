@@ -19,19 +19,29 @@ async function answerOf(response) {
   throw new Refusal(response.status, error);
 }
 
-async function get(path, signal) {
-  return (await answerOf(await fetch(`/api/${path}`, { signal }))).json();
+let pending = 0; // requests that have no answer yet
+
+async function request(path, options) {
+  ++pending;
+  try {
+    return await fetch(`/api/${path}`, options);
+  } finally {
+    --pending;
+  }
 }
+
+const get = async (path) => (await answerOf(await request(path))).json();
 
 async function send(method, path, body) {
   const headers = { "Content-Type": "application/json" };
-  const response = await fetch(`/api/${path}`, { method, headers, body: JSON.stringify(body) });
+  const response = await request(path, { method, headers, body: JSON.stringify(body) });
   return (await answerOf(response)).json();
 }
 
 const post = (path, body) => send("POST", path, body);
 
 export const api = {
+  pending: () => pending,
   map: () => get("map"),
   scans: () => get("scans"),
   scan: (number) => get(`scans/${number}`),
@@ -49,7 +59,7 @@ export const api = {
 
   /** The bytes of a tile, or null when the program no longer has them. */
   async tile(layer, level, x, y, revision) {
-    const response = await fetch(`/api/tiles/${layer}/${level}/${x}/${y}?r=${revision}`);
+    const response = await request(`tiles/${layer}/${level}/${x}/${y}?r=${revision}`);
     return response.ok ? new Uint8Array(await response.arrayBuffer()) : null;
   },
 

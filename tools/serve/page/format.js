@@ -15,6 +15,8 @@ export function fixed(value, decimals) {
 }
 
 export const count = (value) => Math.round(value).toLocaleString("en");
+/** A large count in three digits: 55.3M. */
+export const about = (value) => value.toLocaleString("en", { notation: "compact", maximumSignificantDigits: 3 });
 export const metres = (value, decimals = 2) => `${fixed(value, decimals)} m`;
 export const degrees = (radians) => `${fixed(radians * DEGREES, 0)}\u00b0`;
 export const percent = (share) => `${fixed(100 * share, 1)} %`;
@@ -28,7 +30,7 @@ export function duration(milliseconds) {
 }
 
 /** A coordinate as it is written into links and code: to a millimetre, without needless zeros. */
-export const plain = (value) => Number(value.toFixed(3)).toString();
+export const plain = (value) => (Math.round(value * 1000) / 1000 + 0).toString();
 
 export const toDegrees = (radians) => radians * DEGREES;
 export const toRadians = (degreesGiven) => degreesGiven / DEGREES;

@@ -46,6 +46,7 @@ function makeApp(store) {
       handles.place(frame);
       showLegend(byId("legend"), app.board);
     },
+    onLost: (layer) => layer === app.board.layers.over && app.overlays.renew(),
   });
   const marksOf = (state) => (state.run && !state.run.isOver && state.run.kind === "explore" ? [] : modeOf(state).marks);
   const moving = new Handles(byId("handles"), byId("map"), store, app.board, marksOf);
@@ -152,7 +153,9 @@ async function begin() {
   });
   followMode(app, makeTabs(app, MODES, byId("modes"), byId("panels")));
   startAll(app);
-  document.body.dataset.ready = "";
+  return app;
 }
 
-begin().catch((problem) => makeMessages(byId("status"), byId("toast")).fail(problem));
+/** The running page; tests import it, too. */
+export const running = begin();
+running.catch((problem) => makeMessages(byId("status"), byId("toast")).fail(problem));

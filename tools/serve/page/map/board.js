@@ -13,9 +13,12 @@ const narrow = matchMedia("(max-width: 799px)"); // as in style/layout.css
 const DRAWN = ["map", "over", "searched"];
 
 export class Board {
-  /** `drawMarks(pen, state)` draws what lies on the map; `afterPaint(frame)` follows each picture. */
-  constructor(canvas, store, api, { drawMarks, afterPaint }) {
-    Object.assign(this, { canvas, store, api, drawMarks, afterPaint });
+  /**
+   * `drawMarks(pen, state)` draws what lies on the map, `afterPaint(frame)` follows each picture, and
+   * `onLost(layer)` is told of a layer that the program has dropped.
+   */
+  constructor(canvas, store, api, { drawMarks, afterPaint, onLost }) {
+    Object.assign(this, { canvas, store, api, drawMarks, afterPaint, onLost });
     this.context = canvas.getContext("2d", { alpha: false });
     this.layers = {};
     this.size = { width: 1, height: 1 };
@@ -102,7 +105,11 @@ export class Board {
   }
 
   makeLayer(info) {
-    const fetchTile = (level, x, y) => this.api.tile(info.id, level, x, y, layer.revision);
+    const fetchTile = async (level, x, y) => {
+      const bytes = await this.api.tile(info.id, level, x, y, layer.revision);
+      if (!bytes) this.onLost(layer);
+      return bytes;
+    };
     const layer = new TileLayer(info, fetchTile, this.wordsFor(info.kind), () => this.requestFrame());
     layer.revision = info.revision;
     return layer;

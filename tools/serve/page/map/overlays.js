@@ -2,7 +2,8 @@
 // values the plot of a path shows. One request at a time, and none for what is there already.
 import { newestOnly, pointArray } from "../api.js";
 
-const KEPT = 3; // answers
+const KEPT = 3;         // answers
+const PLANS_A_TOUCH = 5; // searched layers after which the program would soon drop the others
 
 /** What to ask for so as to show a layer of a kind in a state. */
 function requestFor(kind, { planner, goal }) {
@@ -33,9 +34,23 @@ export function makeOverlays({ store, board, api, fail }) {
   }, fail);
 
   store.watch(["layer", "planner", "goal", "revision"], showOver);
+  let plans = 0;
 
   return {
     showOver,
+
+    /** Called after each plan: now and then looks at the layers in use, so that the program keeps them. */
+    async keepAlive({ start }) {
+      if (++plans % PLANS_A_TOUCH !== 0) return;
+      const inUse = [board.layers.over, board.layers.grown].filter(Boolean);
+      await Promise.all(inUse.map(({ info }) => api.cell(pointArray(start), info.id)));
+    },
+
+    /** The program no longer has a layer that is on the screen: asks for it anew. */
+    renew() {
+      answers.clear();
+      showOver();
+    },
 
     /** The layer of the grown map, for its values. */
     async grown() {

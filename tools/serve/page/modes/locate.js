@@ -1,7 +1,7 @@
 // Locate: the robot's scan is thrown back at a pose by chance, and the program finds where it was
 // taken: on the whole map, or near that pose.
 import { newestOnly, poseOf } from "../api.js";
-import { count, degrees, duration, fixed, metres } from "../format.js";
+import { about, degrees, duration, fixed, metres } from "../format.js";
 import { fromSensor, wrapAngle } from "../map/grid.js";
 import { TURN_REACH, rounded } from "../map/handles.js";
 import { poseFields, segments, settingsGroup } from "../panel/controls.js";
@@ -77,6 +77,7 @@ export function locatedReadouts({ store }) {
     element.hidden = !located;
     if (!located) return;
     verdict.show(VERDICTS[located.verdict]);
+    verdict.element.classList.toggle("good", located.verdict === "clear");
     results.show(numbersOf(state));
     answers.show(located.answers.map(({ pose: [x, y, theta], score }, i) =>
       [i === 0 ? "best" : "elsewhere", `${fixed(x, 2)}, ${fixed(y, 2)}`, degrees(theta), fixed(score, 3)]));
@@ -90,7 +91,7 @@ function numbersOf({ located, robot, logged, mode }) {
   const best = answers[0] && poseOf(answers[0].pose);
   return {
     search: withUnit(duration(milliseconds.search)),
-    poses: count(poses),
+    poses: about(poses),
     off: best && [fixed(Math.hypot(best.x - truth.x, best.y - truth.y), 2),
       `m, ${degrees(Math.abs(wrapAngle(best.theta - truth.theta)))}`],
   };

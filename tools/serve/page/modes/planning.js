@@ -19,6 +19,7 @@ export function keepPlanning({ store, board, api, overlays, fail }) {
     store.set({ plan, revision: plan.revision });
     await showSearched(plan.layer);
     await showSamples(plan);
+    await overlays.keepAlive(store.get());
   }, fail);
 
   async function showSearched(layer) {

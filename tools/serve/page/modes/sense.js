@@ -88,6 +88,8 @@ function drawOpening(pen, { begin, end, approach, width }) {
   pen.label({ x: (from.x + to.x) / 2, y: (from.y + to.y) / 2 }, metres(width), "text", { right: 8, down: -12 });
 }
 
+const isHere = ([x, y], pose, grid) => Math.hypot(x - pose.x, y - pose.y) < 2 * grid.resolution;
+
 function drawAround(pen, { obstacles, nearestFree, nearestUnknown, pose }) {
   if (obstacles) {
     const tip = {
@@ -98,7 +100,7 @@ function drawAround(pen, { obstacles, nearestFree, nearestUnknown, pose }) {
     pen.dart({ ...tip, theta: obstacles.direction }, 11, "hot");
   }
   for (const [at, colour, text] of [[nearestFree, "start", "free"], [nearestUnknown, "late", "unknown"]]) {
-    if (!at) continue;
+    if (!at || isHere(at, pose, pen.grid)) continue;
     pen.disc(poseOf(at), 5, colour);
     pen.label(poseOf(at), text, colour, { right: 10, down: 12 });
   }
