@@ -47,15 +47,16 @@ class Page:
         self.run("return null")
 
     def run(self, script, *arguments):
-        """What a function of `app` and of the module loader `load` returns, awaited."""
+        """What a script returns that knows the running `app`, a loader of modules `load` and its
+        arguments `given`; it may await. (It is put into the driver's own script, since the page's
+        policy lets no text be made a program.)"""
         answer = self.driver.execute_async_script("""
-            const [source, given, done] = arguments;
+            const [given, done] = arguments;
             const load = (path) => import(new URL(path, location.origin + '/'));
-            const Async = (async () => {}).constructor;
-            load('main.js').then(({ running }) => running)
-                .then((app) => new Async('app', 'load', 'given', source)(app, load, given))
-                .then((value) => done({ value: value ?? null }), (fault) => done({ fault: String(fault) }));
-        """, script, arguments)
+            load('main.js').then(({ running }) => running).then(async (app) => {
+                %s
+            }).then((value) => done({ value: value ?? null }), (fault) => done({ fault: String(fault) }));
+        """ % script, arguments)
         assert "fault" not in answer, answer["fault"]
         return answer["value"]
 
