@@ -63,13 +63,20 @@ export const api = {
     return response.ok ? new Uint8Array(await response.arrayBuffer()) : null;
   },
 
-  /** The events of a session: `hear` maps their names to functions of their data. */
-  events(path, hear) {
+  /**
+   * The events of a session: `hear` maps their names to functions of their data; `lost()` is called
+   * when the stream breaks off before its end.
+   */
+  events(path, hear, lost) {
     const source = new EventSource(path);
     for (const [name, react] of Object.entries(hear)) {
       source.addEventListener(name, (event) => react(JSON.parse(event.data)));
     }
     source.addEventListener("end", () => source.close());
+    source.addEventListener("error", () => {
+      source.close(); // and does not call again: a session is told only once
+      lost();
+    });
     return source;
   },
 };

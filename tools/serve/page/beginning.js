@@ -3,12 +3,13 @@ import { poseOf } from "./api.js";
 import { makeGrid } from "./map/grid.js";
 import { rounded } from "./map/handles.js";
 import { defaultsOf } from "./settings.js";
+import { usualMode } from "./share/link.js";
 
 /** The parts of the state that a link may change, as they are without one. */
 function usualScreen(map, defaults) {
   const start = rounded(poseOf(map.start));
   return {
-    mode: map.kind === "log" ? "log" : "plan",
+    mode: usualMode(map.kind),
     layer: "map",
     searched: true,
     view: null,

@@ -45,6 +45,10 @@ export function makeRuns({ store, board, api, fail, say }) {
     say(sentence);
   }
 
+  function onLost() {
+    if (!store.get().run?.isOver) change({ isOver: true, sentence: "the program no longer tells of the robot" });
+  }
+
   /** Starts a robot of a kind, "drive" or "explore", where the start is. */
   async function begin(kind) {
     await stop();
@@ -54,7 +58,7 @@ export function makeRuns({ store, board, api, fail, say }) {
       const answer = await api[kind](kind === "drive" ? { ...request, goal: pointArray(goal) } : request);
       store.set({ run: newRun(kind, answer) });
       if (answer.layer) await board.show("map", answer.layer);
-      source = api.events(answer.events, { plan: (plan) => change({ plan }), step: onStep, end: onEnd });
+      source = api.events(answer.events, { plan: (plan) => change({ plan }), step: onStep, end: onEnd }, onLost);
     } catch (problem) {
       fail(problem);
     }

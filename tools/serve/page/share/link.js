@@ -7,6 +7,10 @@ import { plain } from "../format.js";
 
 export const MODES = ["plan", "sense", "locate", "drive", "draw", "log"];
 export const LAYERS = ["map", "grown", "cost", "distance"];
+
+/** The mode in which the page opens on a map or log. */
+export const usualMode = (kind) => (kind === "log" ? "log" : "plan");
+
 const POSES = ["start", "goal", "robot"];
 const MOST_METRES = 1e7;
 
@@ -45,7 +49,7 @@ function sayChanged(settings, values, defaults, say) {
 export function toFragment(state) {
   const words = [];
   const say = (key, text) => words.push(`${key}=${encodeURIComponent(text).replaceAll("%2C", ",")}`);
-  if (state.mode !== MODES[0]) say("mode", state.mode);
+  if (state.mode !== usualMode(state.kind)) say("mode", state.mode);
   if (state.layer !== LAYERS[0]) say("layer", state.layer);
   if (!state.searched) say("searched", "0");
   for (const key of POSES) {
