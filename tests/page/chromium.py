@@ -137,10 +137,11 @@ class Page:
         return self.run("""
             const { toScreen } = await load('map/view.js');
             const { view, grid } = app.store.get();
-            const { size, density, context } = app.board;
+            const { size, density, canvas } = app.board;
             const at = toScreen(view, size, grid.toCell({ x: given[0], y: given[1] }));
-            const data = context.getImageData(Math.round(at.x * density), Math.round(at.y * density), 1, 1).data;
-            return [...data.slice(0, 3)];
+            const copy = new OffscreenCanvas(1, 1).getContext('2d', { willReadFrequently: true });
+            copy.drawImage(canvas, -Math.round(at.x * density), -Math.round(at.y * density));
+            return [...copy.getImageData(0, 0, 1, 1).data.slice(0, 3)];
         """, x, y)
 
     def messages(self):

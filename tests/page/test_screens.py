@@ -6,7 +6,6 @@ import numpy as np
 import pytest
 
 WIDTH, HEIGHT = 5644, 5459
-SECONDS_TO_OPEN = 2
 MODES = ["plan", "sense", "locate", "drive", "draw", "log"]
 
 

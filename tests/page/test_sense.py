@@ -44,7 +44,7 @@ def test_the_scanners_sliders_change_the_scan(building, visit):
         page.driver.execute_script("""
             arguments[0].value = arguments[1];
             arguments[0].dispatchEvent(new Event('input', { bubbles: true }));
-        """, page.element(name), value)
+        """, page.element(f"sense-{name}"), value)
         page.settle()
         after = page.state("sensed")
         assert page.state(f"scanner.{name}") == value

@@ -72,7 +72,9 @@ def test_the_code_of_a_plan_prints_the_waypoints_that_are_shown(building, visit,
     expected = [[float(f"{value:.6g}") for value in point] for point in plan["waypoints"]]
     if language == "Command":
         rows = [line.split() for line in said.splitlines() if line.split()[:1] and line.split()[0].isdigit()]
-        assert [[float(x), float(y)] for _, x, y in rows] == [[round(x, 2), round(y, 2)] for x, y in expected]
+        assert len(rows) == len(expected)
+        for (_, x, y), place in zip(rows, expected):
+            assert abs(float(x) - place[0]) < 0.006 and abs(float(y) - place[1]) < 0.006
     else:
         assert points_in(said) == expected
 
@@ -89,7 +91,7 @@ def run_code(server, page, directory, language):
         return finished(["/usr/bin/python3", "code.py"], directory, PYTHONPATH=str(BUILD / "python"))
     (directory / "code.cpp").write_text(text)
     finished(["g++", "-std=c++17", "-Wall", "-Werror", "code.cpp", "-o", "code", f"-I{ROOT / 'include'}",
-              *subprocess.check_output(["pkg-config", "--cflags", "opencv4"], text=True).split(),
+              "-I/usr/include/opencv4",
               *[f"-L{BUILD / part}" for part in ("", "io")], f"-Wl,-rpath,{BUILD}:{BUILD / 'io'}",
               "-lkorrin_io", "-lkorrin", "-lopencv_core", "-lopencv_imgproc"], directory)
     return finished(["./code"], directory)

@@ -17,7 +17,7 @@ export const rounded = ({ x, y, theta }) => ({
 });
 
 export class Handles {
-  /** `marks()` lists { key, label, turns } of what can be moved now. */
+  /** `marks()` lists { key, label, turns, byKeyboard } of what can be moved now. */
   constructor(parent, canvas, store, board, marks) {
     Object.assign(this, { parent, canvas, store, board, marks });
     this.buttons = new Map();
@@ -61,7 +61,7 @@ export class Handles {
   }
 
   make(mark, part) {
-    const button = h("button", { type: "button", class: `handle ${part}`, id: `handle-${mark.key}-${part}` });
+    const button = h("button", { type: "button", class: `handle ${part}${mark.byKeyboard ? " unheld" : ""}`, id: `handle-${mark.key}-${part}` });
     const apply = part === "turn" ? (point) => this.turnTo(mark, point) : (point) => this.moveTo(mark, point);
     this.listen(button, apply);
     button.addEventListener("keydown", (event) => this.onKey(event, mark));

@@ -35,8 +35,8 @@ function buildPanel(app) {
     h("div", { class: "row" }, pause, stop, clear),
     speedSlider(store, runs), ending.element, results.element,
     h("h2", {}, "What a step costs, on the average"), stages.element,
-    poseFields(app, "start", "Start", true), poseFields(app, "goal", "Goal", false),
-    settingsGroup(app, "How to plan", "planner", PLANNER));
+    poseFields(app, "drive", "start", "Start", true), poseFields(app, "drive", "goal", "Goal", false),
+    settingsGroup(app, "drive", "How to plan", "planner", PLANNER));
 }
 
 /** Speeds from slow to twenty metres a second, evenly by their logarithm. */

@@ -113,8 +113,8 @@ function buildPanel(app) {
     area.element,
     h("p", { class: "hint" }, "\u201cNear\u201d looks 2 m and a quarter turn around where the scan lies: drag it there."),
     locatedReadouts(app),
-    poseFields(app, "robot", "Robot", true), poseFields(app, "guess", "Thrown", true),
-    settingsGroup(app, "Scanner", "scanner", SCANNER.filter(({ key }) => key !== "minWidth")));
+    poseFields(app, "locate", "robot", "Robot", true), poseFields(app, "locate", "guess", "Thrown", true),
+    settingsGroup(app, "locate", "Scanner", "scanner", SCANNER.filter(({ key }) => key !== "minWidth")));
 }
 
 /** Between the guess and the best answer while the scan is in flight. */

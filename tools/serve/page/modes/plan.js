@@ -25,8 +25,8 @@ function buildPanel(app) {
     h("p", { class: "hint" }, "Drag the start and the goal, or click where the goal shall be."),
     problem.element, results.element, plot.element,
     h("h2", {}, "Ends"),
-    poseFields(app, "start", "Start", true), poseFields(app, "goal", "Goal", false),
-    settingsGroup(app, "How to plan", "planner", PLANNER),
+    poseFields(app, "plan", "start", "Start", true), poseFields(app, "plan", "goal", "Goal", false),
+    settingsGroup(app, "plan", "How to plan", "planner", PLANNER),
     h("div", { class: "row" },
       button("Swap ends", () => swapEnds(store)),
       button("Reset settings", () => store.set({ planner: store.get().defaults.planner }))));

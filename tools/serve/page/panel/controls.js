@@ -12,11 +12,11 @@ export function valueText(setting, value) {
   return setting.unit ? `${number}${setting.unit === "\u00b0" ? "" : " "}${setting.unit}` : number;
 }
 
-function slider(setting, { get, set, usual }) {
-  const output = h("output", { for: setting.key });
+function slider(setting, id, { get, set, usual }) {
+  const output = h("output", { for: id });
   const input = h("input", {
-    type: "range", id: setting.key, min: setting.min, max: setting.max, step: setting.step,
-    "aria-describedby": `${setting.key}-about`, oninput: () => set(Number(input.value)),
+    type: "range", id, min: setting.min, max: setting.max, step: setting.step,
+    "aria-describedby": `${id}-about`, oninput: () => set(Number(input.value)),
   });
   const share = (usual() - setting.min) / (setting.max - setting.min);
   const back = h("button", {
@@ -31,22 +31,22 @@ function slider(setting, { get, set, usual }) {
     input.ariaValueText = output.textContent;
   };
   const element = h("div", { class: "setting", title: setting.about },
-    h("div", { class: "name" }, h("label", { for: setting.key }, setting.label), output),
+    h("div", { class: "name" }, h("label", { for: id }, setting.label), output),
     h("div", { class: "track" }, input, back),
-    h("span", { class: "unseen", id: `${setting.key}-about` }, setting.about));
+    h("span", { class: "unseen", id: `${id}-about` }, setting.about));
   return { element, update };
 }
 
-function choice(setting, { get, set, usual }) {
-  const { element, update } = segments(setting.key, setting.label, setting.choices, { get, set, usual });
+function choice(setting, id, { get, set, usual }) {
+  const { element, update } = segments(id, setting.label, setting.choices, { get, set, usual });
   return {
     element: h("div", { class: "setting", title: setting.about }, h("div", { class: "name" }, setting.label), element),
     update,
   };
 }
 
-function tick(setting, { get, set }) {
-  const input = h("input", { type: "checkbox", id: setting.key, onchange: () => set(input.checked) });
+function tick(setting, id, { get, set }) {
+  const input = h("input", { type: "checkbox", id, onchange: () => set(input.checked) });
   const element = h("label", { class: "choice setting", title: setting.about }, input, setting.label);
   return { element, update: () => (input.checked = get()) };
 }
@@ -63,10 +63,10 @@ export function segments(name, label, words, { get, set, usual = () => null }) {
   return { element, update: () => inputs.forEach((input) => (input.checked = input.value === get())) };
 }
 
-/** Controls for settings that stand in the part `part` of the state, with a button to reset them. */
-export function settingsGroup({ store }, title, part, settings) {
+/** Controls for settings that stand in the part `part` of the state; `panel` is whose they are. */
+export function settingsGroup({ store }, panel, title, part, settings) {
   const controls = settings.map((setting) =>
-    controlFor(setting)(setting, {
+    controlFor(setting)(setting, `${panel}-${setting.key}`, {
       get: () => store.get()[part][setting.key],
       set: (value) => store.set({ [part]: { ...store.get()[part], [setting.key]: value } }),
       usual: () => store.get().defaults[part][setting.key],
@@ -78,10 +78,10 @@ export function settingsGroup({ store }, title, part, settings) {
 }
 
 /** Fields for a pose of the state: x, y, and a heading in degrees for what has one. */
-export function poseFields({ store }, key, label, hasHeading) {
+export function poseFields({ store }, panel, key, label, hasHeading) {
   const field = (part, unit, name, show, read) => {
     const input = h("input", {
-      type: "number", step: "any", "aria-label": `${label}, ${name}`, id: `${key}-${part}`,
+      type: "number", step: "any", "aria-label": `${label}, ${name}`, id: `${panel}-${key}-${part}`,
       onchange: () => {
         const value = Number(input.value);
         if (input.value === "" || !Number.isFinite(value)) return update();
