@@ -6,12 +6,12 @@
 #include "tools/serve/refusal.hpp"
 #include "tools/serve/robot.hpp"
 #include "tools/serve/simulation.hpp"
-#include "tools/stopwatch.hpp"
+#include "tools/serve/timer.hpp"
 
 namespace korrin_tool::serve {
 namespace {
 
-constexpr int kMostTries = 20;  // places that are tried in one step
+constexpr int kMostTries = 20;     // places that are tried in one step
 constexpr int kGivenUpAround = 2;  // cells around one that stays unknown
 
 // Exploring looks at every cell of the grid, so that is what it plans on.
@@ -28,13 +28,13 @@ class StageTimes {
   void mark(const char* stage) {
     const double before = json_.value(stage, 0.0);
     json_[stage] = before + stopwatch_.microseconds();
-    stopwatch_ = Stopwatch();
+    stopwatch_ = Timer();
   }
   const Json& json() const { return json_; }
 
  private:
   Json json_ = Json::object();
-  Stopwatch stopwatch_;
+  Timer stopwatch_;
 };
 
 class Exploration : public Simulation {
@@ -61,9 +61,8 @@ class Exploration : public Simulation {
     if (const char* const reason = reasonToPlan()) plan(reason, events, times);
     Json json = robot_.stepJson(readings);
     json["microseconds"] = times.json();
-    json["changed"] = changed.isEmpty()
-                          ? Json(nullptr)
-                          : Json{changed.x, changed.y, changed.width, changed.height};
+    json["changed"] = changed.isEmpty() ? Json(nullptr)
+                                        : Json{changed.x, changed.y, changed.width, changed.height};
     json["gridRevision"] = grid_->revision();
     json["knownCells"] = grid_->knownCells();
     // The step comes before an end, and after a plan.

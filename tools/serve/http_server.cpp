@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -60,8 +61,7 @@ void deliver(Reply reply, httplib::Response& response) {
   for (const auto& [name, value] : reply.headers) response.set_header(name, value);
   if (reply.stream) {
     response.set_chunked_content_provider(
-        reply.type,
-        [stream = std::move(reply.stream)](std::size_t, httplib::DataSink& sink) {
+        reply.type, [stream = std::move(reply.stream)](std::size_t, httplib::DataSink& sink) {
           stream([&](const std::string& bytes) { return sink.write(bytes.data(), bytes.size()); });
           sink.done();
           return true;
@@ -77,11 +77,18 @@ void deliver(Reply reply, httplib::Response& response) {
       });
 }
 
+Reply tooLargeReply() { return errorReply(400, "the body is larger than 1,000,000 bytes"); }
+
 // The whole body, or a reply that refuses it. One that is too long is read on for a while, so that
 // its sender comes to see why.
 std::optional<Reply> readBody(const httplib::Request& request, const httplib::ContentReader& reader,
                               std::string& body) {
   if (request.is_multipart_form_data()) return errorReply(400, "the body must be JSON");
+  if (!request.has_header("Content-Length") && !request.has_header("Transfer-Encoding")) {
+    return std::nullopt;
+  }
+  const std::string declared = request.get_header_value("Content-Length");
+  if (std::strtoull(declared.c_str(), nullptr, 10) > kMostDrained) return tooLargeReply();
   const Clock::time_point end = Clock::now() + kBodyTimeout;
   std::size_t size = 0;
   const bool isWhole = reader([&](const char* data, std::size_t length) {
@@ -89,7 +96,7 @@ std::optional<Reply> readBody(const httplib::Request& request, const httplib::Co
     if (size <= kMostBodyBytes) body.append(data, length);
     return size <= kMostDrained && Clock::now() < end;
   });
-  if (size > kMostBodyBytes) return errorReply(400, "the body is larger than 1,000,000 bytes");
+  if (size > kMostBodyBytes) return tooLargeReply();
   if (!isWhole) return errorReply(400, "the body did not come whole, or not in time");
   return std::nullopt;
 }
@@ -126,14 +133,14 @@ void HttpServer::Parts::setUp() {
                               {"Content-Security-Policy", kPolicy},
                               {"Cross-Origin-Resource-Policy", "same-origin"},
                               {"X-Content-Type-Options", "nosniff"}});
-  server.set_pre_routing_handler([this](const httplib::Request& request,
-                                        httplib::Response& response) {
-    using Result = httplib::Server::HandlerResponse;
-    if (refuse(request, response)) return Result::Handled;
-    if (request.method == "POST") return Result::Unhandled;  // its body is yet to be read
-    deliver(replyTo(request, ""), response);
-    return Result::Handled;
-  });
+  server.set_pre_routing_handler(
+      [this](const httplib::Request& request, httplib::Response& response) {
+        using Result = httplib::Server::HandlerResponse;
+        if (refuse(request, response)) return Result::Handled;
+        if (request.method == "POST") return Result::Unhandled;  // its body is yet to be read
+        deliver(replyTo(request, ""), response);
+        return Result::Handled;
+      });
   server.Post(".*", [this](const httplib::Request& request, httplib::Response& response,
                            const httplib::ContentReader& reader) {
     std::string body;
@@ -166,8 +173,9 @@ bool HttpServer::Parts::refuse(const httplib::Request& request, httplib::Respons
 
 Reply HttpServer::Parts::replyTo(const httplib::Request& request, std::string body) {
   Reply reply;
-  const bool isDone = workers.run(
-      [&] { reply = application.reply({request.method, request.path, std::move(body)}); });
+  const bool isDone = workers.run([&] {
+    reply = application.reply({request.method, request.path, std::move(body)});
+  });
   return isDone ? reply : errorReply(503, "the server has too much to do; try again soon");
 }
 
