@@ -1,4 +1,4 @@
-// The time since it was made.
+// Seconds since it was made.
 #pragma once
 
 #include <chrono>
@@ -10,8 +10,6 @@ class Stopwatch {
   double seconds() const {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin_).count();
   }
-  double milliseconds() const { return seconds() * 1e3; }
-  double microseconds() const { return seconds() * 1e6; }
 
  private:
   std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();

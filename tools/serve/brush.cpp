@@ -20,7 +20,8 @@ struct GridPoint {
 
 GridPoint onGrid(const Brin::OccupancyMap& map, const Brin::Point2D& point) {
   const Brin::Pose2D at = map.params.origin.relProject({point.x, point.y, 0.0f});
-  return {double{at.x} / double{map.params.resolution}, double{at.y} / double{map.params.resolution}};
+  return {double{at.x} / double{map.params.resolution},
+          double{at.y} / double{map.params.resolution}};
 }
 
 double radiusOf(const Brin::OccupancyMap& map, const Stroke& stroke) {
@@ -93,8 +94,8 @@ RowPiece pieceOf(double row, const GridPoint& a, const GridPoint& b, double radi
 
 void paintSegment(Brin::OccupancyMap& map, const GridPoint& a, const GridPoint& b, double radius,
                   float value) {
-  const Span rows = cellsBetween(std::min(a.y, b.y) - radius, std::max(a.y, b.y) + radius,
-                                 map.params.height);
+  const Span rows =
+      cellsBetween(std::min(a.y, b.y) - radius, std::max(a.y, b.y) + radius, map.params.height);
   for (int y = rows.first; y < rows.end; ++y) {
     const RowPiece piece = pieceOf(y, a, b, radius);
     if (!(piece.low() <= piece.high())) continue;

@@ -1,7 +1,7 @@
 #include "tools/serve/plan_json.hpp"
 #include "tools/serve/robot.hpp"
 #include "tools/serve/simulation.hpp"
-#include "tools/stopwatch.hpp"
+#include "tools/serve/timer.hpp"
 
 namespace korrin_tool::serve {
 namespace {
@@ -20,11 +20,11 @@ class Drive : public Simulation {
     if (state->revision != plannedOn_) {
       if (!plan(*state, events, times)) return events;
     } else {
-      const Stopwatch moving;
+      const Timer moving;
       robot_.move(double{speed} * kStepSeconds);
       times["move"] = moving.microseconds();
     }
-    const Stopwatch scanning;
+    const Timer scanning;
     const auto readings = robot_.scan(state->map);
     times["scan"] = scanning.microseconds();
     Json json = robot_.stepJson(readings);
@@ -51,11 +51,11 @@ class Drive : public Simulation {
 
   // Plans from where the robot is; false when that was the end.
   bool plan(const MapState& state, std::vector<Event>& events, Json& times) {
-    const Stopwatch planning;
+    const Timer planning;
     const Planners::Pointer planner = world_.plannerOn(state, settings_).value;
     const Brin::OccupancyMap& searched = planner->grownMap();
-    const Brin::Plan plan = planner->plan(searched.getPixelFromPose(robot_.pose()),
-                                          searched.getPixelFromPose(goal_));
+    const Brin::Plan plan =
+        planner->plan(searched.getPixelFromPose(robot_.pose()), searched.getPixelFromPose(goal_));
     times["plan"] = planning.microseconds();
     events.push_back(planEvent(plan, goal_, reason_));
     plannedOn_ = state.revision;

@@ -6,13 +6,13 @@
 #include "tools/serve/refusal.hpp"
 #include "tools/serve/robot.hpp"
 #include "tools/serve/simulation.hpp"
-#include "tools/stopwatch.hpp"
+#include "tools/serve/timer.hpp"
 
 namespace korrin_tool::serve {
 namespace {
 
-constexpr int kMostTries = 20;  // places that are tried in one step
-constexpr int kGivenUpAround = 2;  // cells around one that stays unknown
+constexpr int kMostTries = 20;     // places that are tried in one step
+constexpr int kGivenUpAround = 2;  // cells around one that stays unseen
 
 // Exploring looks at every cell of the grid, so that is what it plans on.
 Brin::PlannerSettings exploringSettings(Brin::PlannerSettings settings) {
@@ -28,13 +28,13 @@ class StageTimes {
   void mark(const char* stage) {
     const double before = json_.value(stage, 0.0);
     json_[stage] = before + stopwatch_.microseconds();
-    stopwatch_ = Stopwatch();
+    stopwatch_ = Timer();
   }
   const Json& json() const { return json_; }
 
  private:
   Json json_ = Json::object();
-  Stopwatch stopwatch_;
+  Timer stopwatch_;
 };
 
 class Exploration : public Simulation {
@@ -48,7 +48,7 @@ class Exploration : public Simulation {
   std::vector<Event> step(float speed) override {
     StageTimes times;
     robot_.move(double{speed} * kStepSeconds);
-    if (target_ && robot_.hasArrived()) robot_.lookAt(placeOf(target_->unknown));
+    if (target_ && robot_.hasArrived()) robot_.lookAt(placeOf(target_->unseen));
     times.mark("move");
     const auto readings = robot_.scan(world_.maps.current()->map);
     times.mark("scan");
@@ -61,9 +61,8 @@ class Exploration : public Simulation {
     if (const char* const reason = reasonToPlan()) plan(reason, events, times);
     Json json = robot_.stepJson(readings);
     json["microseconds"] = times.json();
-    json["changed"] = changed.isEmpty()
-                          ? Json(nullptr)
-                          : Json{changed.x, changed.y, changed.width, changed.height};
+    json["changed"] = changed.isEmpty() ? Json(nullptr)
+                                        : Json{changed.x, changed.y, changed.width, changed.height};
     json["gridRevision"] = grid_->revision();
     json["knownCells"] = grid_->knownCells();
     // The step comes before an end, and after a plan.
@@ -93,9 +92,9 @@ class Exploration : public Simulation {
   // Why the robot needs another plan; null when it goes on.
   const char* reasonToPlan() {
     if (!target_) return "start";
-    const bool isSeen = !isUnknown(grid_->map().getCell(target_->unknown.x, target_->unknown.y));
+    const bool isSeen = !isUnseen(grid_->map().getCell(target_->unseen.x, target_->unseen.y));
     if (robot_.hasArrived()) {
-      if (!isSeen) giveUp(target_->unknown);
+      if (!isSeen) giveUp(target_->unseen, kGivenUpAround);
       return "arrived";
     }
     if (isSeen) return "mapChanged";
@@ -121,9 +120,10 @@ class Exploration : public Simulation {
     return true;
   }
 
-  void giveUp(const Brin::Pose2Di& cell) {
-    for (int y = cell.y - kGivenUpAround; y <= cell.y + kGivenUpAround; ++y) {
-      for (int x = cell.x - kGivenUpAround; x <= cell.x + kGivenUpAround; ++x) {
+  // Goes there no more, nor to cells that far around.
+  void giveUp(const Brin::Pose2Di& cell, int around) {
+    for (int y = cell.y - around; y <= cell.y + around; ++y) {
+      for (int x = cell.x - around; x <= cell.x + around; ++x) {
         givenUp_.insert(std::int64_t{y} * grid_->map().params.width + x);
       }
     }
@@ -150,13 +150,13 @@ class Exploration : public Simulation {
       }
       Brin::Plan plan = planner_->plan(start, frontier->goal);
       if (plan.outcome != Brin::PlanOutcome::Found) {
-        giveUp(frontier->unknown);
+        giveUp(frontier->unseen, kGivenUpAround);
         continue;
       }
       // Out of where it is blocked first, in a straight line.
       if (isStuck) plan.waypoints.insert(plan.waypoints.begin(), standing.blocked.nearestFree);
       target_ = frontier;
-      events.push_back(planEvent(plan, placeOf(frontier->unknown), reason));
+      events.push_back(planEvent(plan, placeOf(frontier->unseen), reason));
       robot_.follow(std::move(plan.waypoints));
     }
     times.mark("plan");

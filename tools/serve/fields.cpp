@@ -46,8 +46,8 @@ void refuseField(const std::string& name, const std::string& wanted, const Json&
 
 Json parseBody(const std::string& body) {
   if (body.size() > kMostBodyBytes) {
-    throw Refusal(kBadRequest,
-                  "the body is larger than " + formatCount(std::int64_t{kMostBodyBytes}) + " bytes");
+    throw Refusal(kBadRequest, "the body is larger than " +
+                                   formatCount(std::int64_t{kMostBodyBytes}) + " bytes");
   }
   const auto checkNesting = [](int depth, Json::parse_event_t, Json&) {
     if (depth <= kMostNesting) return true;
@@ -97,8 +97,9 @@ void Fields::integer(const std::string& key, std::int64_t low, std::int64_t high
   const double number = json->is_number() ? json->get<double>() : std::nan("");
   if (!(number >= static_cast<double>(low) && number <= static_cast<double>(high)) ||
       number != std::floor(number)) {
-    refuseField(nameOf(key), "a whole number from " + std::to_string(low) + " to " +
-                std::to_string(high), *json);
+    refuseField(nameOf(key),
+                "a whole number from " + std::to_string(low) + " to " + std::to_string(high),
+                *json);
   }
   value = static_cast<std::int64_t>(number);
 }

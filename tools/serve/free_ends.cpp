@@ -7,9 +7,9 @@
 namespace korrin_tool::serve {
 namespace {
 
-constexpr int kMostSquares = 400;     // along the longer side of the map
-constexpr float kClearance = 0.3f;    // metres
-constexpr float kSurelyFree = 0.6f;   // above, as planners have it
+constexpr int kMostSquares = 400;    // along the longer side of the map
+constexpr float kClearance = 0.3f;   // metres
+constexpr float kSurelyFree = 0.6f;  // above, as planners have it
 
 // The map in squares, each free when all of its cells are.
 class Squares {
@@ -71,8 +71,8 @@ class Squares {
   }
 
   Brin::Pose2D middleOf(std::size_t square) const {
-    return map_.getPoseFromPixel({columnOf(square) * side_ + side_ / 2,
-                                  rowOf(square) * side_ + side_ / 2, 0.0f});
+    return map_.getPoseFromPixel(
+        {columnOf(square) * side_ + side_ / 2, rowOf(square) * side_ + side_ / 2, 0.0f});
   }
 
  private:

@@ -6,8 +6,9 @@
 namespace korrin_tool::serve {
 namespace {
 
-constexpr float kUnknownFrom = 0.4f;
-constexpr float kUnknownTo = 0.6f;
+constexpr float kUnseen = 0.5f;
+constexpr float kSurelyFreeFrom = 0.6f;  // above, as planners have it
+constexpr int kUnseenAround = 4;
 
 // A cell that the search came to.
 struct Visit {
@@ -56,20 +57,29 @@ class FrontierSearch {
   std::optional<Frontier> look(const Visit& from, int x, int y, std::vector<Visit>& visits) {
     if (!known_.isInside(x, y) || seen_[numberOf(x, y)]) return std::nullopt;
     const float value = known_.getCell(x, y);
-    if (isUnknown(value)) {
+    if (isUnseen(value)) {
       seen_[numberOf(x, y)] = true;
       if (givenUp_.count(static_cast<std::int64_t>(numberOf(x, y))) > 0) return std::nullopt;
+      if (unseenAround(x, y) < kUnseenAround) return std::nullopt;
       return Frontier{{from.goalX, from.goalY, 0.0f}, {x, y, 0.0f}};
     }
     if (free_.getCell(x, y) >= threshold_) {
       if (from.beyond > 0) return std::nullopt;
       seen_[numberOf(x, y)] = true;
       visits.push_back({x, y, x, y, 0});
-    } else if (value > kUnknownTo && from.beyond < mostBeyond_) {
+    } else if (value > kSurelyFreeFrom && from.beyond < mostBeyond_) {
       seen_[numberOf(x, y)] = true;
       visits.push_back({x, y, from.goalX, from.goalY, from.beyond + 1});
     }
     return std::nullopt;
+  }
+
+  int unseenAround(int x, int y) const {
+    int count = -1;  // without the cell itself
+    for (int dy = -1; dy <= 1; ++dy) {
+      for (int dx = -1; dx <= 1; ++dx) count += isUnseen(known_.getCell(x + dx, y + dy)) ? 1 : 0;
+    }
+    return count;
   }
 
   const Brin::OccupancyMap& known_;
@@ -82,7 +92,7 @@ class FrontierSearch {
 
 }  // namespace
 
-bool isUnknown(float value) { return value >= kUnknownFrom && value <= kUnknownTo; }
+bool isUnseen(float value) { return value == kUnseen; }
 
 std::optional<Frontier> nearestFrontier(const Brin::OccupancyMap& known,
                                         const Brin::PathPlanner& planner,

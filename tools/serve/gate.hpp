@@ -15,9 +15,9 @@ class Gate {
   Gate(std::string host, int port);
 
   // Why a request with these headers is refused; nothing when it is not. Its Host must be this
-  // machine (localhost, 127.0.0.1, [::1]), or the server's own host; where that is not the loopback,
-  // any address in numbers will do: no foreign site can pretend to be one. A port in it must be the
-  // server's. An Origin, where there is one, must be http:// and such a host.
+  // machine (localhost, 127.0.0.1, [::1]), or the server's own host; where that is not the
+  // loopback, any address in numbers will do: no foreign site can pretend to be one. A port in it
+  // must be the server's. An Origin, where there is one, must be http:// and such a host.
   std::optional<std::string> refusalOf(const std::optional<std::string>& host,
                                        const std::optional<std::string>& origin) const;
 

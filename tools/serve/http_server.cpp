@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <optional>
 #include <thread>
 #include <utility>
@@ -20,6 +21,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr int kBacklog = 512;                              // clients that wait to be let in
 constexpr std::size_t kMostDrained = 64 * kMostBodyBytes;  // of a body that is refused
 constexpr const char* kPolicy =
     "default-src 'self'; img-src 'self' blob: data:; style-src 'self' 'unsafe-inline'; "
@@ -54,34 +56,41 @@ std::optional<std::string> header(const httplib::Request& request, const char* n
   return request.get_header_value(name);
 }
 
-// The body goes out as a provider, which nobody compresses on the way.
+// A body is given whole: what a provider gives piece by piece is cut off when the server ends.
 void deliver(Reply reply, httplib::Response& response) {
   response.status = reply.status;
   for (const auto& [name, value] : reply.headers) response.set_header(name, value);
   if (reply.stream) {
     response.set_chunked_content_provider(
-        reply.type,
-        [stream = std::move(reply.stream)](std::size_t, httplib::DataSink& sink) {
+        reply.type, [stream = std::move(reply.stream)](std::size_t, httplib::DataSink& sink) {
           stream([&](const std::string& bytes) { return sink.write(bytes.data(), bytes.size()); });
           sink.done();
           return true;
         });
     return;
   }
-  if (reply.body.empty()) return response.set_content("", reply.type);
-  const auto body = std::make_shared<const std::string>(std::move(reply.body));
-  response.set_content_provider(
-      body->size(), reply.type,
-      [body](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
-        return sink.write(body->data() + offset, length);
-      });
+  response.set_header("Content-Type", reply.type);
+  response.body = std::move(reply.body);
 }
+
+// Nothing is compressed, which on this machine would take longer than sending it: the library does
+// so when the client takes it. The request is its own object, and not const.
+void takeNoCompression(const httplib::Request& request) {
+  const_cast<httplib::Request&>(request).headers.erase("Accept-Encoding");
+}
+
+Reply tooLargeReply() { return errorReply(400, "the body is larger than 1,000,000 bytes"); }
 
 // The whole body, or a reply that refuses it. One that is too long is read on for a while, so that
 // its sender comes to see why.
 std::optional<Reply> readBody(const httplib::Request& request, const httplib::ContentReader& reader,
                               std::string& body) {
   if (request.is_multipart_form_data()) return errorReply(400, "the body must be JSON");
+  if (!request.has_header("Content-Length") && !request.has_header("Transfer-Encoding")) {
+    return std::nullopt;
+  }
+  const std::string declared = request.get_header_value("Content-Length");
+  if (std::strtoull(declared.c_str(), nullptr, 10) > kMostDrained) return tooLargeReply();
   const Clock::time_point end = Clock::now() + kBodyTimeout;
   std::size_t size = 0;
   const bool isWhole = reader([&](const char* data, std::size_t length) {
@@ -89,7 +98,7 @@ std::optional<Reply> readBody(const httplib::Request& request, const httplib::Co
     if (size <= kMostBodyBytes) body.append(data, length);
     return size <= kMostDrained && Clock::now() < end;
   });
-  if (size > kMostBodyBytes) return errorReply(400, "the body is larger than 1,000,000 bytes");
+  if (size > kMostBodyBytes) return tooLargeReply();
   if (!isWhole) return errorReply(400, "the body did not come whole, or not in time");
   return std::nullopt;
 }
@@ -108,6 +117,7 @@ struct HttpServer::Parts {
   Application& application;
   std::string host;
   int port = 0;
+  int listening = -1;  // the server's socket
   std::optional<Gate> gate;
   Workers workers;
   httplib::Server server;
@@ -116,7 +126,10 @@ struct HttpServer::Parts {
 
 void HttpServer::Parts::setUp() {
   server.new_task_queue = [] { return new ConnectionThreads; };
-  server.set_socket_options(setSocketOptions);
+  server.set_socket_options([this](int socket) {
+    setSocketOptions(socket);
+    listening = socket;
+  });
   // One request a connection: nothing that was sent after a refused one is taken for another.
   server.set_keep_alive_max_count(1);
   server.set_read_timeout(kClientTimeout);
@@ -126,14 +139,15 @@ void HttpServer::Parts::setUp() {
                               {"Content-Security-Policy", kPolicy},
                               {"Cross-Origin-Resource-Policy", "same-origin"},
                               {"X-Content-Type-Options", "nosniff"}});
-  server.set_pre_routing_handler([this](const httplib::Request& request,
-                                        httplib::Response& response) {
-    using Result = httplib::Server::HandlerResponse;
-    if (refuse(request, response)) return Result::Handled;
-    if (request.method == "POST") return Result::Unhandled;  // its body is yet to be read
-    deliver(replyTo(request, ""), response);
-    return Result::Handled;
-  });
+  server.set_pre_routing_handler(
+      [this](const httplib::Request& request, httplib::Response& response) {
+        using Result = httplib::Server::HandlerResponse;
+        takeNoCompression(request);
+        if (refuse(request, response)) return Result::Handled;
+        if (request.method == "POST") return Result::Unhandled;  // its body is yet to be read
+        deliver(replyTo(request, ""), response);
+        return Result::Handled;
+      });
   server.Post(".*", [this](const httplib::Request& request, httplib::Response& response,
                            const httplib::ContentReader& reader) {
     std::string body;
@@ -166,8 +180,9 @@ bool HttpServer::Parts::refuse(const httplib::Request& request, httplib::Respons
 
 Reply HttpServer::Parts::replyTo(const httplib::Request& request, std::string body) {
   Reply reply;
-  const bool isDone = workers.run(
-      [&] { reply = application.reply({request.method, request.path, std::move(body)}); });
+  const bool isDone = workers.run([&] {
+    reply = application.reply({request.method, request.path, std::move(body)});
+  });
   return isDone ? reply : errorReply(503, "the server has too much to do; try again soon");
 }
 
@@ -179,6 +194,7 @@ void HttpServer::Parts::listen(int wantedPort) {
                      "; it may be in use");
   }
   if (wantedPort != 0) port = wantedPort;
+  ::listen(listening, kBacklog);  // the library's own line of clients holds five
   gate.emplace(host, port);
   listener = std::thread([this] { server.listen_after_bind(); });
   while (!server.is_running()) std::this_thread::sleep_for(std::chrono::milliseconds(1));

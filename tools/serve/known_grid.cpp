@@ -63,7 +63,7 @@ CellRectangle KnownGrid::add(const std::vector<Brin::RangeReading>& readings,
       const float now = map_.getCell(x, y);
       if (now == before[i]) continue;
       changed = changed.with({x, y, 1, 1});
-      knownCells_ += (isUnknown(before[i]) ? 1 : 0) - (isUnknown(now) ? 1 : 0);
+      knownCells_ += (isUnseen(before[i]) ? 1 : 0) - (isUnseen(now) ? 1 : 0);
     }
   }
   if (!changed.isEmpty()) ++revision_;

@@ -9,15 +9,15 @@
 #include "tools/serve/base64.hpp"
 #include "tools/serve/plan_json.hpp"
 #include "tools/serve/refusal.hpp"
-#include "tools/stopwatch.hpp"
+#include "tools/serve/timer.hpp"
 
 namespace korrin_tool::serve {
 namespace {
 
-constexpr float kMinScore = 0.5f;        // what a fit must score
-constexpr double kMostLookups = 2e12;    // poses times points; branch and bound skips most
-constexpr float kFullScore = 254.0f;     // of a byte
-constexpr char kNoPlace = '\xff';        // where no robot stands
+constexpr float kMinScore = 0.5f;      // what a fit must score
+constexpr double kMostLookups = 2e12;  // poses times points; branch and bound skips most
+constexpr float kFullScore = 254.0f;   // of a byte
+constexpr char kNoPlace = '\xff';      // where no robot stands
 
 std::vector<Brin::Point2D> pointsOf(const LocateRequest& request, const Brin::OccupancyMap& map,
                                     const World& world) {
@@ -85,7 +85,7 @@ Json locateAnswer(const LocateRequest& request, World& world) {
   if (!points.empty()) {
     const auto search = world.searchOn(*state, request.threshold, request.maxDist);
     times["prepare"] = search.milliseconds;
-    const Stopwatch stopwatch;
+    const Timer stopwatch;
     location = locate(*search.value, points, grid, request.count, kMinScore);
     times["search"] = stopwatch.milliseconds();
   }
@@ -95,7 +95,7 @@ Json locateAnswer(const LocateRequest& request, World& world) {
                {"hits", points.size()},
                {"points", pointListJson(points)}};
   if (request.heat) {
-    const Stopwatch stopwatch;
+    const Timer stopwatch;
     json["heat"] = heatJson(state->map, points, request);
     times["heat"] = stopwatch.milliseconds();
   }

@@ -3,7 +3,7 @@
 #include "tools/serve/answers.hpp"
 #include "tools/serve/plan_json.hpp"
 #include "tools/serve/searched_layer.hpp"
-#include "tools/stopwatch.hpp"
+#include "tools/serve/timer.hpp"
 
 namespace korrin_tool::serve {
 namespace {
@@ -27,7 +27,7 @@ Json planAnswer(const PlanRequest& request, World& world) {
   // Between cells, so that the heading of the start counts.
   const Brin::Pose2Di start = searched.getPixelFromPose(request.start);
   const Brin::Pose2Di goal = searched.getPixelFromPose(request.goal);
-  const Stopwatch stopwatch;
+  const Timer stopwatch;
   const Brin::Plan plan = planner.value->plan(start, goal);
   const double milliseconds = stopwatch.milliseconds();
 
@@ -38,8 +38,7 @@ Json planAnswer(const PlanRequest& request, World& world) {
                {"cost", numberJson(plan.cost)},
                {"iterations", plan.iterations},
                {"stats", statsJson(searched, plan.path)},
-               {"milliseconds",
-                {{"prepare", planner.milliseconds}, {"plan", milliseconds}}},
+               {"milliseconds", {{"prepare", planner.milliseconds}, {"plan", milliseconds}}},
                {"blocked", blockedJson(plan)}};
   const bool wasSearched =
       plan.outcome == Brin::PlanOutcome::Found || plan.outcome == Brin::PlanOutcome::NoPath;

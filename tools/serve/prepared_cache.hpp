@@ -16,7 +16,7 @@
 #include <mutex>
 
 #include "tools/serve/limits.hpp"
-#include "tools/stopwatch.hpp"
+#include "tools/serve/timer.hpp"
 
 namespace korrin_tool::serve {
 
@@ -47,7 +47,7 @@ class PreparedCache {
     }
     const bool isThere =
         !isMine && future.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
-    const Stopwatch stopwatch;
+    const Timer stopwatch;
     if (isMine) fulfil(key, promise, make);
     Pointer value = future.get();
     return {std::move(value), isThere ? 0.0 : stopwatch.milliseconds()};

@@ -58,14 +58,14 @@ struct ScanRequest {
 };
 
 struct LocateRequest {
-  std::optional<SimulatedScan> scan;        // either this
-  std::optional<std::size_t> number;        // or a scan of the log
-  std::optional<Brin::Pose2D> near;         // else the whole map
-  float window = 2.0f;                      // around it, metres
-  float turn = Brin::kPi;                   // and radians
-  std::optional<float> step;                // metres; else the map's resolution
-  float turnStep = 0.0174532925f;           // radians
-  float maxDist = 0.3f;                     // metres
+  std::optional<SimulatedScan> scan;  // either this
+  std::optional<std::size_t> number;  // or a scan of the log
+  std::optional<Brin::Pose2D> near;   // else the whole map
+  float window = 2.0f;                // around it, metres
+  float turn = Brin::kPi;             // and radians
+  std::optional<float> step;          // metres; else the map's resolution
+  float turnStep = 0.0174532925f;     // radians
+  float maxDist = 0.3f;               // metres
   float threshold = 0.45f;
   int count = 3;
   bool heat = false;  // the scores of the whole map as well

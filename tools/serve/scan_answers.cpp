@@ -3,7 +3,7 @@
 #include "tools/json_numbers.hpp"
 #include "tools/serve/answers.hpp"
 #include "tools/serve/scan_json.hpp"
-#include "tools/stopwatch.hpp"
+#include "tools/serve/timer.hpp"
 
 namespace korrin_tool::serve {
 namespace {
@@ -54,15 +54,15 @@ Json scanAnswer(const ScanRequest& request, World& world) {
   const Brin::Pose2Di cell = map.getPixelFromPose(request.scan.pose);
   Json json;
   Json times;
-  Stopwatch stopwatch;
+  Timer stopwatch;
   const auto timed = [&](const char* stage) {
     times[stage] = stopwatch.microseconds();
-    stopwatch = Stopwatch();
+    stopwatch = Timer();
   };
   const Brin::Scan scan{takeScan(map, request.scan)};
   timed("scan");
   addBeams(scan.readings, json);
-  stopwatch = Stopwatch();
+  stopwatch = Timer();
   json["holes"] = holesJson(scan, request.minWidth, request.scan.pose);
   timed("holes");
   json["obstacles"] = obstaclesJson(map, cell, request.obstacleRange);

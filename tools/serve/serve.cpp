@@ -1,12 +1,15 @@
 #include "tools/serve/serve.hpp"
 
-#include <pthread.h>
+#include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
+#include <cerrno>
+#include <cstdlib>
 #include <iostream>
-#include <optional>
+#include <system_error>
 
 #include "korrin/core/log.hpp"
 #include "tools/progress_bar.hpp"
@@ -19,31 +22,39 @@ extern char** environ;
 namespace korrin_tool::serve {
 namespace {
 
-// While it lives, Ctrl-C and requests to end wait until somebody waits for them, in this thread and
-// all that it starts.
-class HeldSignals {
+// While it lives, Ctrl-C and requests to end are told to whoever waits for them, in whatever thread
+// they arrive; the second of a kind ends the program as ever.
+class EndSignals {
  public:
-  HeldSignals() {
-    sigemptyset(&ends_);
-    sigaddset(&ends_, SIGINT);
-    sigaddset(&ends_, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &ends_, &before_);
+  EndSignals() {
+    if (pipe2(pipe_, O_CLOEXEC) != 0) throw std::system_error(errno, std::generic_category());
+    struct sigaction action {};
+    action.sa_handler = [](int) {
+      const char byte = 0;
+      if (write(pipe_[1], &byte, 1) != 1) _exit(EXIT_FAILURE);
+    };
+    action.sa_flags = SA_RESETHAND | SA_RESTART;
+    sigaction(SIGINT, &action, &interruptBefore_);
+    sigaction(SIGTERM, &action, &terminateBefore_);
   }
-  ~HeldSignals() { release(); }
-  HeldSignals(const HeldSignals&) = delete;
-  HeldSignals& operator=(const HeldSignals&) = delete;
+  ~EndSignals() {
+    sigaction(SIGINT, &interruptBefore_, nullptr);
+    sigaction(SIGTERM, &terminateBefore_, nullptr);
+    for (const int end : pipe_) close(end);
+  }
+  EndSignals(const EndSignals&) = delete;
+  EndSignals& operator=(const EndSignals&) = delete;
 
   void wait() const {
-    int which = 0;
-    sigwait(&ends_, &which);
+    char byte = 0;
+    while (read(pipe_[0], &byte, 1) < 0 && errno == EINTR) {
+    }
   }
 
-  // From now on they end the program as ever.
-  void release() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
  private:
-  sigset_t ends_{};
-  sigset_t before_{};
+  inline static int pipe_[2] = {-1, -1};  // handlers see nothing but what is the process's
+  struct sigaction interruptBefore_ {};
+  struct sigaction terminateBefore_ {};
 };
 
 // While it lives, the library's remarks on requests go nowhere: answers tell what there is to tell.
@@ -71,9 +82,9 @@ void openBrowser(const std::string& address) {
   char* arguments[] = {program.data(), page.data(), nullptr};
   pid_t child = 0;
   int status = 0;
-  const bool isDone = posix_spawnp(&child, program.c_str(), nullptr, nullptr, arguments, environ) == 0 &&
-                      waitpid(child, &status, 0) == child && WIFEXITED(status) &&
-                      WEXITSTATUS(status) == 0;
+  const bool isDone =
+      posix_spawnp(&child, program.c_str(), nullptr, nullptr, arguments, environ) == 0 &&
+      waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
   if (!isDone) std::cerr << "korrin: warning: no browser could be opened\n";
 }
 
@@ -82,7 +93,7 @@ void openBrowser(const std::string& address) {
 void serve(const ServeOptions& options) {
   Application application(openSource(options.file));
   const QuietLog quiet;
-  HeldSignals signals;  // before there are threads
+  const EndSignals signals;
   HttpServer server(application, options.host, options.port);
   if (!isLoopback(options.host)) {
     std::cerr << "korrin: warning: whoever reaches " << options.host
@@ -91,7 +102,6 @@ void serve(const ServeOptions& options) {
   std::cout << server.address() << std::endl;
   if (options.opensBrowser) openBrowser(server.address());
   signals.wait();
-  signals.release();
   server.stop();
 }
 

@@ -6,8 +6,8 @@
 
 namespace korrin_tool::serve {
 
-constexpr float kMostNoise = 10.0f;   // metres
-constexpr float kLeastSpeed = 0.1f;   // metres a second
+constexpr float kMostNoise = 10.0f;  // metres
+constexpr float kLeastSpeed = 0.1f;  // metres a second
 constexpr float kMostSpeed = 20.0f;
 
 // "settings", over the default ones.

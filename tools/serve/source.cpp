@@ -36,8 +36,15 @@ bool isMapFile(const std::string& path) {
 
 Source demoSource() {
   FloorPlan floor = makeFloorPlan();
-  Source source{"demonstration", "demo", std::move(floor.map), {}, floor.entrance, floor.farRoom,
-                {},              {},     false};
+  Source source{"demonstration",
+                "demo",
+                std::move(floor.map),
+                {},
+                floor.entrance,
+                floor.farRoom,
+                {},
+                {},
+                false};
   for (const RoomName& room : floor.rooms) source.rooms.push_back({room.middle, room.name});
   return source;
 }
@@ -53,9 +60,9 @@ Source logSource(const std::string& path, const Brin::mapping::Progress& progres
   auto aligned = Brin::mapping::alignLog(log.scans, {{}, kResolution}, progress);
   const auto frame = Brin::mapping::gridAround(aligned.scans, kResolution);
   if (!frame) throw UsageError(path + ": the scans reach too far for cells of 0.05 m");
-  Source source = sourceOf(
-      fileName(path), "log",
-      Brin::mapping::croppedToFree(Brin::mapping::buildGrid(aligned.scans, *frame)));
+  Source source =
+      sourceOf(fileName(path), "log",
+               Brin::mapping::croppedToFree(Brin::mapping::buildGrid(aligned.scans, *frame)));
   for (const Brin::io::LoggedScan& logged : log.scans) source.loggedPoses.push_back(logged.pose);
   source.scans = std::move(aligned.scans);
   source.isAligned = aligned.kind != Brin::mapping::AlignmentKind::Logged;

@@ -13,10 +13,10 @@ constexpr int kTileSide = 256;  // pixels
 // What a byte stands for; up to kFullValue it is a value, from 0 to the scale of the layer.
 enum TileByte : std::uint8_t {
   kFullValue = 250,
-  kTooNear = 251,       // to an obstacle
-  kUnknownByte = 252,   // unknown, and blocked
+  kTooNear = 251,      // to an obstacle
+  kUnknownByte = 252,  // unknown, and blocked
   kNotANumber = 253,
-  kNoValue = 254,       // not searched, no way
+  kNoValue = 254,  // not searched, no way
   kOffTheMap = 255
 };
 

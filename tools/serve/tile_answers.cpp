@@ -5,7 +5,7 @@
 #include "tools/serve/answers.hpp"
 #include "tools/serve/refusal.hpp"
 #include "tools/serve/searched_layer.hpp"
-#include "tools/stopwatch.hpp"
+#include "tools/serve/timer.hpp"
 
 namespace korrin_tool::serve {
 namespace {
@@ -34,12 +34,13 @@ Grid distanceMap(const Brin::OccupancyMap& map, float threshold) {
   dilater.setParams(0.0f, 1.0f);
   dilater.dilate(grown, Brin::ObstacleDilater::DILATE_LINEAR);
   for (int y = 0; y < map.params.height; ++y) {
-    const char* const row = dilater.distImage->imageData +
-                            std::ptrdiff_t{y} * dilater.distImage->widthStep;
+    const char* const row =
+        dilater.distImage->imageData + std::ptrdiff_t{y} * dilater.distImage->widthStep;
     for (int x = 0; x < map.params.width; ++x) {
       const float cells = reinterpret_cast<const float*>(row)[x];
-      grown.setCell(x, y, cells >= kNoObstacle ? std::numeric_limits<float>::infinity()
-                                               : cells * map.params.resolution);
+      grown.setCell(x, y,
+                    cells >= kNoObstacle ? std::numeric_limits<float>::infinity()
+                                         : cells * map.params.resolution);
     }
   }
   return std::make_shared<const Brin::OccupancyMap>(std::move(grown));
@@ -78,7 +79,7 @@ std::shared_ptr<const Layer> addLayer(const LayerRequest& request, World& world)
 }  // namespace
 
 Json layerAnswer(const LayerRequest& request, World& world) {
-  const Stopwatch stopwatch;
+  const Timer stopwatch;
   const auto layer = addLayer(request, world);
   return {{"layer", layerJson(*layer)}, {"milliseconds", stopwatch.milliseconds()}};
 }

@@ -31,7 +31,7 @@ struct Source {
   Brin::Pose2D goal;
   std::vector<Brin::io::LoggedScan> scans;  // of the log, at corrected poses
   std::vector<Brin::Pose2D> loggedPoses;    // and as they were
-  bool isAligned = false;  // whether matching found better ones
+  bool isAligned = false;                   // whether matching found better ones
 };
 
 struct PlannerKey {

@@ -86,15 +86,17 @@ TEST(ServeCommand, SaysInOneLineWhyItCannotBegin) {
   EXPECT_TRUE(failedWith(runTool({"serve", directory / "empty.log", "--port", "0"}), 2,
                          (directory / "empty.log") + ": no laser scans"));
   EXPECT_EQ(runTool({"serve", "--port", "70000"}).status, 2);
-  EXPECT_TRUE(failedWith(runTool({"serve", "--port", "0", "--host", "no.such.host.invalid"}), 2,
-                         "--port: cannot listen at no.such.host.invalid, port 0; it may be in use"));
+  EXPECT_TRUE(
+      failedWith(runTool({"serve", "--port", "0", "--host", "no.such.host.invalid"}), 2,
+                 "--port: cannot listen at no.such.host.invalid, port 0; it may be in use"));
 }
 
 TEST(ServeCommand, SaysWhenItsPortIsInUse) {
   Program first({"serve", "--port", "0"});
   const std::string port = std::to_string(std::stoi(first.line().substr(17)));
-  EXPECT_TRUE(failedWith(runTool({"serve", "--port", port}), 2,
-                         "--port: cannot listen at 127.0.0.1, port " + port + "; it may be in use"));
+  EXPECT_TRUE(
+      failedWith(runTool({"serve", "--port", port}), 2,
+                 "--port: cannot listen at 127.0.0.1, port " + port + "; it may be in use"));
 }
 
 }  // namespace

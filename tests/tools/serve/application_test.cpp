@@ -10,8 +10,8 @@
 #include "support/bits.hpp"
 #include "support/files.hpp"
 #include "tools/demo/floor_plan.hpp"
-#include "tools/open_map.hpp"
 #include "tools/location.hpp"
+#include "tools/open_map.hpp"
 #include "tools/pose_search.hpp"
 #include "tools/serve/brush.hpp"
 #include "tools/serve/page_files.hpp"
@@ -107,8 +107,9 @@ TEST_F(Answers, SayWhyAnEndIsBlocked) {
   EXPECT_TRUE(json["stats"].is_null());
   const Brin::PathPlanner planner(map_, defaultSettings());
   const Brin::OccupancyMap& searched = planner.grownMap();
-  const Brin::BlockedEnd blocked = planner.plan(searched.getPixelFromPose({1.2f, 8.0f, 0.0f}),
-                                                searched.getPixelFromPose({14.65f, 8.0f, 0.0f}))
+  const Brin::BlockedEnd blocked = planner
+                                       .plan(searched.getPixelFromPose({1.2f, 8.0f, 0.0f}),
+                                             searched.getPixelFromPose({14.65f, 8.0f, 0.0f}))
                                        .blocked;
   EXPECT_EQ(json["blocked"]["sentence"], describe(blocked));
   EXPECT_TRUE(sameBits(number(json["blocked"]["nearestFree"][0]), blocked.nearestFree.x));
@@ -125,8 +126,8 @@ TEST_F(Answers, KeepAPlannerForTheNextRequest) {
 }
 
 TEST_F(Answers, RefuseSettingsAsTheLibraryDoes) {
-  const Json json = post("/api/plan",
-                         R"({"start": [1, 8], "goal": [2, 8], "settings": {"robotRadius": 60}})", 400);
+  const Json json = post(
+      "/api/plan", R"({"start": [1, 8], "goal": [2, 8], "settings": {"robotRadius": 60}})", 400);
   EXPECT_NE(json["error"].get<std::string>().find("robotRadius"), std::string::npos) << json;
 }
 
@@ -167,7 +168,8 @@ TEST_F(Answers, TellTheValueOfACell) {
   EXPECT_TRUE(outside["value"].is_null());
   EXPECT_EQ(outside["code"], "outside");
   const std::string grown = post("/api/layers", R"({"kind": "grown"})")["layer"]["id"];
-  EXPECT_EQ(post("/api/cell", R"({"at": [14.9, 8], "layer": ")" + grown + "\"}")["code"], "tooNear");
+  EXPECT_EQ(post("/api/cell", R"({"at": [14.9, 8], "layer": ")" + grown + "\"}")["code"],
+            "tooNear");
   EXPECT_EQ(post("/api/cell", R"({"at": [0.1, 0.1], "layer": ")" + grown + "\"}")["code"],
             "unknown");
 }
@@ -192,15 +194,16 @@ TEST_F(Answers, ScanAsTheLibraryDoes) {
   const Brin::Pose2D begin = pose.absProject({holes[0].beginPoint.x, holes[0].beginPoint.y, 0.0f});
   EXPECT_TRUE(sameBits(number(json["holes"][0]["begin"][0]), begin.x));
   float direction = 0.0f;
-  const bool isNear = Brin::findObstaclesMainDirection(map, map.getPixelFromPose(pose), 1.0f,
-                                                       direction, 0.4f);
+  const bool isNear =
+      Brin::findObstaclesMainDirection(map, map.getPixelFromPose(pose), 1.0f, direction, 0.4f);
   ASSERT_TRUE(isNear);
   EXPECT_TRUE(sameBits(number(json["obstacles"]["direction"]), Brin::canonicalAngle(direction)));
 }
 
 TEST_F(Answers, HaveTheSameNoiseForTheSameSeed) {
   const auto ranges = [&](const std::string& seed) {
-    return post("/api/scan", R"({"pose": [6.4, 10.2], "noise": 0.05, "seed": )" + seed + "}")["ranges"];
+    return post("/api/scan",
+                R"({"pose": [6.4, 10.2], "noise": 0.05, "seed": )" + seed + "}")["ranges"];
   };
   EXPECT_EQ(ranges("3"), ranges("3"));
   EXPECT_NE(ranges("3"), ranges("4"));
@@ -227,20 +230,21 @@ TEST_F(Answers, LocateAsTheLibraryDoes) {
     EXPECT_TRUE(sameBits(number(json["answers"][i]["score"]), expected[i].score));
     EXPECT_TRUE(sameBits(number(json["answers"][i]["pose"][2]), expected[i].pose.theta));
   }
-  const std::size_t squares = json["heat"]["width"].get<std::size_t>() *
-                              json["heat"]["height"].get<std::size_t>();
+  const std::size_t squares =
+      json["heat"]["width"].get<std::size_t>() * json["heat"]["height"].get<std::size_t>();
   EXPECT_EQ(json["heat"]["scores"].get<std::string>().size(), (squares + 2) / 3 * 4);
 }
 
 TEST_F(Answers, RefuseSearchesThatWouldTakeTooLong) {
-  const Json json = post("/api/locate", R"({"pose": [1.2, 8], "step": 0.001, "turnStep": 0.001})",
-                         400);
+  const Json json =
+      post("/api/locate", R"({"pose": [1.2, 8], "step": 0.001, "turnStep": 0.001})", 400);
   EXPECT_EQ(json["error"].get<std::string>().rfind("step: the search has too many poses", 0), 0u);
 }
 
 TEST_F(Answers, DrawUndoAndHandTheMapOut) {
-  const Json drawn = post(
-      "/api/draw", R"({"strokes": [{"value": "wall", "width": 0.2, "points": [[3, 7.5], [3, 8.5]]}]})");
+  const Json drawn =
+      post("/api/draw",
+           R"({"strokes": [{"value": "wall", "width": 0.2, "points": [[3, 7.5], [3, 8.5]]}]})");
   EXPECT_EQ(drawn["revision"], 1);
   EXPECT_EQ(drawn["undo"], 1);
   EXPECT_GT(drawn["changedCells"], 80);
@@ -291,7 +295,7 @@ TEST_F(Answers, AreThePagesFilesByTheirNames) {
   }
   EXPECT_EQ(application_.reply({"GET", "/", ""}).body,
             application_.reply({"GET", "/index.html", ""}).body);
-  EXPECT_EQ(partsOf("/a//b/"), std::vector<std::string>({"a", "", "b", ""}));
+  EXPECT_EQ(partsOf("/a//b/"), std::vector<std::string>({"a", "", "b"}));
   EXPECT_TRUE(partsOf("/").empty());
 }
 

@@ -15,18 +15,18 @@ bool lets(const Gate& gate, const Header& host, const Header& origin = std::null
 
 TEST(Gate, TakesTheNamesOfTheLoopbackAtItsOwnPort) {
   const Gate gate("127.0.0.1", 8080);
-  for (const char* host : {"127.0.0.1:8080", "localhost:8080", "LOCALHOST:8080", "[::1]:8080",
-                           "127.0.0.2:8080"}) {
+  for (const char* host :
+       {"127.0.0.1:8080", "localhost:8080", "LOCALHOST:8080", "[::1]:8080", "127.0.0.2:8080"}) {
     EXPECT_TRUE(lets(gate, host)) << host;
   }
 }
 
 TEST(Gate, RefusesNamesThatOnlyPretend) {
   const Gate gate("127.0.0.1", 8080);
-  for (const char* host :
-       {"evil.example:8080", "evil.example", "localhost.evil.example:8080", "127.0.0.1.evil:8080",
-        "127.evil.example:8080", "192.168.1.2:8080", "", ":8080", "[::1:8080", "[::1]8080",
-        "127.0.0.1:8081", "127.0.0.1", "localhost:", "127.0.0.1:8080:8080", "user@localhost:8080"}) {
+  for (const char* host : {"evil.example:8080", "evil.example", "localhost.evil.example:8080",
+                           "127.0.0.1.evil:8080", "127.evil.example:8080", "192.168.1.2:8080", "",
+                           ":8080", "[::1:8080", "[::1]8080", "127.0.0.1:8081", "127.0.0.1",
+                           "localhost:", "127.0.0.1:8080:8080", "user@localhost:8080"}) {
     EXPECT_FALSE(lets(gate, host)) << host;
   }
   EXPECT_FALSE(lets(gate, std::nullopt));

@@ -53,7 +53,7 @@ class Server : public ::testing::Test {
 };
 
 TEST_F(Server, AnswersWithHeadersThatKeepThePageToItself) {
-  const HttpReply reply = get("/api/map");
+  const HttpReply reply = get("/api/map", "Accept-Encoding: gzip, br\r\n");
   EXPECT_EQ(reply.status, 200);
   EXPECT_EQ(Json::parse(reply.body)["kind"], "demo");
   for (const char* header :
@@ -63,7 +63,7 @@ TEST_F(Server, AnswersWithHeadersThatKeepThePageToItself) {
     EXPECT_NE(reply.headers.find(header), std::string::npos) << header << reply.headers;
   }
   EXPECT_EQ(reply.headers.find("Content-Encoding"), std::string::npos);
-  const HttpReply tile = get("/api/tiles/map/0/0/0?anything", "Accept-Encoding: gzip, br\r\n");
+  const HttpReply tile = get("/api/tiles/map/0/0/0?anything");
   EXPECT_EQ(tile.body.size(), 65536u);
   EXPECT_NE(tile.headers.find("X-Korrin-Revision: 0\r\n"), std::string::npos);
   EXPECT_EQ(server_.address(), "http://127.0.0.1:" + std::to_string(server_.port()) + "/");
@@ -90,14 +90,16 @@ TEST_F(Server, RefusesForeignHostsAndOrigins) {
 }
 
 TEST_F(Server, RefusesWhatIsNoRequest) {
-  for (const char* bytes : {"\r\n\r\n", "HELLO\r\n\r\n", "GET /\r\n\r\n", "GET / HTTP/9.9\r\n\r\n"}) {
+  for (const char* bytes :
+       {"\r\n\r\n", "HELLO\r\n\r\n", "GET /\r\n\r\n", "GET / HTTP/9.9\r\n\r\n"}) {
     EXPECT_EQ(answerTo(bytes).status, 400) << bytes;
   }
   EXPECT_EQ(get("/" + std::string(300, 'x')).status, 404);
   EXPECT_EQ(get("/" + std::string(20'000, 'x')).status, 400);
   EXPECT_EQ(get("/%2e%2e/%2e%2e/etc/passwd").status, 404);
   EXPECT_EQ(request(server_.port(), "PUT", "/api/map", "{}").status, 405);
-  EXPECT_EQ(post("/api/plan", "{}", "Content-Type: multipart/form-data; boundary=x\r\n").status, 400);
+  EXPECT_EQ(post("/api/plan", "{}", "Content-Type: multipart/form-data; boundary=x\r\n").status,
+            400);
 }
 
 TEST_F(Server, RefusesBodiesThatAreTooLarge) {
@@ -110,9 +112,9 @@ TEST_F(Server, RefusesBodiesThatAreTooLarge) {
 
 // A body that is refused must not be taken for the next request, whose headers its sender chose.
 TEST_F(Server, TakesOneRequestAConnection) {
-  const std::string hidden = requestBytes(
-      "POST", "/api/draw", server_.port(),
-      R"({"strokes": [{"value": "wall", "points": [[3, 8]]}]})");
+  const std::string hidden =
+      requestBytes("POST", "/api/draw", server_.port(),
+                   R"({"strokes": [{"value": "wall", "points": [[3, 8]]}]})");
   const std::string outer = "POST /api/plan HTTP/1.1\r\nHost: evil.example\r\nContent-Length: " +
                             std::to_string(hidden.size()) + "\r\n\r\n";
   const Connection connection(server_.port());
@@ -225,8 +227,8 @@ TEST_F(Server, ServesThePage) {
   const HttpReply page = get("/");
   EXPECT_EQ(page.status, 200);
   EXPECT_NE(page.headers.find("Content-Type: text/html; charset=utf-8\r\n"), std::string::npos);
-  EXPECT_EQ(page.body, std::string(findPageFile("/index.html")->bytes,
-                                   findPageFile("/index.html")->size));
+  EXPECT_EQ(page.body,
+            std::string(findPageFile("/index.html")->bytes, findPageFile("/index.html")->size));
   EXPECT_EQ(request(server_.port(), "HEAD", "/").body, "");
 }
 

@@ -49,8 +49,8 @@ TEST(Brush, FillsJustTheCellsThatAreNearEnough) {
     Brin::OccupancyMapParams params(40, 30, 0.1f);
     params.origin = {0.3f, -0.2f, i % 2 == 0 ? 0.0f : 0.7f};
     Brin::OccupancyMap map(params, false);
-    const Stroke stroke = wall(width(random), {{place(random), place(random)},
-                                               {place(random), place(random)}});
+    const Stroke stroke =
+        wall(width(random), {{place(random), place(random)}, {place(random), place(random)}});
     paint(map, stroke);
     const Brin::Pose2D a = params.origin.relProject({stroke.points[0].x, stroke.points[0].y, 0});
     const Brin::Pose2D b = params.origin.relProject({stroke.points[1].x, stroke.points[1].y, 0});

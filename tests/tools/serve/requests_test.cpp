@@ -263,7 +263,8 @@ TEST(SessionRequests, HaveAGoalWhenTheyDriveAndNoneWhenTheyExplore) {
 TEST(ControlRequests, LeaveAsItIsWhatTheyDoNotName) {
   const ControlRequest nothing = parseControlRequest("{}");
   EXPECT_FALSE(nothing.speed || nothing.paused || nothing.goal);
-  const ControlRequest all = parseControlRequest(R"({"speed": 20, "paused": false, "goal": [1, 2]})");
+  const ControlRequest all =
+      parseControlRequest(R"({"speed": 20, "paused": false, "goal": [1, 2]})");
   EXPECT_EQ(all.speed.value(), 20.0f);
   EXPECT_FALSE(all.paused.value());
   EXPECT_EQ(all.goal.value().y, 2.0f);

@@ -140,7 +140,7 @@ TEST(Exploration, LearnsAllThatItCanReachFromItsScansAlone) {
       for (int x = 0; x < grid.params.width; ++x) {
         if (truth->map.getCell(x, y) != 1.0f) continue;
         ++freeCells;
-        known += isUnknown(grid.getCell(x, y)) ? 0 : 1;
+        known += isUnseen(grid.getCell(x, y)) ? 0 : 1;
         wrong += grid.getCell(x, y) < 0.4f ? 1 : 0;
       }
     }
@@ -212,7 +212,7 @@ TEST(Sessions, AreControlledAndStoppedFromOutside) {
   std::this_thread::sleep_for(std::chrono::milliseconds(1300));
   session->stop("stopped", "enough");
   watcher.join();
-  EXPECT_EQ(stream.find("step"), std::string::npos);
+  EXPECT_EQ(stream.find("event: step"), std::string::npos);
   EXPECT_EQ(stream.rfind(":\n\n", 0), 0u) << "a heartbeat while it stands still";
   EXPECT_NE(stream.find("\"reason\":\"stopped\",\"sentence\":\"enough\""), std::string::npos);
 }
