@@ -31,8 +31,13 @@ export class Board {
 
   readTheme() {
     this.colours = readColours();
-    for (const layer of Object.values(this.layers)) layer.recolour(this.wordsFor(layer.info.kind));
+    for (const layer of Object.values(this.layers)) this.colour(layer);
     this.requestFrame();
+  }
+
+  colour(layer) {
+    layer.recolour(this.wordsFor(layer.info.kind));
+    layer.colours = this.colours;
   }
 
   wordsFor(kind) {
@@ -99,6 +104,7 @@ export class Board {
       const { level, cells } = shownOf(layer, this.frame());
       await layer.load(level, cells);
     }
+    if (layer.colours !== this.colours) this.colour(layer); // the theme changed meanwhile
     this.layers[role] = layer;
     this.requestFrame();
     return layer;
@@ -112,6 +118,7 @@ export class Board {
     };
     const layer = new TileLayer(info, fetchTile, this.wordsFor(info.kind), () => this.requestFrame());
     layer.revision = info.revision;
+    layer.colours = this.colours;
     return layer;
   }
 

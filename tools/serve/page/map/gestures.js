@@ -31,7 +31,7 @@ export function listenToGestures(canvas, hear) {
 
   canvas.addEventListener("pointerdown", (event) => {
     canvas.setPointerCapture(event.pointerId);
-    canvas.focus({ preventScroll: true });
+    canvas.focus({ preventScroll: true, focusVisible: false });
     const at = place(event);
     pointers.set(event.pointerId, at);
     if (pointers.size === 1) {
