@@ -11,7 +11,6 @@
 #include <pybind11/pybind11.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -23,6 +22,7 @@
 #include "korrin/core/geometry.hpp"
 #include "korrin/core/occupancy_map.hpp"
 #include "python/src/casters.hpp"
+#include "src/number_text.hpp"
 
 namespace korrin_python {
 
@@ -41,11 +41,7 @@ bool sameMap(const Brin::OccupancyMap* a, const Brin::OccupancyMap* b);
 
 inline bool sameNumber(float a, float b) { return a == b || (a != a && b != b); }
 
-// The shortest text that reads back as `value`.
-inline std::string shortest(float value) {
-  char text[32];
-  return {text, std::to_chars(text, text + sizeof text, value).ptr};
-}
+using Brin::shortest;
 
 // Pixels or cells as a field; None where there are none.
 struct Pixels {

@@ -45,12 +45,13 @@ class Places(NamedTuple):
 
 
 def place(name, log, count, seed=1):
-    """`count` of the odd scans, drawn by the seed, on the map of the even ones."""
+    """Builds a map of every other scan and places at most `count` of those left out of it; the seed
+    chooses which."""
     map = map_of(log.scans[0::2])
     search, grid = korrin.PoseSearch(map, THRESHOLD, MAX_DIST), everywhere(map)
-    odd = range(1, len(log.scans), 2)
+    left_out = range(1, len(log.scans), 2)
     placed, began = [], time.process_time()
-    for number in sorted(random.Random(seed).sample(odd, min(count, len(odd)))):
+    for number in sorted(random.Random(seed).sample(left_out, min(count, len(left_out)))):
         logged = log.scans[number]
         answer = located(search, logged, grid)
         placed.append(
@@ -72,7 +73,7 @@ def rows_of(all_places):
         good = sum(p.good for p in placed)
         rows.append(
             Row(
-                f"{places.name}, odd scans on the map of the even ones: at the log's pose, or "
+                f"{places.name}, scans left out of the map: at the log's pose, or "
                 "fitting as well",
                 "95 in 100",
                 f"{good} of {len(placed)}",

@@ -15,7 +15,7 @@ STEP = 0.05  # metres
 TURN_STEP = math.radians(1)
 ANSWERS = 4
 ELSEWHERE = 0.5  # metres, or radians: not the same place
-# This share of the best score leaves the place open. Chosen on 300 odd scans other than those that are
+# This share of the best score leaves the place open. Chosen on 300 scans other than those that are
 # judged: on these the best answer is elsewhere four times, once with the right place at 0.976 of its
 # score. With 0.97 five more of the 296 right answers are called ambiguous than with 0.98.
 AS_GOOD = 0.97
