@@ -31,7 +31,7 @@ int flushedOutput() {
 constexpr void (*kCommands[])(CLI::App&) = {
     addDemoCommand,   addPlanCommand,   addBuildCommand, addSimulateCommand, addHolesCommand,
     addMatchCommand,  addLocateCommand, addPairsCommand, addDilateCommand,   addScaleCommand,
-    addScrollCommand, addQueryCommand,  addStatsCommand,
+    addScrollCommand, addQueryCommand,  addStatsCommand, addServeCommand,
 };
 
 int parseAndRun(std::vector<std::string> arguments) {

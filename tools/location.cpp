@@ -11,6 +11,13 @@ constexpr float kTurned = 0.5f;  // radians
 constexpr float kFree = 0.6f;
 constexpr float kTwoPi = 6.28318531f;
 
+// Of the picture's scores: squares, and points of the scan, that take about a second.
+constexpr double kMostSquares = 60000.0;
+constexpr std::size_t kMostPoints = 200;
+constexpr float kSquare = 0.25f;           // metres
+constexpr float kSquareCutOff = 0.5f;      // metres: what a pose in the square's middle may miss by
+constexpr float kSquareHeading = 0.0873f;  // radians: five degrees
+
 float bestOfHeadings(const Brin::PoseSearch& search, const std::vector<Brin::Point2D>& points,
                      Brin::Pose2D place, float turnStep) {
   float best = 0.0f;
@@ -23,6 +30,18 @@ float bestOfHeadings(const Brin::PoseSearch& search, const std::vector<Brin::Poi
 }
 
 }  // namespace
+
+const char* nameOf(Verdict verdict) {
+  switch (verdict) {
+    case Verdict::Clear:
+      return "clear";
+    case Verdict::Ambiguous:
+      return "ambiguous";
+    case Verdict::Poor:
+      break;
+  }
+  return "poor";
+}
 
 Verdict verdictOf(const std::vector<Brin::ScoredPose>& answers, float minScore) {
   if (answers.empty() || !(answers[0].score >= minScore)) return Verdict::Poor;
@@ -57,6 +76,19 @@ ScoreMap scoresOn(const Brin::OccupancyMap& map, const Brin::PoseSearch& search,
     }
   }
   return result;
+}
+
+ScoreMap scoresForPicture(const Brin::OccupancyMap& map, const std::vector<Brin::Point2D>& points,
+                          float threshold, float cutOff) {
+  const double cells = static_cast<double>(map.params.width) * map.params.height;
+  const int side = std::max({1, static_cast<int>(std::lround(kSquare / map.params.resolution)),
+                             static_cast<int>(std::ceil(std::sqrt(cells / kMostSquares)))});
+  std::vector<Brin::Point2D> some;
+  for (std::size_t i = 0; i < points.size(); i += points.size() / kMostPoints + 1) {
+    some.push_back(points[i]);
+  }
+  const Brin::PoseSearch search(map, threshold, std::max(cutOff, kSquareCutOff));
+  return scoresOn(map, search, some, side, kSquareHeading);
 }
 
 }  // namespace korrin_tool

@@ -25,6 +25,9 @@ struct Location {
   std::vector<Brin::ScoredPose> answers;  // the best first; empty where the grid has no pose
 };
 
+// "clear", "ambiguous" or "poor".
+const char* nameOf(Verdict verdict);
+
 // How near to the best a score elsewhere leaves the answer open: from this share of it on.
 constexpr float kAsGood = 0.98f;
 
@@ -54,5 +57,10 @@ struct ScoreMap {
 // Time: free squares times headings times points.
 ScoreMap scoresOn(const Brin::OccupancyMap& map, const Brin::PoseSearch& search,
                   const std::vector<Brin::Point2D>& points, int side, float turnStep);
+
+// The same with squares, headings and points of the scan few enough to take about a second; points
+// match within `cutOff` metres of cells below `threshold`, or half a metre where that is more.
+ScoreMap scoresForPicture(const Brin::OccupancyMap& map, const std::vector<Brin::Point2D>& points,
+                          float threshold, float cutOff);
 
 }  // namespace korrin_tool

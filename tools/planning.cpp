@@ -112,8 +112,7 @@ Plan planPath(const PathPlanner& planner, const Pose2D& start, const Pose2D& goa
   return plan;
 }
 
-Search searchBehind(const PathPlanner& planner, const Plan& plan) {
-  const LogCollector log;  // its remarks on the way are not the user's business
+Search searchBetween(const PathPlanner& planner, const Pose2Di& start, const Pose2Di& goal) {
   const Brin::PlannerSettings& settings = planner.settings();
   const OccupancyMap& searched = planner.grownMap();
   Brin::OccMapPathFinder finder(&searched, 0.0f);
@@ -122,8 +121,7 @@ Search searchBehind(const PathPlanner& planner, const Plan& plan) {
   finder.setAngleCostFactor(settings.angleCostFactor);
   finder.setHWeight(settings.weight);
   std::vector<Pose2Di> path;
-  finder.computePath(searched.getPixelFromPose(plan.start), searched.getPixelFromPose(plan.goal),
-                     path);
+  finder.computePath(start, goal, path);
   Search search;
   search.grid = searched.params;
   search.explored.reserve(finder.closedNodes.size());
@@ -131,6 +129,13 @@ Search searchBehind(const PathPlanner& planner, const Plan& plan) {
     search.explored.push_back({node.x, node.y, 0.0f});
   }
   return search;
+}
+
+Search searchBehind(const PathPlanner& planner, const Plan& plan) {
+  const LogCollector log;  // its remarks on the way are not the user's business
+  const OccupancyMap& searched = planner.grownMap();
+  return searchBetween(planner, searched.getPixelFromPose(plan.start),
+                       searched.getPixelFromPose(plan.goal));
 }
 
 double lengthOf(const std::vector<Pose2D>& path) {

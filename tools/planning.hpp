@@ -44,6 +44,11 @@ Plan planPath(const Brin::PathPlanner& planner, const Brin::Pose2D& start, const
 // The search that a plan came of, done once more by a path finder: it is the same in every step.
 Search searchBehind(const Brin::PathPlanner& planner, const Plan& plan);
 
+// The same between two cells of planner.grownMap(); it reports to the library's log as the finder
+// does. It sets the weight of all path finders: one thread at a time.
+Search searchBetween(const Brin::PathPlanner& planner, const Brin::Pose2Di& start,
+                     const Brin::Pose2Di& goal);
+
 // Metres along a path.
 double lengthOf(const std::vector<Brin::Pose2D>& path);
 

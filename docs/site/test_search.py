@@ -101,6 +101,9 @@ ANSWERS = {
     "changelog": ["changelog"],
     "version": ["changelog", "contributing"],
     "command line": ["program"],
+    "browser": ["serve"],
+    "http": ["serve"],
+    "localhost": ["serve"],
     "OccupancyMap": ["reference/cpp/occupancy_map", "reference/python/occupancy_map"],
     "findScanHoles": ["reference/cpp/scan_holes"],
 }

@@ -1,8 +1,6 @@
 #include "tools/commands/command_output.hpp"
 
 #include <CLI/CLI.hpp>
-#include <charconv>
-#include <cmath>
 #include <iostream>
 
 #include "io/write_file.hpp"
@@ -43,23 +41,6 @@ void addOutputOptions(CLI::App& command, CommandOutput& output, const std::strin
   command.add_option("--png", output.png, pictureHelp)->option_text("FILE");
   command.add_option("--json", output.jsonFile, "write the result as JSON; - is standard output")
       ->option_text("FILE");
-}
-
-nlohmann::ordered_json numberJson(float value) {
-  if (!std::isfinite(value)) return nullptr;
-  char text[32];
-  const auto written = std::to_chars(text, text + sizeof text, value);
-  double number = 0.0;
-  std::from_chars(text, written.ptr, number);
-  return number;
-}
-
-nlohmann::ordered_json pointJson(const Brin::Point2D& point) {
-  return {numberJson(point.x), numberJson(point.y)};
-}
-
-nlohmann::ordered_json poseJson(const Brin::Pose2D& pose) {
-  return {numberJson(pose.x), numberJson(pose.y), numberJson(pose.theta)};
 }
 
 Json pictureJson(const std::string& path, const Canvas& canvas) {

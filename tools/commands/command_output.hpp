@@ -16,6 +16,7 @@
 #include "korrin/core/geometry.hpp"
 #include "korrin/core/occupancy_map.hpp"
 #include "tools/format.hpp"
+#include "tools/json_numbers.hpp"
 #include "tools/pictures/canvas.hpp"
 
 namespace CLI {
@@ -47,12 +48,6 @@ struct CommandOutput {
 
 // Adds --png and --json.
 void addOutputOptions(CLI::App& command, CommandOutput& output, const std::string& pictureHelp);
-
-// A number that JSON shows as shortly as the float needs; null when it is not finite.
-nlohmann::ordered_json numberJson(float value);
-// [x, y] and [x, y, theta].
-nlohmann::ordered_json pointJson(const Brin::Point2D& point);
-nlohmann::ordered_json poseJson(const Brin::Pose2D& pose);
 
 // A picture's file and its pixels along the side of a cell, fewer than 1 when cells share them.
 nlohmann::ordered_json pictureJson(const std::string& path, const Canvas& canvas);

@@ -20,6 +20,7 @@ void addPlanCommand(CLI::App& app);
 void addQueryCommand(CLI::App& app);
 void addScaleCommand(CLI::App& app);
 void addScrollCommand(CLI::App& app);
+void addServeCommand(CLI::App& app);
 void addSimulateCommand(CLI::App& app);
 void addStatsCommand(CLI::App& app);
 

@@ -1,7 +1,5 @@
 // korrin locate: where on a map a scan of a laser log was taken.
 #include <CLI/CLI.hpp>
-#include <algorithm>
-#include <cmath>
 #include <memory>
 #include <optional>
 
@@ -18,13 +16,6 @@
 
 namespace korrin_tool {
 namespace {
-
-// Of the picture's scores: squares, and points of the scan, that take about a second.
-constexpr double kMostSquares = 60000.0;
-constexpr std::size_t kMostPoints = 200;
-constexpr float kSquare = 0.25f;           // metres
-constexpr float kSquareCutOff = 0.5f;      // metres: what a pose in the square's middle may miss by
-constexpr float kSquareHeading = 0.0873f;  // radians: five degrees
 
 struct LocateOptions {
   std::string map;
@@ -53,31 +44,6 @@ Brin::PoseGrid gridOf(const LocateOptions& options, const Brin::OccupancyMapPara
   }
   if (grid.poses() > 0) return grid;
   throw UsageError("--step: " + formatShort(step) + " m makes more poses than can be counted");
-}
-
-ScoreMap scoresForPicture(const LocateOptions& options, const Brin::OccupancyMap& map,
-                          const std::vector<Brin::Point2D>& points) {
-  const double cells = static_cast<double>(map.params.width) * map.params.height;
-  const int side = std::max({1, static_cast<int>(std::lround(kSquare / map.params.resolution)),
-                             static_cast<int>(std::ceil(std::sqrt(cells / kMostSquares)))});
-  std::vector<Brin::Point2D> some;
-  for (std::size_t i = 0; i < points.size(); i += points.size() / kMostPoints + 1) {
-    some.push_back(points[i]);
-  }
-  const Brin::PoseSearch search(map, options.threshold, std::max(options.cutOff, kSquareCutOff));
-  return scoresOn(map, search, some, side, kSquareHeading);
-}
-
-const char* nameOf(Verdict verdict) {
-  switch (verdict) {
-    case Verdict::Clear:
-      return "clear";
-    case Verdict::Ambiguous:
-      return "ambiguous";
-    case Verdict::Poor:
-      break;
-  }
-  return "poor";
 }
 
 std::string textOf(const Brin::ScoredPose& answer) {
@@ -111,7 +77,7 @@ std::optional<std::string> refusalOf(const LocateOptions& options, const Locatio
 void drawAnswers(const LocateOptions& options, const Brin::OccupancyMap& map,
                  const std::vector<Brin::Point2D>& points, const Brin::PoseGrid& grid,
                  const Location& location, CommandOutput& output) {
-  const ScoreMap scores = scoresForPicture(options, map, points);
+  const ScoreMap scores = scoresForPicture(map, points, options.threshold, options.cutOff);
   const std::optional<Brin::PoseGrid> window = options.near ? std::optional(grid) : std::nullopt;
   output.savePicture(drawLocation({map, points, scores, location.answers, window}));
 }
