@@ -4,7 +4,7 @@
 #include "tools/format.hpp"
 #include "tools/json_numbers.hpp"
 #include "tools/location.hpp"
-#include "tools/pose_search.hpp"
+#include "tools/scan_search.hpp"
 #include "tools/serve/answers.hpp"
 #include "tools/serve/base64.hpp"
 #include "tools/serve/plan_json.hpp"

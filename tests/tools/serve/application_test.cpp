@@ -12,7 +12,7 @@
 #include "tools/demo/floor_plan.hpp"
 #include "tools/location.hpp"
 #include "tools/open_map.hpp"
-#include "tools/pose_search.hpp"
+#include "tools/scan_search.hpp"
 #include "tools/serve/brush.hpp"
 #include "tools/serve/page_files.hpp"
 #include "tools/serve/requests.hpp"
