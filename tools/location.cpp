@@ -3,11 +3,15 @@
 #include <algorithm>
 #include <cmath>
 
+#include "tools/scan_search.hpp"
+
 namespace korrin_tool {
 namespace {
 
 constexpr float kApart = 0.5f;   // metres
 constexpr float kTurned = 0.5f;  // radians
+constexpr int kRefinements = 3;
+constexpr int kLeastRough = 4;  // answers that refining may put into another order
 constexpr float kFree = 0.6f;
 constexpr float kTwoPi = 6.28318531f;
 
@@ -27,6 +31,24 @@ float bestOfHeadings(const Brin::PoseSearch& search, const std::vector<Brin::Poi
     best = std::max(best, search.score(points, place));
   }
   return best;
+}
+
+bool isElsewhere(const Brin::Pose2D& pose, const Brin::Pose2D& other) {
+  return std::hypot(pose.x - other.x, pose.y - other.y) >= kApart ||
+         std::fabs(Brin::canonicalAngle(pose.theta - other.theta)) >= kTurned;
+}
+
+// Steps of half a metre and more let answers come together as they are refined.
+std::vector<Brin::ScoredPose> withoutTwins(const std::vector<Brin::ScoredPose>& answers) {
+  std::vector<Brin::ScoredPose> kept;
+  for (const Brin::ScoredPose& answer : answers) {
+    const bool isOwnPlace =
+        std::all_of(kept.begin(), kept.end(), [&answer](const Brin::ScoredPose& better) {
+          return isElsewhere(answer.pose, better.pose);
+        });
+    if (isOwnPlace) kept.push_back(answer);
+  }
+  return kept;
 }
 
 }  // namespace
@@ -51,10 +73,33 @@ Verdict verdictOf(const std::vector<Brin::ScoredPose>& answers, float minScore) 
   return Verdict::Clear;
 }
 
+Brin::ScoredPose refined(const Brin::PoseSearch& search, const std::vector<Brin::Point2D>& points,
+                         const Brin::PoseGrid& grid, const Brin::ScoredPose& rough) {
+  Brin::ScoredPose best = rough;
+  Brin::PoseGrid finer = grid;
+  for (int k = 0; k < kRefinements; ++k) {
+    finer.centre = best.pose;
+    finer.reachX = finer.reachY = finer.step;
+    finer.turn = finer.turnStep;
+    finer.step *= 0.5f;
+    finer.turnStep *= 0.5f;
+    best = bestPose(search, points, finer);
+  }
+  return best;
+}
+
 Location locate(const Brin::PoseSearch& search, const std::vector<Brin::Point2D>& points,
                 const Brin::PoseGrid& grid, int count, float minScore) {
   Location location;
-  location.answers = search.best(points, grid, std::max(count, 2), kApart, kTurned);
+  auto answers = search.best(points, grid, std::max(count, kLeastRough), kApart, kTurned);
+  for (Brin::ScoredPose& answer : answers) answer = refined(search, points, grid, answer);
+  std::stable_sort(answers.begin(), answers.end(),
+                   [](const Brin::ScoredPose& one, const Brin::ScoredPose& other) {
+                     return one.score > other.score;
+                   });
+  location.answers = withoutTwins(answers);
+  location.answers.resize(
+      std::min(location.answers.size(), static_cast<std::size_t>(std::max(count, 2))));
   location.verdict = verdictOf(location.answers, minScore);
   return location;
 }

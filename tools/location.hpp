@@ -34,8 +34,16 @@ constexpr float kAsGood = 0.98f;
 // How a location is to be taken, after the scores of its answers.
 Verdict verdictOf(const std::vector<Brin::ScoredPose>& answers, float minScore);
 
-// The best pose of `grid` and the best ones elsewhere, half a metre or half a radian away: `count`
-// in all, and at least one elsewhere to judge by.
+// The best pose within a step of `rough`, a pose of `grid`, by three searches with half the steps of
+// the one before: what a grid's steps cost a pose of its score is as much as the right place may be
+// better than another one. It scores no less, and is `rough` itself where nothing scores more.
+// Time: at most 375 poses times points.
+Brin::ScoredPose refined(const Brin::PoseSearch& search, const std::vector<Brin::Point2D>& points,
+                         const Brin::PoseGrid& grid, const Brin::ScoredPose& rough);
+
+// The best pose of `grid` and the best ones elsewhere, half a metre or half a radian away, each of
+// them refined, and then the best first: `count` in all, and at least one elsewhere to judge by.
+// Fewer where the grid has no more.
 Location locate(const Brin::PoseSearch& search, const std::vector<Brin::Point2D>& points,
                 const Brin::PoseGrid& grid, int count, float minScore);
 

@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+
 #include "support/map_drawing.hpp"
 
 using korrin_tool::Verdict;
@@ -43,6 +46,83 @@ TEST(Location, LooksElsewhereEvenWhereOneAnswerIsWanted) {
   const korrin_tool::Location found = korrin_tool::locate(search, {{1, 0}}, everywhere, 1, 0.5f);
   ASSERT_EQ(found.answers.size(), 2u);
   EXPECT_EQ(found.verdict, Verdict::Ambiguous);
+}
+
+// The best of all poses around the best so far, by halves of the steps, three times.
+Brin::ScoredPose refinedByTryingAll(const Brin::PoseSearch& search,
+                                    const std::vector<Brin::Point2D>& points, float step,
+                                    float turnStep, Brin::ScoredPose best) {
+  for (int halving = 0; halving < 3; ++halving) {
+    step /= 2.0f;
+    turnStep /= 2.0f;
+    const Brin::Pose2D centre = best.pose;
+    for (int k = -2; k <= 2; ++k) {
+      for (int j = -2; j <= 2; ++j) {
+        for (int i = -2; i <= 2; ++i) {
+          const Brin::Pose2D pose(centre.x + static_cast<float>(i) * step,
+                                  centre.y + static_cast<float>(j) * step,
+                                  centre.theta + static_cast<float>(k) * turnStep);
+          const float score = search.score(points, pose);
+          if (score > best.score) best = {pose, score};
+        }
+      }
+    }
+  }
+  return best;
+}
+
+// A corner of two walls, and its sight from a place that is on no grid of half a metre.
+struct CornerSeen {
+  Brin::OccupancyMap map = korrin_test::drawMap({"#...........", "#...........", "#...........",
+                                                 "#...........", "#...........", "############"});
+  Brin::PoseSearch search{map, 0.45f, 2.0f};
+  Brin::Pose2D place{3.31f, 2.83f, 0.13f};
+  std::vector<Brin::Point2D> points;
+
+  CornerSeen() {
+    for (int y = 0; y < 6; ++y) addSeen({0.0f, static_cast<float>(y)});
+    for (int x = 1; x < 12; ++x) addSeen({static_cast<float>(x), 0.0f});
+  }
+  void addSeen(const Brin::Point2D& hit) {
+    const Brin::Pose2D seen = place.relProject({hit.x, hit.y, 0.0f});
+    points.emplace_back(seen.x, seen.y);
+  }
+};
+
+TEST(Location, IsRefinedBetweenTheStepsAsTryingAllPosesWould) {
+  const CornerSeen corner;
+  const Brin::PoseGrid grid = Brin::PoseGrid::around(corner.map.params, 0.5f, 0.1f);
+  const Brin::ScoredPose rough = corner.search.best(corner.points, grid)[0];
+  const Brin::ScoredPose fine = korrin_tool::refined(corner.search, corner.points, grid, rough);
+  const Brin::ScoredPose tried =
+      refinedByTryingAll(corner.search, corner.points, 0.5f, 0.1f, rough);
+  EXPECT_EQ(fine.score, tried.score);
+  EXPECT_GT(fine.score, rough.score);
+  EXPECT_EQ(corner.search.score(corner.points, fine.pose), fine.score);
+  EXPECT_LT(std::abs(fine.pose.theta - corner.place.theta), 0.05f);
+}
+
+TEST(Location, ThatNothingNearBeatsStaysWhereItIs) {
+  const Brin::OccupancyMap map = korrin_test::drawMap({"......", "......"});
+  const Brin::PoseSearch search(map, 0.45f, 0.5f);
+  const Brin::PoseGrid grid = Brin::PoseGrid::around(map.params, 1.0f, 1.0f);
+  const Brin::ScoredPose rough{grid.pose(1, 0, 1), 0.0f};
+  EXPECT_EQ(korrin_tool::refined(search, {{1, 0}}, grid, rough).pose, rough.pose);
+}
+
+TEST(Location, HasNoTwoAnswersOfOnePlaceAfterRefiningLargeSteps) {
+  const CornerSeen corner;
+  const Brin::PoseGrid grid = Brin::PoseGrid::around(corner.map.params, 2.0f, 0.8f);
+  const auto found = korrin_tool::locate(corner.search, corner.points, grid, 6, 0.5f);
+  ASSERT_GE(found.answers.size(), 2u);
+  for (std::size_t i = 0; i < found.answers.size(); ++i) {
+    for (std::size_t j = 0; j < i; ++j) {
+      const Brin::Pose2D &one = found.answers[i].pose, &other = found.answers[j].pose;
+      EXPECT_LE(found.answers[i].score, found.answers[j].score);
+      EXPECT_TRUE(std::hypot(one.x - other.x, one.y - other.y) >= 0.5f ||
+                  std::fabs(Brin::canonicalAngle(one.theta - other.theta)) >= 0.5f);
+    }
+  }
 }
 
 TEST(ScoreMap, HasTheBestHeadingOfEachFreeSquareAndNoneElsewhere) {
