@@ -126,7 +126,7 @@ TEST_F(Server, TakesOneRequestAConnection) {
 
 TEST_F(Server, AnswersTwoHundredClientsAtOnceAndEachAsItAsked) {
   constexpr int kClients = 200;
-  constexpr int kRequests = 10;
+  constexpr int kRequests = 50;
   const Json direct = Json::parse(application_.reply({"POST", "/api/plan", kPlan}).body);
   std::atomic<int> right{0};
   std::vector<std::thread> clients;

@@ -43,7 +43,9 @@ export function firstState(map, link) {
     defaults,
     mapName: map.name,
     kind: map.kind,
-    mapLayer: { id: "map", kind: "map", scale: 1, origin: map.origin, width, height, resolution, tileSize, levels, revision },
+    mapLayer: {
+      id: "map", kind: "map", scale: 1, origin: map.origin, width, height, resolution, tileSize, levels, revision,
+    },
     grid: makeGrid({ width, height, resolution, origin: poseOf(map.origin) }),
     revision,
     undo: map.undo,

@@ -48,7 +48,8 @@ function makeApp(store) {
     },
     onLost: (layer) => layer === app.board.layers.over && app.overlays.renew(),
   });
-  const marksOf = (state) => (state.run && !state.run.isOver && state.run.kind === "explore" ? [] : modeOf(state).marks);
+  const explores = ({ run }) => run && !run.isOver && run.kind === "explore";
+  const marksOf = (state) => (explores(state) ? [] : modeOf(state).marks);
   const moving = new Handles(byId("handles"), byId("map"), store, app.board, marksOf);
   handles.place = (frame) => moving.place(frame);
   app.overlays = makeOverlays(app);

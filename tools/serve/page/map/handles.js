@@ -61,7 +61,8 @@ export class Handles {
   }
 
   make(mark, part) {
-    const button = h("button", { type: "button", class: `handle ${part}${mark.byKeyboard ? " unheld" : ""}`, id: `handle-${mark.key}-${part}` });
+    const kind = `handle ${part}${mark.byKeyboard ? " unheld" : ""}`;
+    const button = h("button", { type: "button", class: kind, id: `handle-${mark.key}-${part}` });
     const apply = part === "turn" ? (point) => this.turnTo(mark, point) : (point) => this.moveTo(mark, point);
     this.listen(button, apply);
     button.addEventListener("keydown", (event) => this.onKey(event, mark));

@@ -47,10 +47,11 @@ export class TileLayer {
   /** The tiles of a level that lie in a rectangle of the layer's cells. */
   placesIn(level, { left, bottom, right, top }) {
     const side = this.info.tileSize * 2 ** level;
-    const last = (cells) => Math.ceil(cells / side) - 1;
+    const first = (cell) => Math.max(0, Math.floor(cell / side));
+    const last = (cell, cells) => Math.min(Math.ceil(cells / side) - 1, Math.floor(cell / side));
     const places = [];
-    for (let y = Math.max(0, Math.floor(bottom / side)); y <= Math.min(last(this.info.height), Math.floor(top / side)); ++y) {
-      for (let x = Math.max(0, Math.floor(left / side)); x <= Math.min(last(this.info.width), Math.floor(right / side)); ++x) {
+    for (let y = first(bottom); y <= last(top, this.info.height); ++y) {
+      for (let x = first(left); x <= last(right, this.info.width); ++x) {
         places.push({ level, x, y, left: x * side, bottom: y * side, side });
       }
     }

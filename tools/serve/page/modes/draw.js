@@ -88,7 +88,8 @@ function buildPanel(app) {
     });
   });
   return h("div", {},
-    h("p", { class: "hint" }, "Draw on the map; the path goes round it. Two fingers, or the mouse with Shift, move the map."),
+    h("p", { class: "hint" },
+      "Draw on the map; the path goes round it. Two fingers, or the mouse with Shift, move the map."),
     kinds.element, widthSlider(store),
     h("div", { class: "row" },
       button("Draw at the brush", () => brush.paint([store.get().brushAt]), { id: "dab" }), undo),

@@ -30,7 +30,9 @@ function buildPanel(app) {
   });
   pause.disabled = stop.disabled = clear.hidden = true;
   return h("div", {},
-    h("p", { class: "hint" }, "The robot starts where the start is. Driving, it scans and follows the path; exploring, it knows nothing at first."),
+    h("p", { class: "hint" },
+      "The robot starts where the start is. Driving, it scans and follows the path; ",
+      "exploring, it knows nothing at first."),
     h("div", { class: "row" }, drive, explore),
     h("div", { class: "row" }, pause, stop, clear),
     speedSlider(store, runs), ending.element, results.element,

@@ -1,6 +1,6 @@
 // Locate: the robot's scan is thrown back at a pose by chance, and the program finds where it was
 // taken: on the whole map, or near that pose.
-import { newestOnly, poseOf } from "../api.js";
+import { newestOnly, poseArray, poseOf } from "../api.js";
 import { about, degrees, duration, fixed, metres } from "../format.js";
 import { fromSensor, wrapAngle } from "../map/grid.js";
 import { TURN_REACH, rounded } from "../map/handles.js";
@@ -31,7 +31,7 @@ function poseByChance(grid) {
 /** What a state's search asks for: a scan of the log, or one simulated where the robot stands. */
 function locateRequest(state) {
   const scan = state.logged && state.mode === "log" ? { scan: state.logged.number } : scanRequest(state);
-  const near = state.searchArea === "near" ? { near: [state.guess.x, state.guess.y, state.guess.theta], ...WINDOW } : {};
+  const near = state.searchArea === "near" ? { near: poseArray(state.guess), ...WINDOW } : {};
   return { ...scan, ...near, count: ANSWERS, heat: state.searchArea !== "near" };
 }
 
@@ -108,10 +108,12 @@ function buildPanel(app) {
   store.watch(["isSearching"], ({ isSearching }) => (find.disabled = isSearching));
   area.update();
   return h("div", {},
-    h("p", { class: "hint" }, "The robot takes a scan where it stands. The scan lies somewhere else, by chance. Where was it taken?"),
+    h("p", { class: "hint" },
+      "The robot takes a scan where it stands. The scan lies somewhere else, by chance. Where was it taken?"),
     h("div", { class: "row" }, find, button("Throw it again", locator.throwAgain, { id: "throw-again" })),
     area.element,
-    h("p", { class: "hint" }, "\u201cNear\u201d looks 2 m and a quarter turn around where the scan lies: drag it there."),
+    h("p", { class: "hint" },
+      "\u201cNear\u201d looks 2 m and a quarter turn around where the scan lies: drag it there."),
     locatedReadouts(app),
     poseFields(app, "locate", "robot", "Robot", true), poseFields(app, "locate", "guess", "Thrown", true),
     settingsGroup(app, "locate", "Scanner", "scanner", SCANNER.filter(({ key }) => key !== "minWidth")));

@@ -58,7 +58,10 @@ export function showProblem(store, problem, { outcome, blocked }) {
   if (!blocked) return problem.show(null);
   const { end, sentence, nearestFree } = blocked;
   const name = end === "start" ? "The start is blocked" : "The goal is blocked";
-  const move = () => store.set({ [end]: rounded({ ...store.get()[end], ...poseOf([...nearestFree, store.get()[end].theta]) }) });
+  const move = () => {
+    const [x, y] = nearestFree;
+    store.set({ [end]: rounded({ ...store.get()[end], x, y }) });
+  };
   problem.show(`${name}: ${asSentence(sentence)}`,
     nearestFree && button(`Move the ${end} to the nearest free cell`, move, { id: "move-to-free" }));
 }

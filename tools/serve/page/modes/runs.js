@@ -53,7 +53,8 @@ export function makeRuns({ store, board, api, fail, say }) {
   async function begin(kind) {
     await stop();
     const { start, goal, planner, scanner, speed } = store.get();
-    const request = { start: poseArray(start), settings: planner, sensor: sensorOf(scanner), noise: scanner.noise, speed };
+    const sensing = { sensor: sensorOf(scanner), noise: scanner.noise };
+    const request = { start: poseArray(start), settings: planner, ...sensing, speed };
     try {
       const answer = await api[kind](kind === "drive" ? { ...request, goal: pointArray(goal) } : request);
       store.set({ run: newRun(kind, answer) });

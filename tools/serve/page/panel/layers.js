@@ -9,8 +9,11 @@ const LABELS = { map: "Map", grown: "Grown obstacles", cost: "Cost to the goal",
 /** Radio buttons for the layer, and a tick for the searched cells. */
 export function layerChoice(store) {
   const radios = LAYERS.map((layer) =>
-    h("input", { type: "radio", name: "layer", value: layer, id: `layer-${layer}`, onchange: () => store.set({ layer }) }));
-  const searched = h("input", { type: "checkbox", id: "layer-searched", onchange: () => store.set({ searched: searched.checked }) });
+    h("input", {
+      type: "radio", name: "layer", value: layer, id: `layer-${layer}`, onchange: () => store.set({ layer }),
+    }));
+  const showSearched = () => store.set({ searched: searched.checked });
+  const searched = h("input", { type: "checkbox", id: "layer-searched", onchange: showSearched });
   const update = () => {
     const state = store.get();
     for (const radio of radios) radio.checked = radio.value === state.layer;
@@ -57,7 +60,8 @@ export function showLegend(element, { layers, colours }) {
   if (element.dataset.key === key) return;
   element.dataset.key = key;
   const parts = over ? legendOf(over, colours) : [];
-  if (layers.searched) parts.push(...ramp((share) => mix(colours.early, colours.late, share), "searched first", "last"));
+  const order = (share) => mix(colours.early, colours.late, share);
+  if (layers.searched) parts.push(...ramp(order, "searched first", "last"));
   element.hidden = parts.length === 0;
   element.replaceChildren(...parts);
 }

@@ -16,7 +16,8 @@ export function makeMessages(status, toast) {
   /** Tells what went wrong: the program's own sentence, or that it is gone. */
   function fail(problem) {
     const isGone = problem instanceof TypeError && !problem.status;
-    say(isGone && /fetch/i.test(problem.message) ? "The program does not answer. Is it still running?" : problem.message);
+    const isSilent = isGone && /fetch/i.test(problem.message);
+    say(isSilent ? "The program does not answer. Is it still running?" : problem.message);
   }
 
   return { say, fail };

@@ -33,7 +33,8 @@ export function pathPlot(onPlace) {
   const curve = h("path", { class: "curve" });
   const mean = h("line", { class: "mean", x1: 0, x2: WIDTH });
   const here = h("line", { class: "here", y1: 0, y2: HEIGHT, visibility: "hidden" });
-  const rules = [0, 0.5, 1].map((value) => h("line", { class: "rule", x1: 0, x2: WIDTH, y1: up(value), y2: up(value) }));
+  const rule = (y) => h("line", { class: "rule", x1: 0, x2: WIDTH, y1: y, y2: y });
+  const rules = [0, 0.5, 1].map((value) => rule(up(value)));
   const plot = h("svg", { class: "plot", viewBox: `0 0 ${WIDTH} ${HEIGHT}`, preserveAspectRatio: "none", role: "img" },
     ...rules, area, mean, curve, here);
   const left = h("span");
@@ -72,7 +73,8 @@ export function pathPlot(onPlace) {
     if (element.hidden) return;
     samples = thinned(newSamples, MOST_POINTS);
     stats = newStats;
-    const line = samples.map(({ distance, value }) => `${across(distance).toFixed(1)} ${up(value).toFixed(1)}`).join("L");
+    const corner = ({ distance, value }) => `${across(distance).toFixed(1)} ${up(value).toFixed(1)}`;
+    const line = samples.map(corner).join("L");
     curve.setAttribute("d", `M${line}`);
     area.setAttribute("d", `M0 ${HEIGHT}L${line}L${WIDTH} ${HEIGHT}Z`);
     mean.setAttribute("y1", up(stats.mean));

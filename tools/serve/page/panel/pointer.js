@@ -2,7 +2,9 @@
 import { newestOnly, pointArray } from "../api.js";
 import { fixed } from "../format.js";
 
-const CODES = { tooNear: "too near to an obstacle", unknown: "unknown, closed", notANumber: "not a number", none: "no way" };
+const CODES = {
+  tooNear: "too near to an obstacle", unknown: "unknown, closed", notANumber: "not a number", none: "no way",
+};
 const UNKNOWN = [0.4, 0.6];
 
 function meaningOf(value, threshold) {

@@ -2,7 +2,9 @@
 import { button, h } from "../panel/element.js";
 import { segments } from "../panel/controls.js";
 import { planAsCommand, planInCpp, planInPython } from "./code_plan.js";
-import { locateAsCommand, locateInCpp, locateInPython, senseAsCommand, senseInCpp, senseInPython } from "./code_sense.js";
+import {
+  locateAsCommand, locateInCpp, locateInPython, senseAsCommand, senseInCpp, senseInPython,
+} from "./code_sense.js";
 
 const LANGUAGES = ["C++", "Python", "Command"];
 
