@@ -71,17 +71,24 @@ Brin::ScoredPose refinedByTryingAll(const Brin::PoseSearch& search,
   return best;
 }
 
-// A corner of two walls, and its sight from a place that is on no grid of half a metre.
+// A corner of two walls in cells of 0.02 m, and its sight from a place that is on no grid of half a
+// metre.
 struct CornerSeen {
-  Brin::OccupancyMap map = korrin_test::drawMap({"#...........", "#...........", "#...........",
-                                                 "#...........", "#...........", "############"});
-  Brin::PoseSearch search{map, 0.45f, 2.0f};
-  Brin::Pose2D place{3.31f, 2.83f, 0.13f};
+  static constexpr int kLength = 300, kHeight = 200;
+  static constexpr float kCell = 0.02f;
+
+  Brin::OccupancyMap map{Brin::OccupancyMapParams(kLength, kHeight, kCell), false};
+  Brin::Pose2D place;
   std::vector<Brin::Point2D> points;
 
-  CornerSeen() {
-    for (int y = 0; y < 6; ++y) addSeen({0.0f, static_cast<float>(y)});
-    for (int x = 1; x < 12; ++x) addSeen({static_cast<float>(x), 0.0f});
+  explicit CornerSeen(const Brin::Pose2D& from = {3.31f, 1.83f, 0.13f}) : place(from) {
+    map.reset(1.0f);
+    for (int y = 0; y < kHeight; ++y) addWall(0, y);
+    for (int x = 1; x < kLength; ++x) addWall(x, 0);
+  }
+  void addWall(int x, int y) {
+    map.setCell(x, y, 0.0f);
+    addSeen({kCell * static_cast<float>(x), kCell * static_cast<float>(y)});
   }
   void addSeen(const Brin::Point2D& hit) {
     const Brin::Pose2D seen = place.relProject({hit.x, hit.y, 0.0f});
@@ -90,16 +97,19 @@ struct CornerSeen {
 };
 
 TEST(Location, IsRefinedBetweenTheStepsAsTryingAllPosesWould) {
-  const CornerSeen corner;
-  const Brin::PoseGrid grid = Brin::PoseGrid::around(corner.map.params, 0.5f, 0.1f);
-  const Brin::ScoredPose rough = corner.search.best(corner.points, grid)[0];
-  const Brin::ScoredPose fine = korrin_tool::refined(corner.search, corner.points, grid, rough);
-  const Brin::ScoredPose tried =
-      refinedByTryingAll(corner.search, corner.points, 0.5f, 0.1f, rough);
-  EXPECT_EQ(fine.score, tried.score);
-  EXPECT_GT(fine.score, rough.score);
-  EXPECT_EQ(corner.search.score(corner.points, fine.pose), fine.score);
-  EXPECT_LT(std::abs(fine.pose.theta - corner.place.theta), 0.05f);
+  for (int k = 1; k <= 20; ++k) {
+    const auto part = static_cast<float>(k);
+    const CornerSeen corner({2.0f + 0.13f * part, 1.0f + 0.07f * part, 0.3f - 0.031f * part});
+    const Brin::PoseSearch search(corner.map, 0.45f, 1.0f);
+    const Brin::PoseGrid grid = Brin::PoseGrid::around(corner.map.params, 0.5f, 0.1f);
+    const Brin::ScoredPose rough = search.best(corner.points, grid)[0];
+    const Brin::ScoredPose fine = korrin_tool::refined(search, corner.points, grid, rough);
+    const Brin::ScoredPose tried = refinedByTryingAll(search, corner.points, 0.5f, 0.1f, rough);
+    EXPECT_EQ(fine.score, tried.score);
+    EXPECT_GT(fine.score, rough.score);
+    EXPECT_EQ(search.score(corner.points, fine.pose), fine.score);
+    EXPECT_NEAR(fine.pose.theta, corner.place.theta, 0.05f);  // half of the grid's step
+  }
 }
 
 TEST(Location, ThatNothingNearBeatsStaysWhereItIs) {
@@ -107,13 +117,17 @@ TEST(Location, ThatNothingNearBeatsStaysWhereItIs) {
   const Brin::PoseSearch search(map, 0.45f, 0.5f);
   const Brin::PoseGrid grid = Brin::PoseGrid::around(map.params, 1.0f, 1.0f);
   const Brin::ScoredPose rough{grid.pose(1, 0, 1), 0.0f};
-  EXPECT_EQ(korrin_tool::refined(search, {{1, 0}}, grid, rough).pose, rough.pose);
+  const Brin::Pose2D kept = korrin_tool::refined(search, {{1, 0}}, grid, rough).pose;
+  EXPECT_EQ(kept.x, rough.pose.x);
+  EXPECT_EQ(kept.y, rough.pose.y);
+  EXPECT_EQ(kept.theta, rough.pose.theta);
 }
 
 TEST(Location, HasNoTwoAnswersOfOnePlaceAfterRefiningLargeSteps) {
   const CornerSeen corner;
-  const Brin::PoseGrid grid = Brin::PoseGrid::around(corner.map.params, 2.0f, 0.8f);
-  const auto found = korrin_tool::locate(corner.search, corner.points, grid, 6, 0.5f);
+  const Brin::PoseGrid grid = Brin::PoseGrid::around(corner.map.params, 1.0f, 0.8f);
+  const Brin::PoseSearch search(corner.map, 0.45f, 1.0f);
+  const auto found = korrin_tool::locate(search, corner.points, grid, 6, 0.5f);
   ASSERT_GE(found.answers.size(), 2u);
   for (std::size_t i = 0; i < found.answers.size(); ++i) {
     for (std::size_t j = 0; j < i; ++j) {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "tools/serve/limits.hpp"
 #include "tools/serve/reply.hpp"
 #include "tools/serve/sessions.hpp"
 #include "tools/serve/world.hpp"
@@ -23,7 +24,7 @@ class Application {
   Reply reply(const HttpRequest& request);
 
   // Ends all sessions; no more begin.
-  void stopSessions() { sessions_.stopAll(); }
+  void stopSessions() { sessions_.stopAll(kClientTimeout); }
 
  private:
   Reply route(const HttpRequest& request);

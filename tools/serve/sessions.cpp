@@ -1,7 +1,9 @@
 #include "tools/serve/sessions.hpp"
 
 #include <algorithm>
+#include <thread>
 #include <utility>
+#include <vector>
 
 #include "tools/json_numbers.hpp"
 #include "tools/serve/limits.hpp"
@@ -12,6 +14,7 @@ namespace {
 
 constexpr std::chrono::milliseconds kStep{100};
 constexpr std::chrono::seconds kHeartbeat{1};
+constexpr std::chrono::milliseconds kLook{5};  // between looks at who has ended
 
 std::string textOf(const Event& event) {
   return "event: " + event.name + "\ndata: " + event.data.dump() + "\n\n";
@@ -56,6 +59,11 @@ bool Session::isOver() const {
   const std::lock_guard<std::mutex> lock(mutex_);
   if (isClaimed_) return isOver_;
   return !stopReason_.empty() || Clock::now() - opened_ > kUnopened;
+}
+
+bool Session::isWatched() const {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  return isClaimed_ && !isOver_;
 }
 
 // Waits until it is time for the next step; false when there is to be none.
@@ -157,10 +165,22 @@ std::shared_ptr<Session> Sessions::find(const std::string& id) {
   return found->second;
 }
 
-void Sessions::stopAll() {
-  const std::lock_guard<std::mutex> lock(mutex_);
-  isStopping_ = true;
-  for (const auto& [id, session] : sessions_) session->stop("shutdown", "the server ends");
+void Sessions::stopAll(std::chrono::milliseconds patience) {
+  std::vector<std::shared_ptr<Session>> ending;
+  {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    isStopping_ = true;
+    for (const auto& [id, session] : sessions_) {
+      session->stop("shutdown", "the server ends");
+      ending.push_back(session);
+    }
+  }
+  const auto isWatched = [](const auto& session) { return session->isWatched(); };
+  const auto end = std::chrono::steady_clock::now() + patience;
+  while (std::any_of(ending.begin(), ending.end(), isWatched) &&
+         std::chrono::steady_clock::now() < end) {
+    std::this_thread::sleep_for(kLook);
+  }
 }
 
 }  // namespace korrin_tool::serve

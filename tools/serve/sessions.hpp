@@ -42,6 +42,9 @@ class Session {
   // Whether nobody came for its events in time, or they have ended.
   bool isOver() const;
 
+  // Whether somebody has come for its events, and they have not ended.
+  bool isWatched() const;
+
  private:
   using Clock = std::chrono::steady_clock;
 
@@ -74,8 +77,9 @@ class Sessions {
   // A Refusal of status 404 when there is none of that id, or not any more.
   std::shared_ptr<Session> find(const std::string& id);
 
-  // Ends all, and lets no more begin.
-  void stopAll();
+  // Ends all, and lets no more begin. Returns once all that are watched have told of their end, or
+  // `patience` is over: a watcher may have gone before the first of it.
+  void stopAll(std::chrono::milliseconds patience);
 
   // Refuses, as open would, before work is done in vain.
   void checkRoom();

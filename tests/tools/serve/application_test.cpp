@@ -209,7 +209,7 @@ TEST_F(Answers, HaveTheSameNoiseForTheSameSeed) {
   EXPECT_NE(ranges("3"), ranges("4"));
 }
 
-TEST_F(Answers, LocateAsTheLibraryDoes) {
+TEST_F(Answers, LocateAsTheCommandDoes) {
   const std::string body =
       R"({"pose": [10.3, 13.6, 0.4], "noise": 0.02, "near": [10, 13.5, 0.5], "window": 1,
           "turn": 0.5, "count": 2, "heat": true})";
@@ -224,7 +224,8 @@ TEST_F(Answers, LocateAsTheLibraryDoes) {
   grid.centre = {10.0f, 13.5f, 0.5f};
   grid.reachX = grid.reachY = 1.0f;
   grid.turn = 0.5f;
-  const auto expected = Brin::PoseSearch(map_, 0.45f, 0.3f).best(points, grid, 2, 0.5f, 0.5f);
+  const Brin::PoseSearch search(map_, 0.45f, 0.3f);
+  const auto expected = korrin_tool::locate(search, points, grid, 2, 0.5f).answers;
   ASSERT_EQ(json["answers"].size(), expected.size());
   for (std::size_t i = 0; i < expected.size(); ++i) {
     EXPECT_TRUE(sameBits(number(json["answers"][i]["score"]), expected[i].score));

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <future>
 #include <thread>
 
 #include "support/bits.hpp"
@@ -119,8 +120,19 @@ TEST(Drive, TakesAnotherGoalOnItsWay) {
   EXPECT_NEAR(last.y, 5.0f, 0.05f);
 }
 
+// Whether there is an obstacle in a cell or within two cells of it: as far as the noise of a beam
+// may put its end.
+bool isAtAnObstacle(const Brin::OccupancyMap& map, int x, int y) {
+  for (int row = y - 2; row <= y + 2; ++row) {
+    for (int column = x - 2; column <= x + 2; ++column) {
+      if (map.getCell(column, row) == 0.0f) return true;
+    }
+  }
+  return false;
+}
+
 // What the robot knows in the end against what is there: each cell of the building that can be
-// seen from where it can go is known, and as good as none the wrong way.
+// seen from where it can go is known, and there are no obstacles where none are.
 TEST(Exploration, LearnsAllThatItCanReachFromItsScansAlone) {
   World world(demoSource());
   SessionRequest request = driveTo(0.0f, 0.0f);
@@ -141,12 +153,12 @@ TEST(Exploration, LearnsAllThatItCanReachFromItsScansAlone) {
         if (truth->map.getCell(x, y) != 1.0f) continue;
         ++freeCells;
         known += isUnseen(grid.getCell(x, y)) ? 0 : 1;
-        wrong += grid.getCell(x, y) < 0.4f ? 1 : 0;
+        wrong += grid.getCell(x, y) < 0.4f && !isAtAnObstacle(truth->map, x, y) ? 1 : 0;
       }
     }
   });
   EXPECT_GT(known, 0.97 * freeCells);
-  EXPECT_LT(wrong, 0.04 * freeCells);
+  EXPECT_EQ(wrong, 0);
 }
 
 TEST(Exploration, TellsWhatItKnowsStepByStep) {
@@ -227,8 +239,32 @@ TEST(Sessions, AreLimitedInNumberAndEndWithTheServer) {
   EXPECT_THROW(sessions.open(makeDrive(world, driveTo(18.0f, 1.6f)), 1.0f), Refusal);
   sessions.find("s3")->stop("stopped", "");
   sessions.checkRoom();
-  sessions.stopAll();
+  sessions.stopAll(std::chrono::seconds(100));  // nobody watches, so nobody is waited for
   EXPECT_THROW(sessions.checkRoom(), Refusal);
+}
+
+TEST(Sessions, EndWithAWordEvenWhereTheStreamHasYetToBegin) {
+  World world(demoSource());
+  Sessions sessions;
+  const auto session = sessions.find(sessions.open(makeDrive(world, driveTo(18.0f, 1.6f)), 1.0f));
+  session->claim();
+  auto stopping = std::async(std::launch::async, [&] { sessions.stopAll(std::chrono::hours(1)); });
+  EXPECT_EQ(stopping.wait_for(std::chrono::milliseconds(100)), std::future_status::timeout);
+  std::string stream;
+  session->stream([&stream](const std::string& bytes) {
+    stream += bytes;
+    return true;
+  });
+  stopping.wait();
+  EXPECT_EQ(stream.rfind("event: end", 0), 0u);
+  EXPECT_NE(stream.find("\"reason\":\"shutdown\""), std::string::npos);
+}
+
+TEST(Sessions, WhoseWatcherHasGoneAreNotWaitedForForEver) {
+  World world(demoSource());
+  Sessions sessions;
+  sessions.find(sessions.open(makeDrive(world, driveTo(18.0f, 1.6f)), 1.0f))->claim();
+  sessions.stopAll(std::chrono::milliseconds(50));
 }
 
 }  // namespace
