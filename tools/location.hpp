@@ -43,7 +43,7 @@ Brin::ScoredPose refined(const Brin::PoseSearch& search, const std::vector<Brin:
 
 // The best pose of `grid` and the best ones elsewhere, half a metre or half a radian away, each of
 // them refined, and then the best first: `count` in all, and at least one elsewhere to judge by.
-// Fewer where the grid has no more.
+// Fewer where the grid has no more, or where refining large steps brings them together.
 Location locate(const Brin::PoseSearch& search, const std::vector<Brin::Point2D>& points,
                 const Brin::PoseGrid& grid, int count, float minScore);
 
