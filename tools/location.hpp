@@ -34,9 +34,9 @@ constexpr float kAsGood = 0.98f;
 // How a location is to be taken, after the scores of its answers.
 Verdict verdictOf(const std::vector<Brin::ScoredPose>& answers, float minScore);
 
-// The best pose within a step of `rough`, a pose of `grid`, by three searches with half the steps of
-// the one before: what a grid's steps cost a pose of its score is as much as the right place may be
-// better than another one. It scores no less, and is `rough` itself where nothing scores more.
+// The best pose within a step of `rough`, a pose of `grid`, by three searches with half the steps
+// of the one before: what a grid's steps cost a pose of its score is as much as the right place may
+// be better than another one. It scores no less, and is `rough` itself where nothing scores more.
 // Time: at most 375 poses times points.
 Brin::ScoredPose refined(const Brin::PoseSearch& search, const std::vector<Brin::Point2D>& points,
                          const Brin::PoseGrid& grid, const Brin::ScoredPose& rough);

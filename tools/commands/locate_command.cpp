@@ -171,7 +171,8 @@ void addLocateCommand(CLI::App& app) {
   addOutputOptions(*command, options->output, "draw the scan at each answer, and the scores");
   command->footer(
       "The best pose of all is found, as trying each would, without trying each, and then refined "
-      "between the steps. The log's own pose is not used. The status is 0 with one clear answer; 1 when nothing scores enough, or "
+      "between the steps. The log's own pose is not used. The status is 0 with one clear answer; 1 "
+      "when nothing scores enough, or "
       "a pose half a metre or half a radian away scores within 2 % of the best. Example:\n"
       "  korrin locate office.yaml office.log.gz --scan 20 --png where.png");
   command->callback([options] { runLocate(*options); });
