@@ -17,20 +17,21 @@ export function keepPlanning({ store, board, api, overlays, fail }) {
     const plan = await api.plan(request);
     if (plan.revision > store.get().revision) board.refresh("map", plan.revision); // drawn on elsewhere
     store.set({ plan, revision: plan.revision });
-    await showSearched(plan.layer);
-    await showSamples(plan);
+    showSearched(plan.layer);
+    showSamples(plan);
     await overlays.keepAlive(store.get());
   }, fail);
 
-  async function showSearched(layer) {
+  // What is shown of a plan does not keep the next one waiting.
+  const showSearched = newestOnly(async (layer) => {
     if (layer) await board.show("searched", layer);
     if (!layer || !hasPlan(store.get())) board.hide("searched");
-  }
+  }, fail);
 
-  async function showSamples(plan) {
+  const showSamples = newestOnly(async (plan) => {
     const samples = plan.outcome === "found" ? await samplesAlong(plan.path, await overlays.grown()) : null;
     store.set({ samples });
-  }
+  }, fail);
 
   store.watch(["start", "goal", "planner", "revision", "searched", "mode"], (state) => {
     if (hasPlan(state)) ask();
