@@ -71,9 +71,9 @@ def sense(page, recording):
 
 def explore(page, recording):
     page.click("tab-drive")
-    page.run("app.runs.setSpeed(8)")
+    page.run("app.runs.setSpeed(12)")
     page.click("explore")
-    for step in range(4, 124, 4):
+    for step in range(6, 246, 6):
         page.wait(f"state.run && (state.run.isOver || state.run.steps >= {step})", "the robot explores")
         recording.take()
     page.run("await app.runs.stop()")

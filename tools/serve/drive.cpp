@@ -25,7 +25,7 @@ class Drive : public Simulation {
       times["move"] = moving.microseconds();
     }
     const Timer scanning;
-    const auto readings = robot_.scan(state->map);
+    const auto readings = robot_.scan(state->map, kBeamThreshold);
     times["scan"] = scanning.microseconds();
     Json json = robot_.stepJson(readings);
     json["microseconds"] = times;

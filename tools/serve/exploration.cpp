@@ -12,6 +12,8 @@ namespace korrin_tool::serve {
 namespace {
 
 constexpr int kMostTries = 20;     // places that are tried in one step
+// What the map does not know stops beams as a wall does: there is nothing to explore there.
+constexpr float kOpaqueBelow = 0.6f;
 constexpr int kGivenUpAround = 2;  // cells around one that stays unseen
 
 // Exploring looks at every cell of the grid, so that is what it plans on.
@@ -50,7 +52,7 @@ class Exploration : public Simulation {
     robot_.move(double{speed} * kStepSeconds);
     if (target_ && robot_.hasArrived()) robot_.lookAt(placeOf(target_->unseen));
     times.mark("move");
-    const auto readings = robot_.scan(world_.maps.current()->map);
+    const auto readings = robot_.scan(world_.maps.current()->map, kOpaqueBelow);
     times.mark("scan");
     const CellRectangle changed = grid_->add(readings, robot_.pose());
     times.mark("map");

@@ -45,11 +45,11 @@ void Robot::move(double distance) {
   }
 }
 
-std::vector<Brin::RangeReading> Robot::scan(const Brin::OccupancyMap& map) {
+std::vector<Brin::RangeReading> Robot::scan(const Brin::OccupancyMap& map, float threshold) {
   ++steps_;
   ++scan_.seed;
   scan_.pose = pose_;
-  return takeScan(map, scan_);
+  return takeScan(map, scan_, threshold);
 }
 
 Json Robot::stepJson(const std::vector<Brin::RangeReading>& readings) const {

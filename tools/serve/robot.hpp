@@ -29,8 +29,8 @@ class Robot {
 
   void lookAt(const Brin::Point2D& place);
 
-  // A scan from here; each has noise of its own.
-  std::vector<Brin::RangeReading> scan(const Brin::OccupancyMap& map);
+  // A scan from here; each has noise of its own. Cells below `threshold` stop beams.
+  std::vector<Brin::RangeReading> scan(const Brin::OccupancyMap& map, float threshold);
 
   // What every step tells: its number, the pose and the scan.
   Json stepJson(const std::vector<Brin::RangeReading>& readings) const;

@@ -72,12 +72,13 @@ const Brin::io::LoggedScan& World::scan(std::size_t number) const {
                          std::to_string(scans.size() - 1));
 }
 
-std::vector<Brin::RangeReading> takeScan(const Brin::OccupancyMap& map, const SimulatedScan& scan) {
+std::vector<Brin::RangeReading> takeScan(const Brin::OccupancyMap& map, const SimulatedScan& scan,
+                                         float threshold) {
   // The mapper only reads; it takes its map for writing because it can do both.
   const Brin::OccupancyMapper mapper(const_cast<Brin::OccupancyMap*>(&map));
   std::vector<Brin::RangeReading> readings;
   mapper.simulateScan(scan.pose, scan.sensor.fieldOfView, scan.sensor.minRange,
-                      scan.sensor.maxRange, scan.sensor.beams, readings, kBeamThreshold);
+                      scan.sensor.maxRange, scan.sensor.beams, readings, threshold);
   if (!(scan.noise > 0.0f)) return readings;
   std::mt19937 random(scan.seed);
   std::normal_distribution<float> noise(0.0f, scan.noise);

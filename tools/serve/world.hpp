@@ -91,6 +91,7 @@ std::unique_ptr<Brin::PathPlanner> makePlanner(const Brin::OccupancyMap& map,
 // Reads a scan in the map as the sensor would: cells below this stop a beam, so that what is
 // unknown does not.
 constexpr float kBeamThreshold = 0.4f;
-std::vector<Brin::RangeReading> takeScan(const Brin::OccupancyMap& map, const SimulatedScan& scan);
+std::vector<Brin::RangeReading> takeScan(const Brin::OccupancyMap& map, const SimulatedScan& scan,
+                                         float threshold = kBeamThreshold);
 
 }  // namespace korrin_tool::serve

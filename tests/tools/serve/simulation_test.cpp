@@ -120,12 +120,22 @@ TEST(Drive, TakesAnotherGoalOnItsWay) {
   EXPECT_NEAR(last.y, 5.0f, 0.05f);
 }
 
-// Whether there is an obstacle in a cell or within two cells of it: as far as the noise of a beam
-// may put its end.
+// Whether beams stop in a cell or within two cells of it, at an obstacle or where the map knows
+// nothing: as far as the noise of a beam may put its end.
 bool isAtAnObstacle(const Brin::OccupancyMap& map, int x, int y) {
   for (int row = y - 2; row <= y + 2; ++row) {
     for (int column = x - 2; column <= x + 2; ++column) {
-      if (map.getCell(column, row) == 0.0f) return true;
+      if (map.getCell(column, row) < 0.6f) return true;
+    }
+  }
+  return false;
+}
+
+// Whether a cell of the map that a beam can go through is within three cells.
+bool hasFreeAround(const Brin::OccupancyMap& map, int x, int y) {
+  for (int row = y - 3; row <= y + 3; ++row) {
+    for (int column = x - 3; column <= x + 3; ++column) {
+      if (map.getCell(column, row) >= 0.6f) return true;
     }
   }
   return false;
@@ -145,20 +155,23 @@ TEST(Exploration, LearnsAllThatItCanReachFromItsScansAlone) {
   EXPECT_EQ(events[events.size() - 2].name, "step");
   EXPECT_GT(countOf(events, "plan"), 20);
   const auto truth = world.maps.current();
-  int freeCells = 0, known = 0, wrong = 0;
+  int freeCells = 0, known = 0, wrong = 0, outside = 0;
   robot->grid()->read([&](const Brin::OccupancyMap& grid, std::int64_t revision) {
     EXPECT_GT(revision, 100);
     for (int y = 0; y < grid.params.height; ++y) {
       for (int x = 0; x < grid.params.width; ++x) {
+        const bool isKnown = !isUnseen(grid.getCell(x, y));
+        outside += isKnown && !hasFreeAround(truth->map, x, y) ? 1 : 0;
         if (truth->map.getCell(x, y) != 1.0f) continue;
         ++freeCells;
-        known += isUnseen(grid.getCell(x, y)) ? 0 : 1;
+        known += isKnown ? 1 : 0;
         wrong += grid.getCell(x, y) < 0.4f && !isAtAnObstacle(truth->map, x, y) ? 1 : 0;
       }
     }
   });
   EXPECT_GT(known, 0.97 * freeCells);
   EXPECT_EQ(wrong, 0);
+  EXPECT_EQ(outside, 0) << "beams stop where the map knows nothing";
 }
 
 TEST(Exploration, TellsWhatItKnowsStepByStep) {

@@ -113,7 +113,7 @@ function describeMap({ map, grid }) {
 
 /** On a wide screen the choice of layers is always there; elsewhere it is opened and closed. */
 function openLayersWhereWide(layers) {
-  const wide = matchMedia("(min-width: 1000px)");
+  const wide = matchMedia("(min-width: 1220px)");
   const follow = () => (layers.open = wide.matches);
   wide.addEventListener("change", follow);
   follow();
