@@ -1,4 +1,5 @@
-"""Records the page as a moving picture of less than a megabyte: see scripts/record-page."""
+"""Records the page as a moving picture of less than a megabyte, and as single ones: see
+scripts/record-page."""
 
 import io
 import math
@@ -17,6 +18,7 @@ FRAME = 120               # milliseconds
 LAST_FRAME = 1500
 MOST_BYTES = 1_000_000
 QUALITIES = (70, 55, 40, 25)
+STILL_QUALITY = 80
 
 # Where the goal goes, metres.
 TOUR = [(18, 1.6), (21.5, 4.5), (20, 8), (14, 8), (9, 8), (4, 12), (4, 10.5)]
@@ -24,21 +26,28 @@ STEPS_A_LEG = 5
 
 
 class Recording:
-    def __init__(self, page):
+    def __init__(self, page, file):
         self.page = page
+        self.file = pathlib.Path(file)
         self.frames = []
 
     def take(self):
         picture = Image.open(io.BytesIO(self.page.driver.get_screenshot_as_png())).convert("RGB")
         self.frames.append(picture.resize(SHOWN, Image.LANCZOS))
 
-    def save(self, file):
+    def still(self, name):
+        """The page as it is now, beside the recording."""
+        picture = Image.open(io.BytesIO(self.page.driver.get_screenshot_as_png())).convert("RGB")
+        picture.save(self.file.with_name(f"{self.file.stem}-{name}.webp"), quality=STILL_QUALITY, method=6)
+
+    def save(self):
         """As good as fits."""
+        file = self.file
         durations = [FRAME] * (len(self.frames) - 1) + [LAST_FRAME]
         for quality in QUALITIES:
             self.frames[0].save(file, save_all=True, append_images=self.frames[1:], duration=durations,
                                 loop=0, quality=quality, method=4)
-            if pathlib.Path(file).stat().st_size < MOST_BYTES:
+            if file.stat().st_size < MOST_BYTES:
                 return
         raise SystemExit(f"record-page: {file} has more than {MOST_BYTES} bytes")
 
@@ -58,6 +67,7 @@ def drag_goal(page, recording):
         page.settle()
         recording.take()
     page.mouse("mouseReleased", *page.pixel(*TOUR[-1]), buttons=0)
+    recording.still("plan")
 
 
 def sense(page, recording):
@@ -67,6 +77,17 @@ def sense(page, recording):
                  0.5 * math.sin(i / 2))
         page.settle()
         recording.take()
+    recording.still("sense")
+
+
+def locate(page, recording):
+    page.click("tab-locate")
+    page.run("app.store.set({ robot: { x: 16, y: 8, theta: 1.2 } })")
+    page.settle()
+    page.click("where-am-i")
+    page.wait("state.located", "the robot is located")
+    page.run("await new Promise((go) => setTimeout(go, 700))")
+    recording.still("locate")
 
 
 def explore(page, recording):
@@ -76,7 +97,14 @@ def explore(page, recording):
     for step in range(6, 246, 6):
         page.wait(f"state.run && (state.run.isOver || state.run.steps >= {step})", "the robot explores")
         recording.take()
+    recording.still("explore")
     page.run("await app.runs.stop()")
+
+
+def show_phone(page, recording):
+    page.open(f"start=1.2,8&goal={TOUR[0][0]},{TOUR[0][1]}", 390, 844, is_phone=True)
+    page.wait_for_plan()
+    recording.still("phone")
 
 
 def main(file):
@@ -87,11 +115,13 @@ def main(file):
             page = chromium.Page(driver, server.address)
             page.open(f"start=1.2,8&goal={TOUR[0][0]},{TOUR[0][1]}", *SIZE)
             page.wait_for_plan()
-            recording = Recording(page)
+            recording = Recording(page, file)
             drag_goal(page, recording)
             sense(page, recording)
             explore(page, recording)
-            recording.save(file)
+            recording.save()
+            locate(page, recording)
+            show_phone(page, recording)
         finally:
             driver.quit()
             server.stop()
