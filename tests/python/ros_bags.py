@@ -107,9 +107,10 @@ def text_of_log(log):
     lines = [f"PARAM laser_no_return {log.no_return!r}"]
     for logged in log.scans:
         ranges = logged.scan.readings["range"].tolist()
-        pose, robot = (" ".join(str(np.float32(each)) for each in pose) for pose in (logged.pose, logged.robot))
+        poses = " ".join(str(np.float32(each)) for pose in (logged.pose, logged.robot) for each in pose)
+        shown = " ".join(map(repr, ranges))
         lines.append(
-            f"ROBOTLASER1 0 {first} 3.14 {step} {log.no_return!r} 0 0 {len(ranges)} {' '.join(map(repr, ranges))} "
-            f"0 {pose} {robot} 0 0 0 0 0 {logged.time!r} host {logged.time!r}"
+            f"ROBOTLASER1 0 {first} 3.14 {step} {log.no_return!r} 0 0 {len(ranges)} {shown} 0 {poses} "
+            f"0 0 0 0 0 {logged.time!r} host {logged.time!r}"
         )
     return "\n".join(lines) + "\n"

@@ -32,7 +32,8 @@ def a_pose(quaternion=(0.0, 0.0, 0.0, 1.0), position=(1.0, 2.0, 3.0)):
 
 def headings(random):
     """Headings at the ends of the turn and within."""
-    return np.float32([K_PI, np.nextafter(-K_PI, np.float32(0)), 0, -0.0, 1e-38, *random.uniform(-3.14, 3.14, 300)])
+    ends = [K_PI, np.nextafter(-K_PI, np.float32(0)), 0, -0.0, 1e-38]
+    return np.float32([*ends, *random.uniform(-3.14, 3.14, 300)])
 
 
 def test_poses_come_back_as_the_same_floats(make):
@@ -99,7 +100,7 @@ def test_random_turns_equal_the_model():
             assert abs(math.remainder(off, 2 * math.pi)) < 4e-7 + tilt * tilt
             level += 1
             continue
-        with pytest.raises(ValueError, match="orientation: wanted a turn about the vertical, found one ") as fault:
+        with pytest.raises(ValueError, match="orientation: wanted a turn about the vertical") as fault:
             korrin.ros.from_pose(a_pose(turn))
         is_down = "upside down" in str(fault.value)
         assert is_down == (matrix[2, 2] < 0)
@@ -152,7 +153,8 @@ def test_what_has_no_pose_is_told_as_such():
 @pytest.mark.parametrize("stamp", HUGE)
 def test_odometry(stamp):
     for make in (ros_messages.ros2(), None):
-        header = korrin.ros.to_pose_stamped((0, 0), make.PoseStamped if make else None, frame_id="odom", stamp=stamp)
+        stamped = make.PoseStamped if make else None
+        header = korrin.ros.to_pose_stamped((0, 0), stamped, frame_id="odom", stamp=stamp)
         message = make.Odometry() if make else SimpleNamespace(pose=SimpleNamespace())
         message.header, message.child_frame_id = header.header, "base_link"
         message.pose.pose = korrin.ros.to_pose((1, 2, 0.5), make.Pose if make else None)
@@ -207,9 +209,11 @@ def random_path(random, size):
 @pytest.mark.parametrize("size", [0, 1, 200])
 def test_paths_come_back_as_the_same_floats(make, size):
     path = random_path(np.random.default_rng(size), size)
-    message = korrin.ros.to_path(path, make.Path, make.PoseStamped, frame_id="odom", stamp=7 * 10**9 + 5)
+    stamp = 7 * 10**9 + 5
+    message = korrin.ros.to_path(path, make.Path, make.PoseStamped, frame_id="odom", stamp=stamp)
     headers = [message.header, *(pose.header for pose in message.poses)]
-    assert {(header.frame_id, korrin.ros.nanoseconds(header.stamp)) for header in headers} == {("odom", 7 * 10**9 + 5)}
+    told = {(header.frame_id, korrin.ros.nanoseconds(header.stamp)) for header in headers}
+    assert told == {("odom", stamp)}
     array = korrin.ros.to_pose_array(path, make.PoseArray, make.Pose, frame_id="odom", stamp=9)
     assert (array.header.frame_id, korrin.ros.nanoseconds(array.header.stamp)) == ("odom", 9)
     for read in (korrin.ros.from_path(message), korrin.ros.from_path(array)):

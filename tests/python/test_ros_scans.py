@@ -81,7 +81,8 @@ def test_random_scans_equal_the_model(wire, misses_clear, upside_down):
 def random_scan(random):
     least, most = sorted(np.float32(random.uniform(0, 20, 2)).tolist())
     edges = np.float32([least, most, NAN, INF, -INF, 0, -1, 1e30, 3e38])
-    edges = np.concatenate([edges, np.nextafter(edges[:2], np.float32(0)), np.nextafter(edges[:2], np.float32(99))])
+    beside = [np.nextafter(edges[:2], np.float32(end)) for end in (0, 99)]
+    edges = np.concatenate([edges, *beside])
     ranges = np.where(random.random(60) < 0.5, random.uniform(0, 25, 60), random.choice(edges, 60))
     size = int(random.choice([0, 1, 2, 60]))
     angles = np.float32([random.uniform(-7, 7), random.normal(0, 0.1)]).tolist()
