@@ -14,7 +14,6 @@ import korrin
 from ._ros_bag_file import LASER_SCAN, ODOMETRY, BagFile
 from ._ros_scans import from_scan, mirrored
 from ._ros_transforms import (
-    IDENTITY,
     NoTransform,
     Rigid,
     Track,
@@ -164,8 +163,6 @@ class _Where:
     def _on_base(self, taken: _Taken) -> Rigid | None:
         if self._mounting is not None:
             return self._mounting
-        if taken.frame == plain_name(self._base):
-            return IDENTITY
         return self._recording.transforms.between(self._base, taken.frame, taken.stamp)
 
 

@@ -42,13 +42,21 @@ class Writer:
     def _write(self, topic, message):
         self._messages.append((topic, message))
 
-    def odometry(self, stamp, pose, quaternion=None):
+    def unindexed(self):
+        """The bytes of the bag as a recorder leaves them that was ended before its time."""
+        with rosbag.Bag(str(self._path), "w", chunk_threshold=0) as bag:
+            for i, (topic, message) in enumerate(self._messages, start=1):
+                bag.write(topic, message, rospy.Time(i))
+            bag.flush()
+            return self._path.read_bytes()
+
+    def odometry(self, stamp, pose, quaternion=None, base="base_link"):
         message = nav.Odometry()
         x, y, theta = pose
         position, orientation = message.pose.pose.position, message.pose.pose.orientation
         position.x, position.y = float(x), float(y)
         fill(orientation, turn(z=theta) if quaternion is None else quaternion)
-        message.header.frame_id, message.child_frame_id = "odom", "base_link"
+        message.header.frame_id, message.child_frame_id = "odom", base
         set_stamp(message, stamp)
         self._write("/odom", message)
 

@@ -85,6 +85,21 @@ def test_odometry_may_come_in_any_order_and_twice(bag):
     assert [logged.robot.x for logged in read(bag, laser_pose=(0, 0, 0)).scans] == [1, 2.5]
 
 
+def test_misses_clear_their_way_when_asked_to(bag):
+    bag.odometry(0, (0, 0, 0))
+    bag.scan(0, [4, 30, math.inf, math.nan])
+    [logged] = read(bag, laser_pose=(0, 0, 0), misses_clear=True).scans
+    assert logged.scan.readings["weight"].tolist() == [1, 1, 1, 0]
+
+
+def test_the_range_of_no_return_is_told(bag):
+    bag.odometry(0, (0, 0, 0))
+    bag.scan(0, [4], range_max=50)
+    assert read(bag, laser_pose=(0, 0, 0)).no_return == 0
+    bag.scan(0, [math.inf], range_max=math.inf)
+    assert read(bag, laser_pose=(0, 0, 0)).no_return == 50
+
+
 def test_readings_beyond_the_maximum_met_nothing(bag):
     bag.odometry(0, (0, 0, 0))
     bag.scan(0, [4, 5, 6, 30, math.nan])
@@ -160,6 +175,15 @@ def test_files_that_are_no_bags(tmp_path):
         file.write_bytes(text)
         with pytest.raises(ValueError, match="text.bag: "):
             korrin.ros.read_bag(file)
+
+
+def test_a_bag_without_index_is_told(bag, tmp_path):
+    for stamp in range(3):
+        bag.odometry(stamp, (0, 0, 0))
+    file = tmp_path / "early.bag"
+    file.write_bytes(bag.unindexed())
+    with pytest.raises(ValueError, match="early.bag: the bag has no index; `rosbag reindex` makes one"):
+        korrin.ros.read_bag(file)
 
 
 def test_damaged_bags_raise_no_other_error(bag, tmp_path):

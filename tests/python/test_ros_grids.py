@@ -215,6 +215,13 @@ def test_faults_are_named(path, value, told):
     assert str(fault.value).startswith(told)
 
 
+def test_two_sides_below_zero_are_none():
+    message = with_field("info.width", -3)
+    message.info.height = -2
+    with pytest.raises(ValueError, match="data: wanted -3 x -2 cells, found 6"):
+        korrin.ros.from_grid(message)
+
+
 @pytest.mark.parametrize("field, told", [("x", "origin.x"), ("y", "origin.y"), ("theta", "origin.theta")])
 def test_places_that_are_none_are_not_sent(field, told):
     map = korrin.OccupancyMap(2, 2, 0.1)

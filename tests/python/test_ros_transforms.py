@@ -39,6 +39,34 @@ def test_a_transform_that_is_sent_again_and_again_is_taken(bag):
     assert np.isclose(read(bag).scans[0].pose.x, 1.3)
 
 
+@pytest.mark.parametrize("static_first", [False, True])
+def test_what_is_static_counts_before_what_moves(bag, static_first):
+    for is_static in (static_first, not static_first):
+        if is_static:
+            bag.static("base_link", "laser", (0.3, 0, 0), bags.turn())
+        else:
+            bag.moving(0, "base_link", "laser", (7, 0, 0), bags.turn())
+            bag.moving(9, "base_link", "laser", (9, 0, 0), bags.turn())
+    bag.odometry(0, (1, 2, 0))
+    bag.scan(0, [1])
+    assert np.isclose(read(bag).scans[0].pose.x, 1.3)
+
+
+def test_the_base_is_the_one_that_odometry_names(bag):
+    bag.static("foot", "laser", (0.3, 0, 0), bags.turn())
+    bag.static("base_link", "foot", (5, 0, 0), bags.turn())
+    bag.odometry(0, (1, 2, 0), base="/foot")
+    bag.scan(0, [1])
+    assert np.isclose(read(bag).scans[0].pose.x, 1.3)
+    assert np.isclose(read(bag, base_frame="base_link").scans[0].pose.x, 6.3)
+
+
+def test_a_scan_in_the_frame_of_the_base_needs_no_transform(bag):
+    bag.odometry(0, (1, 2, 0))
+    bag.scan(0, [1], frame="/base_link")
+    assert read(bag).scans[0].pose == korrin.Pose2D(1, 2, 0)
+
+
 def test_a_laser_that_hangs_upside_down_is_noticed(bag):
     bag.static("base_link", "laser", (0.3, 0, 0), bags.turn(z=0.5, x=math.pi))
     bag.odometry(0, (1, 2, 0.25))
