@@ -47,8 +47,8 @@ def test_what_is_static_counts_before_what_moves(bag, static_first):
         else:
             bag.moving(0, "base_link", "laser", (7, 0, 0), bags.turn())
             bag.moving(9, "base_link", "laser", (9, 0, 0), bags.turn())
-    bag.odometry(0, (1, 2, 0))
-    bag.scan(0, [1])
+    bag.odometry(5, (1, 2, 0))
+    bag.scan(5, [1])
     assert np.isclose(read(bag).scans[0].pose.x, 1.3)
 
 
