@@ -84,7 +84,7 @@ def to_grid(
     >>> korrin.ros.to_grid(map).data
     array('b', [0, 25, -1, 100, 50, -1])
     """
-    made = (message or plain.grid)()
+    made = plain.made(message, plain.grid)
     fill_header(made.header, frame_id, stamp)
     info = made.info
     fill_stamp(info.map_load_time, stamp)

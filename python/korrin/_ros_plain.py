@@ -2,7 +2,16 @@
 
 from __future__ import annotations
 
+from collections.abc import Callable
 from types import SimpleNamespace
+from typing import Any
+
+
+def made(message: Callable[[], Any] | None, plain: Callable[[], Any]) -> Any:
+    """A new message of a class, or a plain one without a class."""
+    if message is not None and not callable(message):
+        raise TypeError(f"message: wanted a class, found one {type(message).__name__}")
+    return (message or plain)()
 
 
 def time() -> SimpleNamespace:

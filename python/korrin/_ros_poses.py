@@ -113,7 +113,7 @@ def to_pose(pose: korrin.PoseLike, message: Callable[[], Any] | None = None) -> 
     >>> korrin.ros.to_pose((1, 2)).orientation.w
     1.0
     """
-    made = (message or plain.pose)()
+    made = plain.made(message, plain.pose)
     fill_pose(made, _planar_like(pose, "pose"))
     return made
 
@@ -132,7 +132,7 @@ def to_pose_stamped(
     >>> korrin.ros.to_pose_stamped((1, 2), frame_id="odom", stamp=1_500_000_000).header.stamp
     namespace(sec=1, nanosec=500000000)
     """
-    made = (message or plain.pose_stamped)()
+    made = plain.made(message, plain.pose_stamped)
     fill_header(made.header, frame_id, stamp)
     fill_pose(made.pose, _planar_like(pose, "pose"))
     return made
@@ -197,7 +197,7 @@ def _prepared(
     if rows.ndim != 2 or rows.shape[1] != 3:
         raise ValueError(f"path: wanted N x 3 numbers, found an array of shape {rows.shape}")
     checked = [_checked(row, f"path[{i}]") for i, row in enumerate(rows)]
-    return (message or plain_message)(), checked, pose or plain_pose
+    return plain.made(message, plain_message), checked, pose or plain_pose
 
 
 def _planar_like(pose: korrin.PoseLike, name: str) -> Planar:

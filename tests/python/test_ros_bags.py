@@ -1,6 +1,7 @@
 """Bags of ROS 1 as laser logs: written here with rosbag, and read."""
 
 import math
+import os
 
 import numpy as np
 import pytest
@@ -215,6 +216,11 @@ def test_a_recorded_log_gives_the_same_grid(tmp_path):
     if not INTEL.exists():
         pytest.skip(f"no logs in {DATA}")
     compare_with_log(tmp_path, 250)
+
+
+@pytest.mark.skipif("KORRIN_WHOLE_LOGS" not in os.environ, reason="takes minutes; scripts/check-logs asks")
+def test_a_whole_log_gives_the_same_grid(tmp_path):
+    compare_with_log(tmp_path, 910)
 
 
 def compare_with_log(directory, count):

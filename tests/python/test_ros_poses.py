@@ -256,6 +256,11 @@ def test_a_pose_that_is_none_is_not_sent():
         korrin.ros.to_pose((1, 2, math.inf))
 
 
+def test_a_message_is_no_class():
+    with pytest.raises(TypeError, match="message: wanted a class, found one SimpleNamespace"):
+        korrin.ros.to_pose((1, 2), SimpleNamespace())
+
+
 def test_both_classes_or_neither():
     for make in (korrin.ros.to_path, korrin.ros.to_pose_array):
         with pytest.raises(ValueError, match="message, pose: wanted both classes or neither"):

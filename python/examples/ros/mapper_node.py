@@ -3,8 +3,9 @@
 
     python3 mapper_node.py _laser_pose:='[0.2, 0, 0]' _resolution:=0.05 _period:=5
 
-Poses are corrected scan by scan, and loops closed; the map is made anew every `period` seconds, in
-odometry's first frame, which is called `map`. It keeps every scan: good for an hour, not for a month.
+Poses are corrected scan by scan, and loops closed; the map is made anew every `period` seconds. Its frame,
+`map`, is that of the odometry as it was at the first scan. It keeps every scan: good for an hour, not for
+a month.
 """
 
 import threading
