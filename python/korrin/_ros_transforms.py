@@ -89,13 +89,19 @@ class Track:
     def __init__(self) -> None:
         self._told: dict[int, Rigid] = {}
         self._stamps: list[int] = []
+        self._latest: Rigid | None = None
+        self._varies = False
 
     def add(self, stamp: int, motion: Rigid) -> None:
         """Of two for one stamp the later call counts."""
-        self._told[stamp] = motion
+        self._varies = self._varies or self._latest not in (None, motion)
+        self._told[stamp] = self._latest = motion
 
     def at(self, stamp: int) -> Rigid | None:
-        """None before the first stamp and after the last, unless all that was told is the same."""
+        """None before the first stamp and after the last, unless all that was told is the same.
+
+        Logarithmic in the stamps; the first call after an addition sorts them.
+        """
         if stamp in self._told:
             return self._told[stamp]
         if len(self._stamps) != len(self._told):
@@ -104,18 +110,14 @@ class Track:
         if 0 < after < len(self._stamps):
             first, last = self._stamps[after - 1], self._stamps[after]
             return between(self._told[first], self._told[last], (stamp - first) / (last - first))
-        return self._only()
-
-    def _only(self) -> Rigid | None:
-        kinds = set(self._told.values())
-        return kinds.pop() if len(kinds) == 1 else None
+        return None if self._varies else self._latest
 
 
 class Still(Track):
     """A frame that never moves; what was told last counts."""
 
     def add(self, stamp: int, motion: Rigid) -> None:
-        self._told = {0: motion}
+        self._latest = motion
 
 
 class NoTransform(LookupError):
