@@ -14,6 +14,7 @@ import sys
 import korrin
 import korrin.mapping
 import korrin.plot
+import korrin.ros
 
 import reference
 
@@ -132,11 +133,11 @@ def entry(name, main):
     return lines + ["```", ""]
 
 
-def mapping_entry(name):
-    """A name of korrin.mapping; of its classes the calls, as the docstring tells of the fields."""
-    thing = getattr(korrin.mapping, name)
-    full = f"korrin.mapping.{name}"
-    lines = [f"## mapping.{name}", "", "```{eval-rst}"]
+def module_entry(module, name):
+    """A name of korrin.mapping or korrin.ros; of classes the calls, as the docstring tells of the fields."""
+    thing = getattr(module, name)
+    full = f"{module.__name__}.{name}"
+    lines = [f"## {full.removeprefix('korrin.')}", "", "```{eval-rst}"]
     if not inspect.isclass(thing):
         return lines + [f".. autofunction:: {full}", "```", ""]
     lines += [f".. autoclass:: {full}", ""]
@@ -183,8 +184,13 @@ def main(xml_directory, out):
              "[pose_graph](../cpp/pose_graph.md), [grid_builder](../cpp/grid_builder.md) and "
              "[track_file](../cpp/track_file.md), holds here.", ""]
     for name in korrin.mapping.__all__:
-        lines += mapping_entry(name)
+        lines += module_entry(korrin.mapping, name)
     write_page(directory / "mapping.md", "korrin.mapping: from a log to a map", lines)
+    lines = ["Messages of ROS, and bags: `import korrin.ros`. How they are used, and nodes: "
+             "[With ROS](../../tasks/ros.md).", ""]
+    for name in korrin.ros.__all__:
+        lines += module_entry(korrin.ros, name)
+    write_page(directory / "ros.md", "korrin.ros: messages of ROS, and bags", lines)
     lines = ["Pictures with matplotlib: `import korrin.plot`. Every function draws on `axes`, or on the "
              "current ones, and returns them.", ""]
     for name in korrin.plot.__all__:

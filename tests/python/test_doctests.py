@@ -9,6 +9,7 @@ import pytest
 import korrin
 import korrin.mapping
 import korrin.plot
+import korrin.ros
 
 
 def public_objects():
@@ -21,6 +22,9 @@ def public_objects():
     yield "mapping", korrin.mapping.__doc__
     for name in korrin.mapping.__all__:
         yield from documented(f"mapping.{name}", getattr(korrin.mapping, name))
+    yield "ros", korrin.ros.__doc__
+    for name in korrin.ros.__all__:
+        yield from documented(f"ros.{name}", getattr(korrin.ros, name))
     for name in korrin.plot.__all__:
         yield f"plot.{name}", getattr(korrin.plot, name).__doc__
 

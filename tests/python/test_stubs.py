@@ -11,7 +11,9 @@ from stubs import stub_text
 import korrin
 
 PACKAGE = PROJECT / "python" / "korrin"
-TYPED = ("plot", "mapping", "_pose_graphs", "_scan_aligner")  # have their types in themselves
+# What has its types in itself.
+TYPED = ("plot", "mapping", "_pose_graphs", "_scan_aligner", "ros")
+TYPED += tuple(sorted(path.stem for path in PACKAGE.glob("_ros_*.py")))
 
 
 def test_the_stub_is_up_to_date():

@@ -2,10 +2,13 @@
 
 import copy
 import pickle
+from dataclasses import dataclass, field
+from types import SimpleNamespace
 
 import numpy as np
 
 import korrin
+import korrin.ros
 
 # Poses and cells with a heading or without.
 map = korrin.OccupancyMap(40, 20, 0.25)
@@ -72,3 +75,29 @@ search = korrin.PoseSearch(map, 0.45, max_dist=0.5)
 answers = search.best([(1, 0), (0, 1)], grid, count=2, apart=0.5)
 best_score: float = answers[0].score
 everywhere = korrin.PoseGrid.around(map.params, 0.25, turn_step=0.5)
+
+# Messages: plain objects, and classes with the fields of those of ROS.
+message = korrin.ros.to_grid(map, frame_id="odom", stamp=5)
+heard: korrin.OccupancyMap = korrin.ros.from_grid(message)
+korrin.ros.to_grid(map, SimpleNamespace if message is None else None, stamp=message.header.stamp)
+path = korrin.ros.to_path([(1, 2, 0)], frame_id="odom")
+nowhere: korrin.Pose2D = korrin.ros.from_pose(path.poses[0])
+
+
+@dataclass
+class LaserScan:
+    angle_min: float = -1.5
+    angle_increment: float = 0.5
+    range_min: float = 0.1
+    range_max: float = 30
+    ranges: list[float] = field(default_factory=lambda: [1.0, 2.0])
+
+
+@dataclass
+class Time:
+    sec: int = 1
+    nanosec: int = 5
+
+
+seen: korrin.Scan = korrin.ros.from_scan(LaserScan(), misses_clear=True)
+whole: int = korrin.ros.nanoseconds(Time()) + korrin.ros.nanoseconds(5)

@@ -77,8 +77,8 @@ std::vector<Brin::io::LoggedScan> scansOfRange(const Brin::io::LaserLog& log,
 }
 
 void describeLog(const LogOptions& options, const Brin::io::LaserLog& log, CommandOutput& output) {
-  std::string text =
-      options.path + ", " + formatCount(static_cast<std::int64_t>(log.scans.size())) + " scans";
+  const auto scans = static_cast<std::int64_t>(log.scans.size());
+  std::string text = options.path + ", " + formatCount(scans) + (scans == 1 ? " scan" : " scans");
   if (log.noReturn > 0.0f) {
     text += ", \"no return\" is " + formatShort(log.noReturn) + " m";
   }
