@@ -282,8 +282,9 @@ def write_indexes(out):
             stem = pathlib.PurePath(header).stem
             lines.append(f"| [{rows[header][0]}]({directory}/{stem}.md) | {rows[header][2].rstrip('.:')} |")
         if directory == "python":
-            stems += ["mapping", "plot"]
+            stems += ["mapping", "fleet", "plot"]
             lines.append("| [korrin.mapping](python/mapping.md) | From raw logs to maps |")
+            lines.append("| [korrin.fleet](python/fleet.md) | Many requests at once |")
             lines.append("| [korrin.plot](python/plot.md) | Pictures with matplotlib |")
         lines += ["", "```{toctree}", ":hidden:", "", *(f"{directory}/{stem}" for stem in stems), "```", ""]
         (out / f"{directory}.md").write_text("\n".join(lines), encoding="utf-8")

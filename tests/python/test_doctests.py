@@ -7,6 +7,7 @@ import numpy as np
 import pytest
 
 import korrin
+import korrin.fleet
 import korrin.mapping
 import korrin.plot
 
@@ -21,6 +22,9 @@ def public_objects():
     yield "mapping", korrin.mapping.__doc__
     for name in korrin.mapping.__all__:
         yield from documented(f"mapping.{name}", getattr(korrin.mapping, name))
+    yield "fleet", korrin.fleet.__doc__
+    for name in korrin.fleet.__all__:
+        yield from documented(f"fleet.{name}", getattr(korrin.fleet, name))
     for name in korrin.plot.__all__:
         yield f"plot.{name}", getattr(korrin.plot, name).__doc__
 

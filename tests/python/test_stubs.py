@@ -11,7 +11,8 @@ from stubs import stub_text
 import korrin
 
 PACKAGE = PROJECT / "python" / "korrin"
-TYPED = ("plot", "mapping", "_pose_graphs", "_scan_aligner")  # have their types in themselves
+FLEET = ("fleet", *(f"_fleet_{part}" for part in ("batches", "cluster", "run", "tasks", "worker")))
+TYPED = ("plot", "mapping", "_pose_graphs", "_scan_aligner", *FLEET)  # have their types in themselves
 
 
 def test_the_stub_is_up_to_date():
