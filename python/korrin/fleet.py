@@ -80,7 +80,7 @@ def plan_all(
     >>> requests = [((1, 1), (5, 1)), ((1, 1), (9, 9)), ((1, 1), "there")]
     >>> for result in korrin.fleet.plan_all(None, korrin.PathPlanner(map), requests):
     ...     print(result)
-    Found: 3.9999983 m in 41 poses and 2 waypoints, cost 3.9999983, 41 iterations
+    Found: 4 m in 41 poses and 2 waypoints, cost 3.9999983, 41 iterations
     GoalBlocked, OffTheMap: cell (90, 90) lies outside the map; the nearest free pose is (5.9, 3.9, 0)
     request 2 failed: TypeError: goal: wanted 2 or 3 numbers, found 'there'
     """

@@ -3,11 +3,19 @@
 import subprocess
 import sys
 import textwrap
-import threading
 import time
 
 import pytest
-from fleet_examples import drawn_floor, exit_at_three, exit_once, free_pairs, inverse, planned, process
+from fleet_examples import (
+    Marks,
+    drawn_floor,
+    exit_at_three,
+    exit_once,
+    free_pairs,
+    inverse,
+    planned,
+    process,
+)
 from fleet_processes import own_environment, processes
 
 import korrin
@@ -113,20 +121,23 @@ def test_a_client_that_does_not_fit_is_named(running):
         fleet.sweep(running.address, inverse, [1])
 
 
-def test_a_worker_that_joins_later_works_along(running):
+class Enough(Exception):
+    pass
+
+
+def test_a_worker_that_joins_later_works_along(running, tmp_path):
     running.kill(running.workers.pop())
+
+    def stop_when_both_work(_):
+        if len(list(tmp_path.iterdir())) == 2:
+            raise Enough
+
     with running.connected() as client:
         assert len(set(fleet.sweep(client, process, range(50)))) == 1
-        joined = threading.Timer(0.5, lambda: running.workers.append(running.add_worker()))
-        joined.start()
-
-        def slow_process(_):
-            time.sleep(0.01)
-            return process(None)
-
-        workers = fleet.sweep(client, slow_process, range(1500))
-        joined.join()
-        assert len(set(workers)) == 2
+        running.workers.append(running.add_worker())
+        with pytest.raises(Enough):
+            marks = Marks(tmp_path, 0.01)
+            fleet.sweep(client, marks, range(6000), progress=stop_when_both_work)
 
 
 def test_an_interrupt_ends_the_work_on_the_workers(running, tmp_path):
