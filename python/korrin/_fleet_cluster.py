@@ -1,4 +1,4 @@
-"""Batches on the workers of a dask.distributed cluster; nothing of it is imported unless a client is given."""
+"""Batches on the workers of a dask.distributed cluster, which is not imported here: who has a client did."""
 
 from __future__ import annotations
 

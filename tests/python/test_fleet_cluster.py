@@ -4,6 +4,7 @@ import os
 import sys
 import threading
 import time
+import warnings
 
 import numpy as np
 import pytest
@@ -85,7 +86,9 @@ def test_any_picklable_function_is_swept(client):
 
 def test_large_requests_go_along(client):
     images = [np.full((400, 400), i, np.float64) for i in range(6)]
-    assert fleet.sweep(client, np.sum, images) == [160_000 * i for i in range(6)]
+    with warnings.catch_warnings():
+        warnings.simplefilter("error")  # that they are too large for a list of tasks
+        assert fleet.sweep(client, np.sum, images) == [160_000 * i for i in range(6)]
 
 
 def test_a_worker_prepares_the_work_once(client):
