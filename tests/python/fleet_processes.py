@@ -8,7 +8,7 @@ import sys
 import tempfile
 import time
 
-START_SECONDS = 60
+START_SECONDS = 120
 
 
 def own_environment():
