@@ -101,7 +101,7 @@ if(KORRIN_BUILD_PYTHON)
     "python3 (>= 3.${Python_VERSION_MINOR}), python3 (<< 3.${next_minor}), python3-numpy")
 endif()
 set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "python3-matplotlib")
-set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-rosbag")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-distributed, python3-rosbag")
 
 file(MAKE_DIRECTORY "${PROJECT_BINARY_DIR}/packaging")
 configure_file(packaging/copyright "${PROJECT_BINARY_DIR}/packaging/copyright" COPYONLY)

@@ -12,6 +12,7 @@ import re
 import sys
 
 import korrin
+import korrin.fleet
 import korrin.mapping
 import korrin.plot
 import korrin.ros
@@ -133,11 +134,11 @@ def entry(name, main):
     return lines + ["```", ""]
 
 
-def module_entry(module, name):
-    """A name of korrin.mapping or korrin.ros; of classes the calls, as the docstring tells of the fields."""
+def entry_of(module, name):
+    """A name of a module of the package; of its classes the calls, as the docstring tells of the fields."""
     thing = getattr(module, name)
     full = f"{module.__name__}.{name}"
-    lines = [f"## {full.removeprefix('korrin.')}", "", "```{eval-rst}"]
+    lines = [f"## {full.partition('.')[2]}", "", "```{eval-rst}"]
     if not inspect.isclass(thing):
         return lines + [f".. autofunction:: {full}", "```", ""]
     lines += [f".. autoclass:: {full}", ""]
@@ -184,12 +185,18 @@ def main(xml_directory, out):
              "[pose_graph](../cpp/pose_graph.md), [grid_builder](../cpp/grid_builder.md) and "
              "[track_file](../cpp/track_file.md), holds here.", ""]
     for name in korrin.mapping.__all__:
-        lines += module_entry(korrin.mapping, name)
+        lines += entry_of(korrin.mapping, name)
     write_page(directory / "mapping.md", "korrin.mapping: from a log to a map", lines)
+    lines = ["Many requests on threads or on a cluster: `import korrin.fleet`. How to use it, and when it "
+             "pays: [plan for many robots at once](../../tasks/plan_for_many_robots.md).", "",
+             "```{eval-rst}", ".. automodule:: korrin.fleet", "   :no-members:", "```", ""]
+    for name in korrin.fleet.__all__:
+        lines += entry_of(korrin.fleet, name)
+    write_page(directory / "fleet.md", "korrin.fleet: many requests at once", lines)
     lines = ["Messages of ROS, and bags: `import korrin.ros`. How they are used, and nodes: "
              "[With ROS](../../tasks/ros.md).", ""]
     for name in korrin.ros.__all__:
-        lines += module_entry(korrin.ros, name)
+        lines += entry_of(korrin.ros, name)
     write_page(directory / "ros.md", "korrin.ros: messages of ROS, and bags", lines)
     lines = ["Pictures with matplotlib: `import korrin.plot`. Every function draws on `axes`, or on the "
              "current ones, and returns them.", ""]

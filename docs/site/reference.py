@@ -282,8 +282,9 @@ def write_indexes(out):
             stem = pathlib.PurePath(header).stem
             lines.append(f"| [{rows[header][0]}]({directory}/{stem}.md) | {rows[header][2].rstrip('.:')} |")
         if directory == "python":
-            stems += ["mapping", "plot", "ros"]
+            stems += ["mapping", "fleet", "plot", "ros"]
             lines.append("| [korrin.mapping](python/mapping.md) | From raw logs to maps |")
+            lines.append("| [korrin.fleet](python/fleet.md) | Many requests at once |")
             lines.append("| [korrin.plot](python/plot.md) | Pictures with matplotlib |")
             lines.append("| [korrin.ros](python/ros.md) | Messages of ROS, and bags |")
         lines += ["", "```{toctree}", ":hidden:", "", *(f"{directory}/{stem}" for stem in stems), "```", ""]

@@ -7,6 +7,7 @@ import numpy as np
 import pytest
 
 import korrin
+import korrin.fleet
 import korrin.mapping
 import korrin.plot
 import korrin.ros
@@ -22,6 +23,9 @@ def public_objects():
     yield "mapping", korrin.mapping.__doc__
     for name in korrin.mapping.__all__:
         yield from documented(f"mapping.{name}", getattr(korrin.mapping, name))
+    yield "fleet", korrin.fleet.__doc__
+    for name in korrin.fleet.__all__:
+        yield from documented(f"fleet.{name}", getattr(korrin.fleet, name))
     yield "ros", korrin.ros.__doc__
     for name in korrin.ros.__all__:
         yield from documented(f"ros.{name}", getattr(korrin.ros, name))

@@ -12,8 +12,8 @@ import korrin
 
 PACKAGE = PROJECT / "python" / "korrin"
 # What has its types in itself.
-TYPED = ("plot", "mapping", "_pose_graphs", "_scan_aligner", "ros")
-TYPED += tuple(sorted(path.stem for path in PACKAGE.glob("_ros_*.py")))
+TYPED = ("plot", "mapping", "_pose_graphs", "_scan_aligner", "fleet", "ros")
+TYPED += tuple(sorted(path.stem for kind in ("fleet", "ros") for path in PACKAGE.glob(f"_{kind}_*.py")))
 
 
 def test_the_stub_is_up_to_date():

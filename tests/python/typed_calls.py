@@ -8,6 +8,7 @@ from types import SimpleNamespace
 import numpy as np
 
 import korrin
+import korrin.fleet
 import korrin.ros
 
 # Poses and cells with a heading or without.
@@ -75,6 +76,16 @@ search = korrin.PoseSearch(map, 0.45, max_dist=0.5)
 answers = search.best([(1, 0), (0, 1)], grid, count=2, apart=0.5)
 best_score: float = answers[0].score
 everywhere = korrin.PoseGrid.around(map.params, 0.25, turn_step=0.5)
+
+# Many requests at once.
+plans: list[korrin.Plan | korrin.fleet.Failure]
+plans = korrin.fleet.plan_all(None, planner, [((1, 1), (5, 1)), ((1, 1, 0), (3, 1))], threads=2)
+plans = korrin.fleet.plan_all(None, planner, ((pose, (x, 1)) for x in (2, 3)), progress=print)
+located = korrin.fleet.locate_all(None, search, [korrin.Scan(), np.zeros((2, 2))], grid, count=2)
+scores = [each[0].score for each in located if not isinstance(each, korrin.fleet.Failure)]
+built: list[korrin.fleet.LogMap | korrin.fleet.Failure]
+built = korrin.fleet.build_maps(None, ["no.log", korrin.LaserLog([])], resolution=0.1)
+halves: list[float | korrin.fleet.Failure] = korrin.fleet.sweep(None, lambda number: number / 2, [1, 2])
 
 # Messages: plain objects, and classes with the fields of those of ROS.
 message = korrin.ros.to_grid(map, frame_id="odom", stamp=5)
