@@ -12,9 +12,8 @@ void addUnbuilt(CLI::App& app, const std::string& name) {
   CLI::App* command =
       app.add_subcommand(name, "Not in this program, which is built without korrin::mapping");
   command->allow_extras();
-  command->callback([name] {
-    throw UsageError(name + ": this program is built without korrin::mapping");
-  });
+  command->callback(
+      [name] { throw UsageError(name + ": this program is built without korrin::mapping"); });
 }
 
 }  // namespace

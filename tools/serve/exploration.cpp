@@ -11,7 +11,7 @@
 namespace korrin_tool::serve {
 namespace {
 
-constexpr int kMostTries = 20;     // places that are tried in one step
+constexpr int kMostTries = 20;  // places that are tried in one step
 // What the map does not know stops beams as a wall does: there is nothing to explore there.
 constexpr float kOpaqueBelow = 0.6f;
 constexpr int kGivenUpAround = 2;  // cells around one that stays unseen
