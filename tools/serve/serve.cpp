@@ -33,7 +33,7 @@ class EndSignals {
       const char byte = 0;
       if (write(pipe_[1], &byte, 1) != 1) _exit(EXIT_FAILURE);
     };
-    action.sa_flags = SA_RESETHAND | SA_RESTART;
+    action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
     sigaction(SIGINT, &action, &interruptBefore_);
     sigaction(SIGTERM, &action, &terminateBefore_);
   }
