@@ -8,6 +8,7 @@
 #include "mapping/local_search.hpp"
 #include "mapping/overlay.hpp"
 #include "mapping/pair_fit.hpp"
+#include "mapping/roundness.hpp"
 
 namespace Brin::mapping {
 namespace {
@@ -38,8 +39,7 @@ constexpr double kRivalPlace = 0.8;  // or another place has so much of its poin
 constexpr double kLeastRatio = 0.8;  // of points that the other side agrees with
 constexpr double kLeastShare = 0.4;  // of points that are matched
 
-// Of the best known direction's information, that the worst known one must have: in a bare corridor
-// it is below 0.02, and elsewhere above 0.1.
+// In a bare corridor it is below 0.02, and in most other places above 0.1.
 constexpr double kLeastRoundness = 0.05;
 
 // What suggestions may differ by, and more for each metre of the way between them.
@@ -97,19 +97,6 @@ std::vector<Point2D> pointsOf(const KeyGraph& graph, const std::vector<std::size
   return points;
 }
 
-// Whether a fit tells of both directions: of the information on the place, the heading being as
-// unknown, the least eigenvalue against the greatest.
-bool tellsBothWays(const Eigen::Matrix3d& information) {
-  if (!(information(2, 2) > 0.0)) return false;
-  const Eigen::Vector2d shared = information.topRightCorner<2, 1>();
-  const Eigen::Matrix2d ofPlace =
-      information.topLeftCorner<2, 2>() - shared * shared.transpose() / information(2, 2);
-  const double mean = 0.5 * ofPlace.trace();
-  const double spread =
-      std::hypot(0.5 * (ofPlace(0, 0) - ofPlace(1, 1)), ofPlace(0, 1));
-  return mean - spread >= kLeastRoundness * (mean + spread);
-}
-
 SearchWindow windowFor(const SeenKey& seen) {
   const GraphPose centre = seenFrom(seen.pose, {});  // the key's, seen from the place
   return {centre, std::min(kMostReach, kLeastReach + kDeviations * seen.shift()),
@@ -151,7 +138,7 @@ std::optional<LoopSearch::Suggestion> LoopSearch::suggestionAt(const KeyGraph& g
   if (first.empty() || first[0].score < kLeastScore) return std::nullopt;
   PoseEquation equation;
   const GraphPose pose = overlay.fitted(first[0].pose, equation);
-  if (!tellsBothWays(equation.information)) return std::nullopt;
+  if (roundness(equation.information) < kLeastRoundness) return std::nullopt;
   const auto [here, there] = overlay.agreements(pose);
   if (std::min(here.ratio(), there.ratio()) < kLeastRatio) return std::nullopt;
   if (here.share() < kLeastShare) return std::nullopt;
