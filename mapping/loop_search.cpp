@@ -8,6 +8,7 @@
 #include "mapping/local_search.hpp"
 #include "mapping/overlay.hpp"
 #include "mapping/pair_fit.hpp"
+#include "mapping/roundness.hpp"
 
 namespace Brin::mapping {
 namespace {
@@ -37,6 +38,9 @@ constexpr double kRivalShare = 0.9;  // when it scores so much of the best,
 constexpr double kRivalPlace = 0.8;  // or another place has so much of its points matched
 constexpr double kLeastRatio = 0.8;  // of points that the other side agrees with
 constexpr double kLeastShare = 0.4;  // of points that are matched
+
+// In a bare corridor it is below 0.02, and in most other places above 0.1.
+constexpr double kLeastRoundness = 0.05;
 
 // What suggestions may differ by, and more for each metre of the way between them.
 constexpr double kShiftApart = 0.15, kShiftPerMetre = 0.02;
@@ -134,6 +138,7 @@ std::optional<LoopSearch::Suggestion> LoopSearch::suggestionAt(const KeyGraph& g
   if (first.empty() || first[0].score < kLeastScore) return std::nullopt;
   PoseEquation equation;
   const GraphPose pose = overlay.fitted(first[0].pose, equation);
+  if (roundness(equation.information) < kLeastRoundness) return std::nullopt;
   const auto [here, there] = overlay.agreements(pose);
   if (std::min(here.ratio(), there.ratio()) < kLeastRatio) return std::nullopt;
   if (here.share() < kLeastShare) return std::nullopt;
