@@ -155,8 +155,8 @@ TEST_F(Server, IsNotHinderedByClientsThatStall) {
   for (int i = 0; i < 40; ++i) {
     stalling.push_back(std::make_unique<Connection>(server_.port()));
     const char* const beginnings[] = {"", "GET /api/map HTTP/1.1\r\n",
-                                      "POST /api/plan HTTP/1.1\r\nHost: localhost:1\r\n"
-                                      "Content-Length: 100\r\n\r\n{"};
+                                      ("POST /api/plan HTTP/1.1\r\nHost: localhost:1\r\n"
+                                       "Content-Length: 100\r\n\r\n{")};
     stalling.back()->send(beginnings[i % 3]);
   }
   const Stopwatch stopwatch;
