@@ -77,13 +77,19 @@ function buildPanel(app) {
     locatedReadouts(app));
 }
 
+/** Seconds since 1970 as a time of day; fewer are those of a robot's own clock. */
+function timeOf(seconds) {
+  if (seconds < 1e8) return [fixed(seconds, 1), "s"];
+  return [new Date(seconds * 1000).toISOString().slice(11, 19), "UTC"];
+}
+
 function numbersOf(logged) {
   const [pose, before] = [logged.pose, logged.logged].map(poseOf);
   const hits = logged.hits.filter(Boolean).length;
   return {
     hits: [count(hits), `of ${logged.hits.length}`],
     moved: [fixed(Math.hypot(pose.x - before.x, pose.y - before.y), 2), "m"],
-    time: [fixed(logged.time, 1), "s"],
+    time: timeOf(logged.time),
   };
 }
 
