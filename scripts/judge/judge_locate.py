@@ -45,8 +45,8 @@ class Places(NamedTuple):
 
 
 def place(name, log, count, seed=1):
-    """Builds a map of every other scan and places at most `count` of those left out of it; the seed
-    chooses which."""
+    """Maps the scans of even numbers, and locates `count` of odd numbers, or all if there are fewer,
+    as `seed` draws them."""
     map = map_of(log.scans[0::2])
     search, grid = korrin.PoseSearch(map, THRESHOLD, MAX_DIST), everywhere(map)
     left_out = range(1, len(log.scans), 2)
