@@ -45,8 +45,8 @@ class Places(NamedTuple):
 
 
 def place(name, log, count, seed=1):
-    """Maps the scans of even numbers, and locates `count` of odd numbers, or all if there are fewer,
-    as `seed` draws them."""
+    """Maps half of the scans, every second one, and locates `count` of the other half, drawn at random
+    but the same ones each time."""
     map = map_of(log.scans[0::2])
     search, grid = korrin.PoseSearch(map, THRESHOLD, MAX_DIST), everywhere(map)
     left_out = range(1, len(log.scans), 2)

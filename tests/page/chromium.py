@@ -27,6 +27,17 @@ def start(profile):
     return driver
 
 
+def wait_until(told, what, patience=PATIENCE):
+    """Asks again and again until the answer is true, and gives it."""
+    deadline = time.monotonic() + patience
+    while time.monotonic() < deadline:
+        answer = told()
+        if answer:
+            return answer
+        time.sleep(0.05)
+    raise AssertionError(f"waited in vain until {what}")
+
+
 class Page:
     """The page of one server, in a window of a given size."""
 
@@ -66,13 +77,7 @@ class Page:
 
     def wait(self, condition, what, patience=PATIENCE):
         """Waits until an expression of `state` is true, and gives its value."""
-        deadline = time.monotonic() + patience
-        while time.monotonic() < deadline:
-            value = self.run(f"const state = app.store.get(); return {condition}")
-            if value:
-                return value
-            time.sleep(0.05)
-        raise AssertionError(f"waited in vain until {what}")
+        return wait_until(lambda: self.run(f"const state = app.store.get(); return {condition}"), what, patience)
 
     def wait_for_plan(self):
         """The plan for what is on the screen: the ends that it was asked for are those shown."""

@@ -1,6 +1,7 @@
 """Driving and exploring on the page."""
 
 import collections
+import json
 import urllib.request
 
 import numpy as np
@@ -14,7 +15,6 @@ def map_values(server):
 
 
 def grid_values(server, layer):
-    import json
     with urllib.request.urlopen(f"{server.address}/api/map") as answer:
         about = json.load(answer)
     side = about["tileSize"]
@@ -69,10 +69,11 @@ def test_the_robot_pauses_plays_and_stops(building, visit):
     page.wait("state.run && state.run.steps >= 2", "the robot moves")
     page.click("pause")
     page.wait("state.run.isPaused", "the robot pauses")
-    page.run("await new Promise((go) => setTimeout(go, 400))")
+    nap = "await new Promise((go) => setTimeout(go, 600));"
     driven = page.state("run.driven")
-    page.run("await new Promise((go) => setTimeout(go, 600))")
-    assert page.state("run.driven") == driven
+    while driven != (after := page.run(nap + "return app.store.get().run.driven")):
+        driven = after  # told before the pause was
+    assert not page.state("run.isOver")
     page.click("pause")
     page.wait(f"state.run.driven > {driven}", "the robot plays on")
     page.click("stop")

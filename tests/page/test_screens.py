@@ -2,6 +2,7 @@
 
 import pytest
 
+import chromium
 import large_map
 
 MODES = ["plan", "sense", "locate", "drive", "draw", "log"]
@@ -42,14 +43,13 @@ def test_the_sheet_is_pulled_up_and_down(building, visit):
     page = visit(building, width=390, height=844, is_phone=True)
     page.settle()
     height = "return document.getElementById('sheet').getBoundingClientRect().height"
-    nap = "await new Promise((go) => setTimeout(go, 400));"
     medium = page.run(height)
     page.run("document.getElementById('grip').focus()")
     page.key("ArrowUp")
-    assert page.run(nap + height) > medium
+    chromium.wait_until(lambda: page.run(height) > medium, "the sheet is up")
     page.key("ArrowDown")
     page.key("ArrowDown")
-    assert page.run(nap + height) < 120
+    chromium.wait_until(lambda: page.run(height) < 120, "the sheet is down")
 
 
 @pytest.mark.parametrize("scheme", ["light", "dark"])

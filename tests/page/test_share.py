@@ -6,6 +6,8 @@ import subprocess
 
 import pytest
 
+import chromium
+
 LINK = ("mode=sense&layer=distance&searched=0&start=2,8,0.5&goal=8,8&robot=16,8,1.2&robotRadius=0.15"
         "&neighborhood=double&fieldOfView=120&view=240,160,3")
 PLAN = "start=1.2,8&goal=18,1.6&robotRadius=0.22&fadeDistance=0.4&neighborhood=double&accuracy=0.2"
@@ -45,9 +47,9 @@ def test_the_address_bar_holds_what_is_on_the_screen(building, visit):
     page.settle()
     page.click("tab-plan")
     page.run("app.store.set({ goal: { x: 9, y: 8, theta: 0 } })")
-    page.run("await new Promise((go) => setTimeout(go, 500))")
+    chromium.wait_until(lambda: "goal=9,8,0" in page.driver.current_url, "the address bar holds the goal")
     shared = page.driver.current_url.split("#")[1]
-    assert "mode=" not in shared and "goal=9,8,0" in shared
+    assert "mode=" not in shared
     other = visit(building, shared)
     other.settle()
     names = ["mode", "layer", "searched", "start", "goal", "robot", "planner", "scanner", "view"]
@@ -129,6 +131,5 @@ def test_the_picture_is_saved(building, visit, tmp_path):
     page.driver.execute_cdp_cmd("Browser.setDownloadBehavior", {
         "behavior": "allow", "downloadPath": str(tmp_path)})
     page.click("tool-picture")
-    page.run("await new Promise((go) => setTimeout(go, 1500))")
-    saved = list(tmp_path.glob("*.png"))
-    assert len(saved) == 1 and saved[0].read_bytes().startswith(b"\x89PNG")
+    [saved] = chromium.wait_until(lambda: list(tmp_path.glob("*.png")), "the picture is saved")
+    assert saved.read_bytes().startswith(b"\x89PNG")

@@ -21,6 +21,14 @@ def records():
 
 
 @pytest.fixture
+def bag(tmp_path):
+    """A bag of ROS 1, still empty."""
+    from ros_bags import Writer  # which skips where there is no rosbag
+
+    return Writer(tmp_path / "one.bag")
+
+
+@pytest.fixture
 def room():
     """5 m x 4 m, free inside, walls around, world origin at a corner."""
     map = korrin.OccupancyMap(100, 80, 0.05, with_second_image=True)

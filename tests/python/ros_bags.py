@@ -5,6 +5,8 @@ import math
 import numpy as np
 import pytest
 
+import korrin.ros
+
 WHY = "ROS 1's bags are not installed (scripts/install-packages ros)"
 rosbag = pytest.importorskip("rosbag", reason=WHY)
 rospy = pytest.importorskip("rospy", reason=WHY)
@@ -12,6 +14,11 @@ geometry = pytest.importorskip("geometry_msgs.msg", reason=WHY)
 nav = pytest.importorskip("nav_msgs.msg", reason=WHY)
 sensor = pytest.importorskip("sensor_msgs.msg", reason=WHY)
 tf2 = pytest.importorskip("tf2_msgs.msg", reason=WHY)
+
+
+def read(bag, *topics, **options):
+    """The log in a Writer's bag."""
+    return korrin.ros.read_bag(bag.path, *topics, **options)
 
 
 def turn(x=0.0, y=0.0, z=0.0):

@@ -20,19 +20,10 @@ INTEL = DATA / "logs" / "intel-raw.log.gz"
 SCANS = int(os.environ.get("KORRIN_ROS_SCANS", "250"))
 
 
-def read(bag, *topics, **options):
-    return korrin.ros.read_bag(bag.path, *topics, **options)
-
-
-@pytest.fixture
-def bag(tmp_path):
-    return bags.Writer(tmp_path / "one.bag")
-
-
 def test_a_scan_is_where_odometry_was_at_its_stamp(bag):
     bag.odometry(1 * SECOND, (4, 5, 0.5))
     bag.scan(1 * SECOND, [1.5, 30, 2.5])
-    log = read(bag, laser_pose=(0, 0, 0))
+    log = bags.read(bag, laser_pose=(0, 0, 0))
     [logged] = log.scans
     assert logged.pose == logged.robot == korrin.Pose2D(4, 5, 0.5)
     assert (logged.time, logged.line) == (1.0, 1)
@@ -45,7 +36,7 @@ def test_a_scan_is_where_odometry_was_at_its_stamp(bag):
 def test_the_laser_stands_on_the_robot_where_it_is_said_to(bag):
     bag.odometry(SECOND, (4, 5, math.pi / 2))
     bag.scan(SECOND, [1])
-    [logged] = read(bag, laser_pose=(1, 0.25, 0.5)).scans
+    [logged] = bags.read(bag, laser_pose=(1, 0.25, 0.5)).scans
     assert np.allclose([*logged.pose], [3.75, 6, math.pi / 2 + 0.5], atol=1e-6)
     assert logged.robot == korrin.Pose2D(4, 5, math.pi / 2)
 
@@ -59,7 +50,7 @@ def test_between_two_stamps_the_way_is_straight_and_the_turn_the_shorter_one(bag
     for stamp in asked:
         bag.scan(stamp, [1])
     over_pi = 0
-    for stamp, logged in zip(asked, read(bag, laser_pose=(0, 0, 0)).scans, strict=True):
+    for stamp, logged in zip(asked, bags.read(bag, laser_pose=(0, 0, 0)).scans, strict=True):
         first, share = stamp // SECOND, stamp % SECOND / SECOND
         wanted = told[first] + share * (told[first + 1] - told[first])
         wanted[2] = ros_model.turn_between(told[first, 2], told[first + 1, 2], share)
@@ -74,7 +65,7 @@ def test_nothing_is_guessed_outside_the_times_of_the_odometry(bag):
         bag.odometry(stamp * SECOND, (stamp, 0, 0))
     for stamp in (2 * SECOND - 1, 2 * SECOND, 3 * SECOND, 3 * SECOND + 1, 9 * SECOND):
         bag.scan(stamp, [1])
-    log = read(bag, laser_pose=(0, 0, 0))
+    log = bags.read(bag, laser_pose=(0, 0, 0))
     assert [logged.time for logged in log.scans] == [2, 3]
     assert [logged.line for logged in log.scans] == [2, 3]
     assert log.complaint == "3 scans were taken outside the times of the odometry, and left out"
@@ -85,28 +76,28 @@ def test_odometry_may_come_in_any_order_and_twice(bag):
         bag.odometry(stamp * SECOND, (x, 0, 0))
     bag.scan(1 * SECOND, [1])
     bag.scan(5 * SECOND // 2, [1])
-    assert [logged.robot.x for logged in read(bag, laser_pose=(0, 0, 0)).scans] == [1, 2.5]
+    assert [logged.robot.x for logged in bags.read(bag, laser_pose=(0, 0, 0)).scans] == [1, 2.5]
 
 
 def test_misses_clear_their_way_when_asked_to(bag):
     bag.odometry(0, (0, 0, 0))
     bag.scan(0, [4, 30, math.inf, math.nan])
-    [logged] = read(bag, laser_pose=(0, 0, 0), misses_clear=True).scans
+    [logged] = bags.read(bag, laser_pose=(0, 0, 0), misses_clear=True).scans
     assert logged.scan.readings["weight"].tolist() == [1, 1, 1, 0]
 
 
 def test_the_range_of_no_return_is_told(bag):
     bag.odometry(0, (0, 0, 0))
     bag.scan(0, [4], range_max=50)
-    assert read(bag, laser_pose=(0, 0, 0)).no_return == 0
+    assert bags.read(bag, laser_pose=(0, 0, 0)).no_return == 0
     bag.scan(0, [math.inf], range_max=math.inf)
-    assert read(bag, laser_pose=(0, 0, 0)).no_return == 50
+    assert bags.read(bag, laser_pose=(0, 0, 0)).no_return == 50
 
 
 def test_readings_beyond_the_maximum_met_nothing(bag):
     bag.odometry(0, (0, 0, 0))
     bag.scan(0, [4, 5, 6, 30, math.nan])
-    [logged] = read(bag, laser_pose=(0, 0, 0), max_range=5).scans
+    [logged] = bags.read(bag, laser_pose=(0, 0, 0), max_range=5).scans
     assert logged.scan.readings["range"].tolist() == [4, 5, 5, 5, 0]
     assert logged.scan.readings["status"].tolist() == [0, 1, 1, 1, 1]
     assert logged.scan.readings["weight"].tolist() == [1, 1, 1, 0, 0]
@@ -125,7 +116,7 @@ def test_what_is_missing_is_told(bag, options, told):
     bag.odometry(0, (0, 0, 0))
     bag.scan(0, [1])
     with pytest.raises(ValueError, match=f"one.bag: {told}"):
-        read(bag, *options)
+        bags.read(bag, *options)
 
 
 def test_faulty_messages_are_passed_over_and_told(bag):
@@ -133,7 +124,7 @@ def test_faulty_messages_are_passed_over_and_told(bag):
     bag.odometry(5, (0, 0, 0), (0.0, 0.0, 0.0, 0.0))
     bag.scan(0, [1], range_max=math.nan)
     bag.scan(0, [2])
-    log = read(bag, laser_pose=(0, 0, 0))
+    log = bags.read(bag, laser_pose=(0, 0, 0))
     assert [logged.line for logged in log.scans] == [2]
     told = "2 messages could not be read, the first is odometry at 0.000000005: pose.pose"
     assert log.complaint.startswith(told)
@@ -145,21 +136,21 @@ def test_a_bag_of_which_no_scan_is_left_is_told(bag):
     bag.scan(3, [1])
     told = "no scan can be used: 1 scan was taken outside the times of the odometry, and left out"
     with pytest.raises(ValueError, match=f"one.bag: {told}"):
-        read(bag, laser_pose=(0, 0, 0))
+        bags.read(bag, laser_pose=(0, 0, 0))
 
 
 def test_what_never_changed_holds_for_all_times(bag):
     bag.odometry(SECOND, (4, 5, 0.5))
     bag.odometry(2 * SECOND, (4, 5, 0.5))
     bag.scan(9 * SECOND, [1])
-    assert read(bag, laser_pose=(0, 0, 0)).scans[0].pose == korrin.Pose2D(4, 5, 0.5)
+    assert bags.read(bag, laser_pose=(0, 0, 0)).scans[0].pose == korrin.Pose2D(4, 5, 0.5)
 
 
 def test_a_maximum_that_is_none_is_refused(bag):
     bag.odometry(0, (0, 0, 0))
     bag.scan(0, [1])
     with pytest.raises(ValueError, match="max_range: wanted a finite number, found nan"):
-        read(bag, laser_pose=(0, 0, 0), max_range=math.nan)
+        bags.read(bag, laser_pose=(0, 0, 0), max_range=math.nan)
 
 
 @pytest.mark.parametrize("compression", ["none", "bz2", "lz4"])
@@ -167,7 +158,7 @@ def test_packed_bags_are_read(tmp_path, compression):
     bag = bags.Writer(tmp_path / "packed.bag", compression)
     bag.odometry(0, (0, 0, 0))
     bag.scan(0, [1, 2, 3])
-    assert len(read(bag, laser_pose=(0, 0, 0)).scans[0].scan) == 3
+    assert len(bags.read(bag, laser_pose=(0, 0, 0)).scans[0].scan) == 3
 
 
 def test_files_that_are_no_bags(tmp_path):
@@ -225,7 +216,7 @@ def compare_with_log(directory, count):
     original.scans = original.scans[:count]
     bag = bags.Writer(directory / "intel.bag")
     bags.write_log(bag, original)
-    found = read(bag)
+    found = bags.read(bag)
     text = directory / "intel.log"
     text.write_text(bags.text_of_log(original))
     log = korrin.read_log(text)

@@ -11,9 +11,7 @@
 namespace korrin_tool::serve {
 namespace {
 
-constexpr int kMostTries = 20;  // places that are tried in one step
-// What the map does not know stops beams as a wall does: there is nothing to explore there.
-constexpr float kOpaqueBelow = 0.6f;
+constexpr int kMostTries = 20;     // places that are tried in one step
 constexpr int kGivenUpAround = 2;  // cells around one that stays unseen
 
 // Exploring looks at every cell of the grid, so that is what it plans on.
@@ -52,7 +50,8 @@ class Exploration : public Simulation {
     robot_.move(double{speed} * kStepSeconds);
     if (target_ && robot_.hasArrived()) robot_.lookAt(placeOf(target_->unseen));
     times.mark("move");
-    const auto readings = robot_.scan(world_.maps.current()->map, kOpaqueBelow);
+    // What the map does not know stops beams as a wall does: there is nothing to explore there.
+    const auto readings = robot_.scan(world_.maps.current()->map, kSurelyFree);
     times.mark("scan");
     const CellRectangle changed = grid_->add(readings, robot_.pose());
     times.mark("map");

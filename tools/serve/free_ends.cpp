@@ -4,12 +4,13 @@
 #include <cmath>
 #include <vector>
 
+#include "tools/serve/world.hpp"
+
 namespace korrin_tool::serve {
 namespace {
 
-constexpr int kMostSquares = 400;    // along the longer side of the map
-constexpr float kClearance = 0.3f;   // metres
-constexpr float kSurelyFree = 0.6f;  // above, as planners have it
+constexpr int kMostSquares = 400;   // along the longer side of the map
+constexpr float kClearance = 0.3f;  // metres
 
 // The map in squares, each free when all of its cells are.
 class Squares {

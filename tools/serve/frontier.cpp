@@ -3,11 +3,12 @@
 #include <cmath>
 #include <vector>
 
+#include "tools/serve/world.hpp"
+
 namespace korrin_tool::serve {
 namespace {
 
 constexpr float kUnseen = 0.5f;
-constexpr float kSurelyFreeFrom = 0.6f;  // above, as planners have it
 constexpr int kUnseenAround = 4;
 
 // A cell that the search came to.
@@ -67,7 +68,7 @@ class FrontierSearch {
       if (from.beyond > 0) return std::nullopt;
       seen_[numberOf(x, y)] = true;
       visits.push_back({x, y, x, y, 0});
-    } else if (value > kSurelyFreeFrom && from.beyond < mostBeyond_) {
+    } else if (value > kSurelyFree && from.beyond < mostBeyond_) {
       seen_[numberOf(x, y)] = true;
       visits.push_back({x, y, from.goalX, from.goalY, from.beyond + 1});
     }

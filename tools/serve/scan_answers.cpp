@@ -8,7 +8,6 @@
 namespace korrin_tool::serve {
 namespace {
 
-constexpr float kFreeAbove = 0.6f;         // what counts as the nearest free cell
 constexpr float kUnknownTolerance = 0.1f;  // unknown is nearer to 0.5 than this
 
 Json holeJson(const Brin::ScanHole& hole, const Brin::Pose2D& sensor) {
@@ -68,7 +67,7 @@ Json scanAnswer(const ScanRequest& request, World& world) {
   json["obstacles"] = obstaclesJson(map, cell, request.obstacleRange);
   timed("obstacles");
   Brin::Pose2Di found;
-  const bool isFree = Brin::findFirstFreeCell(map, cell, found, kFreeAbove);
+  const bool isFree = Brin::findFirstFreeCell(map, cell, found, kSurelyFree);
   json["nearestFree"] = placeJson(map, isFree, found);
   const bool isUnknown =
       Brin::findFirstGrayCell(map, cell, found, kBeamThreshold, kUnknownTolerance);

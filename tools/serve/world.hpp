@@ -84,6 +84,9 @@ class World {
   Searches searches_;
 };
 
+// Above this a cell is surely free, as planners have it.
+constexpr float kSurelyFree = 0.6f;
+
 // A planner, or a Refusal of status 400 with what is wrong with the settings.
 std::unique_ptr<Brin::PathPlanner> makePlanner(const Brin::OccupancyMap& map,
                                                const Brin::PlannerSettings& settings);
