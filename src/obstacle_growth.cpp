@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <stdexcept>
+#include <type_traits>
 
 #include "core/image_ptr.hpp"
 #include "core/lanes.hpp"
@@ -34,7 +35,6 @@ std::int32_t reachOf(float radius, float fade) {
   return static_cast<std::int32_t>(cells);
 }
 
-bool isAll(bool mask) { return mask; }
 bool isAll(Ints mask) { return !anyLane(~mask); }
 
 // For lanes and for single floats.
@@ -45,14 +45,23 @@ struct CellRules {
   template <typename T>
   T operator()(T cell, T limit) const {
     const T capped = lesser(limit, cell);
-    // Neighbours are mostly alike: neither obstacles nor unknown, or all unknown.
-    if (isAll((cell > kMostUnknown) & (cell >= threshold))) return capped;
-    const auto isUnknown = (cell >= kLeastUnknown) & (cell <= kMostUnknown) & (capped >= threshold);
-    if (isAll(isUnknown)) return unknownIsFree ? capped : T{} + kUnknownCell;
-    const T free = unknownIsFree ? capped : choose(isUnknown, T{} + kUnknownCell, capped);
+    const T free =
+        unknownIsFree ? capped
+                      : choose(isUnknown(cell) & (capped >= threshold), T{} + kUnknownCell, capped);
     const T obstacle = choose(cell > 0.0f, cell, T{});
     const T known = choose(cell < threshold, obstacle, free);
     return choose(cell == cell, known, T{} + kNotANumber);
+  }
+
+  // Neither an obstacle nor unknown.
+  template <typename T>
+  auto isFree(T cell) const {
+    return (cell > kMostUnknown) & (cell >= threshold);
+  }
+
+  template <typename T>
+  auto isUnknown(T cell) const {
+    return (cell >= kLeastUnknown) & (cell <= kMostUnknown) & (cell >= threshold);
   }
 };
 
@@ -68,6 +77,7 @@ ObstacleGrowth::ObstacleGrowth(const PlannerSettings& settings, float resolution
   limits_.resize(count, 1.0f);
   for (std::size_t square = 0; square + 1 < count; ++square) {
     limits_[square] = limitAt(std::sqrt(static_cast<float>(square)), radius, fade, threshold_);
+    if (limits_[square] == kTooNear) tooNearBelow_ = square + 1;
   }
 }
 
@@ -114,23 +124,23 @@ void ObstacleGrowth::growRow(const float* cells, const Number* squares, float* o
                              std::int32_t count) const {
   using Groups = SquareGroups<Number>;
   const auto last = static_cast<Number>(limits_.size() - 1);
-  const auto limitOf = [limits = limits_.data()](Number square) { return limits[square]; };
+  const auto tooNearBelow = static_cast<Number>(tooNearBelow_);
   const CellRules rules{threshold_, unknownIsFree_};
+  // No square is below 0; said so, its place in the table need not be widened.
+  using Place = std::make_unsigned_t<Number>;
+  const auto limitOf = [limits = limits_.data()](Number square) {
+    return limits[static_cast<Place>(square)];
+  };
   std::int32_t x = 0;
   for (; x + Groups::kSize <= count; x += Groups::kSize) {
     const auto group = load<typename Groups::Group>(squares + x);
-    // Neighbours are mostly alike, and most are far from all.
-    if (!Groups::anyOf(group < Groups::allOf(last))) {
-      passRow(cells + x, out + x, Groups::kSize);
-      continue;
-    }
+    const bool isAnyTooNear = Groups::anyOf(group < Groups::allOf(tooNearBelow));
     Number limited[Groups::kSize];
     store(limited, Groups::least(group, Groups::allOf(last)));
-    for (std::int32_t i = 0; i < Groups::kSize; i += kLanes) {
+    growGroup<Groups::kSize>(cells + x, out + x, isAnyTooNear, [&](std::int32_t i) {
       const Number* const s = limited + i;
-      const Floats limit{limitOf(s[0]), limitOf(s[1]), limitOf(s[2]), limitOf(s[3])};
-      store(out + x + i, rules(load<Floats>(cells + x + i), limit));
-    }
+      return Floats{limitOf(s[0]), limitOf(s[1]), limitOf(s[2]), limitOf(s[3])};
+    });
   }
   for (; x < count; ++x) out[x] = rules(cells[x], limitOf(std::min(squares[x], last)));
 }
@@ -140,9 +150,33 @@ void ObstacleGrowth::passRow(const float* cells, float* out, std::int32_t count)
   const CellRules rules{threshold_, unknownIsFree_};
   std::int32_t x = 0;
   for (; x + kLanes <= count; x += kLanes) {
-    store(out + x, rules(load<Floats>(cells + x), Floats{} + 1.0f));
+    growGroup<kLanes>(cells + x, out + x, false, [](std::int32_t) { return Floats{} + 1.0f; });
   }
   for (; x < count; ++x) out[x] = rules(cells[x], 1.0f);
+}
+
+// Neighbours are mostly alike: all free, or all unknown and not too near.
+template <std::int32_t kCount, typename Limits>
+void ObstacleGrowth::growGroup(const float* cells, float* out, bool isAnyTooNear,
+                               const Limits& limitsAt) const {
+  const CellRules rules{threshold_, unknownIsFree_};
+  const auto areAll = [cells](const auto& is) {
+    Ints mask = all(-1);
+    for (std::int32_t i = 0; i < kCount; i += kLanes) mask &= is(load<Floats>(cells + i));
+    return isAll(mask);
+  };
+  if (areAll([&](Floats cell) { return rules.isFree(cell); })) {
+    for (std::int32_t i = 0; i < kCount; i += kLanes) {
+      store(out + i, lesser(limitsAt(i), load<Floats>(cells + i)));
+    }
+  } else if (!unknownIsFree_ && !isAnyTooNear &&
+             areAll([&](Floats cell) { return rules.isUnknown(cell); })) {
+    std::fill_n(out, kCount, kUnknownCell);
+  } else {
+    for (std::int32_t i = 0; i < kCount; i += kLanes) {
+      store(out + i, rules(load<Floats>(cells + i), limitsAt(i)));
+    }
+  }
 }
 
 }  // namespace Brin

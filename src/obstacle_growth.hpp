@@ -8,6 +8,7 @@
 
 #include <opencv2/core/types_c.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <vector>
@@ -43,11 +44,14 @@ class ObstacleGrowth {
   template <typename Number>
   void growRow(const float* cells, const Number* squares, float* out, std::int32_t count) const;
   void passRow(const float* cells, float* out, std::int32_t count) const;
+  template <std::int32_t kCount, typename Limits>
+  void growGroup(const float* cells, float* out, bool isAnyTooNear, const Limits& limitsAt) const;
 
   float threshold_;
   bool unknownIsFree_;
   std::int32_t reach_;
-  std::vector<float> limits_;  // by squared distance, what a cell may have; the last one is 1
+  std::vector<float> limits_;     // by squared distance, what a cell may have; the last one is 1
+  std::size_t tooNearBelow_ = 0;  // the squared distance from which on that is not kTooNear
 };
 
 }  // namespace Brin
