@@ -10,7 +10,7 @@ from numpy.typing import NDArray
 import korrin
 
 from ._ros_messages import LaserScan
-from ._ros_values import number
+from ._ros_values import meant_angle, number
 
 _READING = korrin.Scan().readings.dtype
 
@@ -18,8 +18,9 @@ _READING = korrin.Scan().readings.dtype
 def from_scan(message: LaserScan, *, misses_clear: bool = False, upside_down: bool = False) -> korrin.Scan:
     """The scan that a LaserScan holds: a reading for each range, in the order of the message.
 
-    Reading i has the bearing angle_min + i * angle_increment, rounded once to a float. What its range
-    says:
+    Reading i has the bearing angle_min + i * angle_increment, rounded once to a float. Both are floats
+    in a message: one that is a float's rounding of a whole number of thousandths of a degree, as in
+    steps of 0.5 degrees, is taken for that, unrounded. What its range says:
 
     - from range_min on and below range_max: a hit.
     - at or beyond range_max, infinity included: the beam met nothing. Status 1, range range_max, and
@@ -99,4 +100,4 @@ def _angles(message: LaserScan, count: int) -> NDArray[np.float32]:
     first = number(message.angle_min, "angle_min")
     step = number(message.angle_increment, "angle_increment")
     number(first + max(count - 1, 0) * step, "angle_increment")
-    return (first + np.arange(count) * step).astype(np.float32)
+    return (meant_angle(first) + np.arange(count) * meant_angle(step)).astype(np.float32)

@@ -31,6 +31,16 @@ def number(value: Any, field: str) -> float:
     return found
 
 
+def meant_angle(angle: float) -> float:
+    """The radians that are meant by an angle of a message, which holds only a float.
+
+    Scanners step by degrees. Where that float is what a whole number of thousandths of a degree is
+    rounded to, that number is meant, since the float's error grows with every beam.
+    """
+    meant = math.radians(round(math.degrees(angle), 3))
+    return meant if float(np.float32(meant)) == angle else angle
+
+
 def nanoseconds(stamp: int | Time) -> int:
     """The nanoseconds of a stamp of ROS 1 or ROS 2, exact; an int is that already.
 

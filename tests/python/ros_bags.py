@@ -100,32 +100,11 @@ def set_stamp(message, stamp):
     message.header.stamp.secs, message.header.stamp.nsecs = divmod(stamp, 10**9)
 
 
-def beams_of(log):
-    """First angle and step of a log's beams, as the floats that a message has."""
-    angles = log.scans[0].scan.readings["angle"]
-    return np.float32(-math.pi / 2), np.float32(math.pi / len(angles))
-
-
 def write_log(bag, log):
     """A log as a recording: laser and robot at the same pose."""
-    first, step = beams_of(log)
+    first, step = np.float32(-math.pi / 2), np.float32(math.pi / len(log.scans[0].scan))
     bag.static("base_link", "laser", (0, 0, 0), turn())
     for logged in log.scans:
         stamp = round(logged.time * 10**6) * 1000
         bag.odometry(stamp, logged.robot)
         bag.scan(stamp, logged.scan.readings["range"], first, step, log.no_return)
-
-
-def text_of_log(log):
-    """The same log in lines that tell angles as a message does."""
-    first, step = (repr(float(each)) for each in beams_of(log))
-    lines = [f"PARAM laser_no_return {log.no_return!r}"]
-    for logged in log.scans:
-        ranges = logged.scan.readings["range"].tolist()
-        poses = " ".join(str(np.float32(each)) for pose in (logged.pose, logged.robot) for each in pose)
-        shown = " ".join(map(repr, ranges))
-        lines.append(
-            f"ROBOTLASER1 0 {first} 3.14 {step} {log.no_return!r} 0 0 {len(ranges)} {shown} 0 {poses} "
-            f"0 0 0 0 0 {logged.time!r} host {logged.time!r}"
-        )
-    return "\n".join(lines) + "\n"

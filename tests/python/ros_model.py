@@ -37,11 +37,22 @@ def reading_of(range_, least, most, misses_clear):
     return float(range_), 1.0, 0
 
 
+def unrounded(angle):
+    """Thousandths of a degree where a float makes the angle of them, else the angle."""
+    near = int(angle * 180_000 / math.pi)
+    for thousandths in range(near - 2, near + 3):
+        radians = math.radians(thousandths / 1000)
+        if np.float32(radians) == angle:
+            return radians
+    return angle
+
+
 def readings_of(message, misses_clear, upside_down):
     """All readings of a scan: (range, angle, weight, mark, status)."""
     found = []
+    first, step = unrounded(message.angle_min), unrounded(message.angle_increment)
     for i, range_ in enumerate(message.ranges):
-        angle = float(np.float32(message.angle_min + i * message.angle_increment))
+        angle = float(np.float32(first + i * step))
         length, weight, status = reading_of(range_, message.range_min, message.range_max, misses_clear)
         found.append((length, -angle if upside_down else angle, weight, 1, status))
     return found[::-1] if upside_down else found

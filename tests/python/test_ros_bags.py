@@ -200,49 +200,23 @@ def test_damaged_bags_raise_no_other_error(bag, tmp_path):
     assert refused > 50
 
 
-def same_bits(one, other, name):
-    return (one.scan.readings[name] == other.scan.readings[name]).all()
-
-
 def test_a_recorded_log_gives_the_same_grid(tmp_path):
-    """The first SCANS of a log of the field, as a bag and as a log of the bag's own angles."""
+    """The first SCANS of a log of the field, as a bag."""
     if not INTEL.exists():
         pytest.skip(f"no logs in {DATA}")
-    compare_with_log(tmp_path, SCANS)
-
-
-def compare_with_log(directory, count):
-    original = korrin.read_log(INTEL)
-    original.scans = original.scans[:count]
-    bag = bags.Writer(directory / "intel.bag")
-    bags.write_log(bag, original)
+    log = korrin.read_log(INTEL)
+    log.scans = log.scans[:SCANS]
+    bag = bags.Writer(tmp_path / "intel.bag")
+    bags.write_log(bag, log)
     found = bags.read(bag)
-    text = directory / "intel.log"
-    text.write_text(bags.text_of_log(original))
-    log = korrin.read_log(text)
-    assert len(found.scans) == len(log.scans) == count
-    assert found.no_return == log.no_return == original.no_return
-    assert found.complaint == log.complaint == ""
+    assert (found.no_return, found.complaint) == (log.no_return, "")
     misses = 0
-    for one, other, first in zip(found.scans, log.scans, original.scans, strict=True):
+    for one, other in zip(found.scans, log.scans, strict=True):
         assert one.scan == other.scan
         assert (one.pose, one.robot, one.time) == (other.pose, other.robot, other.time)
-        assert (one.pose, one.robot, one.time) == (first.pose, first.robot, first.time)
-        assert all(same_bits(one, first, name) for name in ("range", "weight", "mark", "status"))
-        assert np.abs(one.scan.readings["angle"] - first.scan.readings["angle"]).max() < 5e-6
         misses += (one.scan.readings["status"] == 1).sum()
     assert misses > 10
-    assert_same_maps(found, log, original)
-
-
-def assert_same_maps(found, log, original):
-    """Cell by cell those of the log with the same angles, and nearly those of the log itself."""
-    grids = [grid_of(each) for each in (found, log, original)]
-    assert grids[0] == grids[1]
-    frame = korrin.mapping.grid_around(log.scans, 0.1)
-    plain = [korrin.mapping.build_grid(each.scans, frame).image for each in (found, log, original)]
-    assert (plain[0] == plain[1]).all()
-    assert (plain[0] != plain[2]).mean() < 0.002
+    assert grid_of(found) == grid_of(log)
 
 
 def grid_of(log):

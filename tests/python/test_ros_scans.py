@@ -85,15 +85,36 @@ def random_scan(random):
     edges = np.concatenate([edges, *beside])
     ranges = np.where(random.random(60) < 0.5, random.uniform(0, 25, 60), random.choice(edges, 60))
     size = int(random.choice([0, 1, 2, 60]))
-    angles = np.float32([random.uniform(-7, 7), random.normal(0, 0.1)]).tolist()
+    angles = [random.uniform(-7, 7), random.normal(0, 0.1)]
+    if random.random() < 0.5:
+        angles = np.radians(np.round(np.degrees(angles), int(random.integers(0, 5))))
+    angles = np.float32(angles).tolist()
     most = INF if random.random() < 0.1 else most
     return a_scan(np.float32(ranges[:size]).tolist(), *angles, least, most)
 
 
+def bearings(start, step, count=181):
+    return fields(korrin.ros.from_scan(a_scan([1] * count, start, step)), "angle")[0]
+
+
 def test_bearings_are_rounded_once():
-    start, step = np.float32(-math.pi / 2), np.float32(math.pi / 180)
-    scan = korrin.ros.from_scan(a_scan([1] * 181, start, step))
-    assert fields(scan, "angle")[0] == [float(np.float32(float(start) + i * float(step))) for i in range(181)]
+    start, step = np.float32(-1.57), np.float32(3.14 / 180)
+    assert bearings(start, step) == [float(np.float32(float(start) + i * float(step))) for i in range(181)]
+
+
+@pytest.mark.parametrize("degrees", [1, 0.5, 0.25, 0.36])
+def test_steps_of_degrees_keep_no_rounding_of_the_message(degrees):
+    start, step = -math.pi / 2, math.radians(degrees)
+    meant = [float(np.float32(start + i * step)) for i in range(181)]
+    assert bearings(np.float32(start), np.float32(step)) == meant
+    assert bearings(start, step) == meant
+    float_steps = [float(np.float32(float(np.float32(start)) + i * float(np.float32(step)))) for i in range(181)]
+    assert float_steps != meant
+
+
+def test_what_is_next_to_a_float_of_degrees_is_taken_as_it_is():
+    for start in (np.nextafter(np.float32(-math.pi / 2), np.float32(end)) for end in (0, -9)):
+        assert bearings(start, 0.25, 3) == [float(np.float32(float(start) + i * 0.25)) for i in range(3)]
 
 
 def test_ranges_may_come_in_any_row():
