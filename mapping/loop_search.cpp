@@ -37,7 +37,7 @@ constexpr double kRivalApart = 1.0;  // metres from which on another pose is a r
 constexpr double kRivalShare = 0.9;  // when it scores so much of the best,
 constexpr double kRivalPlace = 0.8;  // or another place has so much of its points matched
 constexpr double kLeastRatio = 0.8;  // of points that the other side agrees with
-constexpr double kLeastShare = 0.4;  // of points that are matched
+constexpr double kLeastShare = 0.5;  // of points that are matched
 
 // In a bare corridor it is below 0.02, and in most other places above 0.1.
 constexpr double kLeastRoundness = 0.05;
