@@ -19,10 +19,10 @@
 //   4. Where the graph is not sure, older key scans within reach of the uncertainty are searched:
 //      the last four metres of the way, laid over four metres each way around an old key scan, by
 //      branch and bound (Hess et al., "Real-time loop closure in 2D LIDAR SLAM", 2016). What scores
-//      well, has no rival elsewhere in the window, tells of both directions, as a bare corridor
-//      does not, and contradicts no free space is a suggestion. Three that agree with each other
-//      over 2.5 m of the way are loops (as in Mangelson et al., "Pairwise consistent measurement
-//      set maximization", 2018). One that has rivals waits.
+//      well, matches at least half of its points, has no rival elsewhere in the window, tells of
+//      both directions, as a bare corridor does not, and contradicts no free space is a suggestion.
+//      Three that agree with each other over 2.5 m of the way are loops (as in Mangelson et al.,
+//      "Pairwise consistent measurement set maximization", 2018). One that has rivals waits.
 //   5. The graph is solved (PoseGraph) when loops came. Then a loop that is off by 0.3 m, 3.4
 //      degrees or four deviations contradicts the rest: it is dropped, counted, and the rest solved
 //      again.
