@@ -103,6 +103,11 @@ SearchWindow windowFor(const SeenKey& seen) {
           std::min(kMostTurn, kLeastTurn + kDeviations * seen.turn())};
 }
 
+// The window that is searched is a square; its corners are farther away than the uncertainty.
+bool isWithin(const SearchWindow& window, const GraphPose& pose) {
+  return std::hypot(pose.x - window.centre.x, pose.y - window.centre.y) <= window.reach;
+}
+
 }  // namespace
 
 bool LoopSearch::agree(const KeyGraph& graph, const KeyLink& one, const KeyLink& other) {
@@ -138,6 +143,7 @@ std::optional<LoopSearch::Suggestion> LoopSearch::suggestionAt(const KeyGraph& g
   if (first.empty() || first[0].score < kLeastScore) return std::nullopt;
   PoseEquation equation;
   const GraphPose pose = overlay.fitted(first[0].pose, equation);
+  if (!isWithin(window, pose)) return std::nullopt;
   if (roundness(equation.information) < kLeastRoundness) return std::nullopt;
   const auto [here, there] = overlay.agreements(pose);
   if (std::min(here.ratio(), there.ratio()) < kLeastRatio) return std::nullopt;
