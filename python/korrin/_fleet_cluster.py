@@ -24,7 +24,8 @@ ASK_SECONDS = 5.0  # the scheduler is asked for its workers so often
 GATHER_SECONDS = 5.0  # one look at a result that is on its way
 SENT_AGAIN = 3  # times that the task may be lost with all workers without any answer in between
 LARGE = 500_000  # bytes of a batch beyond which it goes to a worker past the scheduler's list of tasks
-LOST = (OSError, TimeoutError, asyncio.TimeoutError, CancelledError, asyncio.CancelledError)
+CANCELLED = (CancelledError, asyncio.CancelledError)
+LOST = (OSError, TimeoutError, asyncio.TimeoutError, *CANCELLED)
 
 
 class Client(Protocol):
@@ -99,7 +100,14 @@ class Cluster:
         key = f"{self._name}-{self._submitted}"
         self._submitted += 1
         requests = pickle.dumps([sent(request) for request in batch.requests], protocol=5)
-        future = self._call(lambda: self._submitted_as(key, batch.first, requests))
+        future = None
+        while future is None:
+            try:
+                future = self._call(lambda: self._submitted_as(key, batch.first, requests))
+            except ClusterLost as error:
+                if not isinstance(error.__cause__, CANCELLED):
+                    raise
+                self._send_again(self._sending)  # the task has just gone with the last worker that had it
         self._under_way[key] = UnderWay(batch, future, self._sending)
         self._listen(key)
 
@@ -167,12 +175,17 @@ class Cluster:
         """The batch was cancelled: by the scheduler, when the last worker with what it needs ended."""
         self._check()
         batch, _, sending = self._under_way.pop(key)
-        if sending == self._sending:
-            self._lost_in_a_row += 1
-            if self._lost_in_a_row > SENT_AGAIN:
-                raise ClusterLost("batches are cancelled again and again, by somebody or with their workers")
-            self._shared, self._sending = self._scattered(), sending + 1
+        self._send_again(sending)
         return Again([batch])
+
+    def _send_again(self, sending: int) -> None:
+        """Sends the task once more, unless that has been done since `sending`."""
+        if sending != self._sending:
+            return
+        self._lost_in_a_row += 1
+        if self._lost_in_a_row > SENT_AGAIN:
+            raise ClusterLost("batches are cancelled again and again, by somebody or with their workers")
+        self._shared, self._sending = self._scattered(), sending + 1
 
     def _check(self) -> None:
         if self._client.status != "running":
@@ -193,6 +206,7 @@ class Cluster:
                 break
             self._check()
         if isinstance(error, LOST):
+            self._check()
             told = str(error) or type(error).__name__
             raise ClusterLost(f"the cluster does not answer: {told}") from error
         if error is not None:

@@ -5,6 +5,7 @@ import subprocess
 import sys
 import textwrap
 import time
+from concurrent.futures import CancelledError
 
 import pytest
 from fleet_examples import (
@@ -116,6 +117,51 @@ def test_a_scheduler_that_was_killed_before_is_an_error_that_says_so(running):
     with pytest.raises(fleet.ClusterLost):
         fleet.sweep(client, inverse, range(100))
     assert time.monotonic() - began < LIMIT_SECONDS
+    closed(client)
+
+
+class Refused:
+    """A client's submit() that is cancelled at some of its calls, as when what it relies on is lost."""
+
+    def __init__(self, submit, refuses, meanwhile=lambda: None):
+        self.submit, self.refuses, self.meanwhile, self.calls = submit, refuses, meanwhile, 0
+
+    def __call__(self, *arguments, **options):
+        self.calls += 1
+        if self.refuses(self.calls):
+            self.meanwhile()
+            raise CancelledError("bytes-1234")
+        return self.submit(*arguments, **options)
+
+
+def test_a_batch_that_comes_when_the_task_is_lost_is_sent_with_it_again(running, monkeypatch):
+    with running.connected() as client:
+        refused = Refused(client.submit, lambda call: call in (2, 5))
+        monkeypatch.setattr(client, "submit", refused)
+        assert fleet.sweep(client, slow_identity, range(300)) == list(range(300))
+        assert refused.calls > 5
+
+
+def test_what_is_cancelled_each_time_is_an_error_that_says_so(running, monkeypatch):
+    with running.connected() as client:
+        monkeypatch.setattr(client, "submit", Refused(client.submit, lambda call: call > 2))
+        with pytest.raises(fleet.ClusterLost, match="cancelled again and again"):
+            fleet.sweep(client, slow_identity, range(300))
+
+
+def test_a_scheduler_that_ends_while_a_batch_is_sent_is_told_as_gone(running, monkeypatch):
+    client = running.connected()
+
+    def kill():
+        running.kill(running.scheduler)
+        deadline = time.monotonic() + LIMIT_SECONDS
+        while client.status == "running":
+            assert time.monotonic() < deadline
+            time.sleep(0.01)
+
+    monkeypatch.setattr(client, "submit", Refused(client.submit, lambda call: call == 3, kill))
+    with pytest.raises(fleet.ClusterLost, match="the scheduler is gone"):
+        fleet.sweep(client, slow_identity, range(300))
     closed(client)
 
 
