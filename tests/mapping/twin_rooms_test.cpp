@@ -12,7 +12,8 @@ using Brin::Pose2D;
 using Brin::mapping::ScanAligner;
 
 constexpr float kQuarter = 1.57079633f;
-constexpr float kFirstRoom = 8.0f;  // metres, where its left wall is
+constexpr float kFirstRoom = 8.0f;                // metres, where its left wall is
+constexpr float kWidth = 24.0f, kHeight = 16.0f;  // metres, of a block with its corridor
 
 struct Slip {
   float drift;
@@ -49,7 +50,8 @@ class Walls {
 };
 
 // A bare corridor around a block, with equal rooms in the block; metres outside.
-LaserWorld blockWith(const std::vector<float>& rooms, float width = 24.0f, float height = 16.0f) {
+LaserWorld blockWith(const std::vector<float>& rooms, float width = kWidth,
+                     float height = kHeight) {
   const float right = width - 3.0f, top = height - 3.0f;
   Walls walls;
   walls.box(0.0f, 0.0f, width, height);
@@ -104,7 +106,15 @@ class Drive {
     turnBy(4.0f * kQuarter, 16);
     goTo(left + 1.5f, 1.5f);
   }
-  // The same, with a lap of the room, which is 3 m wide.
+  // Along the corridor around a block of that size, from its lower left corner to its lower right
+  // one.
+  void around(float width, float height) {
+    goTo(1.5f, 1.5f);
+    goTo(1.5f, height - 1.5f);
+    goTo(width - 1.5f, height - 1.5f);
+    goTo(width - 1.5f, 1.5f);
+  }
+  // A visit with a lap of the room instead of a turn.
   void lap(float left) {
     goTo(left + 1.5f, 1.5f);
     goTo(left + 1.5f, 3.9f);
@@ -125,10 +135,7 @@ class Drive {
 Drive outAndAround() {
   Drive drive({kFirstRoom + 1.5f, 1.5f, kQuarter});
   drive.visit(kFirstRoom);
-  drive.goTo(1.5f, 1.5f);
-  drive.goTo(1.5f, 14.5f);
-  drive.goTo(22.5f, 14.5f);
-  drive.goTo(22.5f, 1.5f);
+  drive.around(kWidth, kHeight);
   return drive;
 }
 
@@ -177,10 +184,7 @@ TEST(TwinRooms, TheSecondIsNotTakenForTheFirstAfterALap) {
   const LaserWorld world = blockWith({kFirstRoom, second}, 30.0f, 22.0f);
   Drive drive({kFirstRoom + 1.5f, 1.5f, kQuarter});
   drive.lap(kFirstRoom);
-  drive.goTo(1.5f, 1.5f);
-  drive.goTo(1.5f, 20.5f);
-  drive.goTo(28.5f, 20.5f);
-  drive.goTo(28.5f, 1.5f);
+  drive.around(30.0f, 22.0f);
   drive.lap(second);
   drive.lap(kFirstRoom);
   drive.goTo(1.5f, 1.5f);
